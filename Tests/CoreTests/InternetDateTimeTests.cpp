@@ -1,0 +1,54 @@
+#include "BrindleRecorderCore/InternetDateTime.hpp"
+
+#include <gtest/gtest.h>
+
+namespace brindle {
+namespace {
+
+const Date piDay = *InternetDateTime::parse("2025-03-14T09:30:12Z");
+
+TEST(InternetDateTime, WritesZOnlyForUtcItself) {
+    EXPECT_EQ(InternetDateTime::format(piDay, TimeZone::utc()), "2025-03-14T09:30:12Z");
+    // London in winter has UTC's offset without being UTC.
+    EXPECT_EQ(
+        InternetDateTime::format(piDay, *TimeZone::named("Europe/London")),
+        "2025-03-14T09:30:12+00:00");
+}
+
+TEST(InternetDateTime, WritesOffsetsToTheMinute) {
+    EXPECT_EQ(
+        InternetDateTime::format(piDay, *TimeZone::named("Asia/Kathmandu")),
+        "2025-03-14T15:15:12+05:45");
+    EXPECT_EQ(
+        InternetDateTime::format(piDay, *TimeZone::named("America/St_Johns")),
+        "2025-03-14T07:00:12-02:30");
+}
+
+TEST(InternetDateTime, TruncatesFractionsOfASecond) {
+    const Date late = piDay + std::chrono::microseconds{999'999};
+    EXPECT_EQ(InternetDateTime::format(late, TimeZone::utc()), "2025-03-14T09:30:12Z");
+    EXPECT_EQ(
+        InternetDateTime::format(late, TimeZone::utc(), InternetDateTime::Fraction::milliseconds),
+        "2025-03-14T09:30:12.999Z");
+}
+
+TEST(InternetDateTime, ReadsEveryOffsetAsTheSameInstant) {
+    EXPECT_EQ(InternetDateTime::parse("2025-03-14T10:30:12+01:00"), piDay);
+    EXPECT_EQ(InternetDateTime::parse("2025-03-14T15:15:12+05:45"), piDay);
+    EXPECT_EQ(InternetDateTime::parse("2025-03-13T21:30:12-12:00"), piDay);
+}
+
+TEST(InternetDateTime, RefusesWhatIsNotAWholeSecondDateTimeWithZone) {
+    for (const char* text :
+         {"", "2025-03-14", "2025-03-14 09:30:12", "2025-03-14T09:30:12",
+          "2025-03-14T09:30:12.500Z", "2025-02-30T09:30:12Z", "2025-13-01T09:30:12Z",
+          "2025-00-10T09:30:12Z", "2025-03-14T24:00:00Z", "2025-03-14T09:60:12Z",
+          "2016-12-31T23:59:60Z", "2025-03-14T09:30:12z", "2025-03-14T09:30:12+0100",
+          "2025-03-14T09:30:12+01:00 ", "2025-03-14T09:30:12+24:00", "2025-03-14T09:30:12+01:60",
+          " 2025-03-14T09:30:12Z", "-025-03-14T09:30:12Z"}) {
+        EXPECT_FALSE(InternetDateTime::parse(text)) << text;
+    }
+}
+
+} // namespace
+} // namespace brindle
