@@ -1,0 +1,59 @@
+// A one-shot meeting point between a callback and a coroutine that waits for it.
+#pragma once
+
+#include <cassert>
+#include <coroutine>
+#include <memory>
+#include <optional>
+#include <utility>
+
+namespace brindle {
+
+/// Copies share one state: keep one to await, give another to the callback. Main thread only.
+/// `resume` counts once, before or after the wait has begun; later calls do nothing.
+template <class Value>
+class Continuation {
+  public:
+    Continuation() : state_{std::make_shared<State>()} {}
+
+    /// Hands the value over and runs whoever waits, before returning.
+    void resume(Value value) const {
+        // The waiting coroutine may drop the last other reference to the state.
+        const auto state = state_;
+        if (state->value) {
+            return;
+        }
+        state->value.emplace(std::move(value));
+        if (const auto waiting = std::exchange(state->waiting, {})) {
+            waiting.resume();
+        }
+    }
+
+    [[nodiscard]] bool isResumed() const { return state_->value.has_value(); }
+
+    auto operator co_await() const noexcept {
+        struct Awaiter {
+            std::shared_ptr<State> state;
+            [[nodiscard]] bool await_ready() const noexcept { return state->value.has_value(); }
+            void await_suspend(std::coroutine_handle<> coroutine) const noexcept {
+                assert(!state->waiting);
+                state->waiting = coroutine;
+            }
+            Value await_resume() const { return *state->value; }
+        };
+        return Awaiter{state_};
+    }
+
+  private:
+    struct State {
+        std::optional<Value> value;
+        std::coroutine_handle<> waiting;
+    };
+
+    std::shared_ptr<State> state_;
+};
+
+/// For a meeting that carries nothing.
+struct Done {};
+
+} // namespace brindle
