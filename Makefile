@@ -1,0 +1,53 @@
+# The front door. Each target does all its own set-up on a fresh machine.
+
+PRESET ?= dev
+
+.PHONY: help demo run test coverage bench lint format install-dependencies clean
+
+help:
+	@echo 'make demo                  watch a call being recorded, in a private desktop session'
+	@echo 'make test [PRESET=dev]     build and run every test (presets: dev, clang, release, asan, tsan)'
+	@echo 'make run                   run the recorder here, in this desktop session'
+	@echo 'make coverage              line coverage of the core by its own tests'
+	@echo 'make bench                 print the measured claims'
+	@echo 'make lint                  formatting, clang-tidy, layering, the build with clang'
+	@echo 'make format                format the sources'
+	@echo 'make install-dependencies  install every Debian package that any target needs'
+
+demo:
+	@scripts/install-dependencies build demo
+	@scripts/build dev brindle-recorder
+	@scripts/demo build/dev/Sources/BrindleRecorderLinux/brindle-recorder
+
+run:
+	@scripts/install-dependencies build
+	@scripts/build release brindle-recorder
+	@build/release/Sources/BrindleRecorderLinux/brindle-recorder --headless
+
+test:
+	@scripts/install-dependencies build demo test
+	@scripts/build $(PRESET)
+	@scripts/run-tests $(PRESET)
+
+coverage:
+	@scripts/install-dependencies build test coverage
+	@scripts/coverage
+
+bench:
+	@scripts/install-dependencies build demo bench
+	@scripts/build release
+	@scripts/bench
+
+lint:
+	@scripts/install-dependencies build demo test lint
+	@scripts/lint
+
+format:
+	@scripts/install-dependencies lint
+	@scripts/format
+
+install-dependencies:
+	@scripts/install-dependencies build demo test coverage bench lint
+
+clean:
+	rm -rf build
