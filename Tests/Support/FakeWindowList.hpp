@@ -1,0 +1,23 @@
+// The desktop's windows as a test describes them.
+#pragma once
+
+#include "BrindleRecorderApp/Platform/WindowList.hpp"
+
+#include <optional>
+#include <vector>
+
+namespace brindle::test {
+
+class FakeWindowList final : public WindowList {
+  public:
+    bool permitted = true;
+    /// Absent: the list cannot be read.
+    std::optional<std::vector<WindowRecord>> records = std::vector<WindowRecord>{};
+
+    [[nodiscard]] bool titlesPermitted() const override { return permitted; }
+    [[nodiscard]] std::optional<std::vector<WindowRecord>> windows() const override {
+        return records;
+    }
+};
+
+} // namespace brindle::test
