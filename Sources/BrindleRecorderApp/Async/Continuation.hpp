@@ -31,23 +31,40 @@ class Continuation {
 
     [[nodiscard]] bool isResumed() const { return state_->value.has_value(); }
 
-    auto operator co_await() const noexcept {
-        struct Awaiter {
-            std::shared_ptr<State> state;
-            [[nodiscard]] bool await_ready() const noexcept { return state->value.has_value(); }
-            void await_suspend(std::coroutine_handle<> coroutine) const noexcept {
-                assert(!state->waiting);
-                state->waiting = coroutine;
-            }
-            Value await_resume() const { return *state->value; }
-        };
-        return Awaiter{state_};
-    }
+    auto operator co_await() const noexcept { return Awaiter{state_}; }
 
   private:
     struct State {
         std::optional<Value> value;
         std::coroutine_handle<> waiting;
+    };
+
+    /// Lives in the frame of the coroutine that waits; if that frame is destroyed, nobody waits.
+    class Awaiter {
+      public:
+        explicit Awaiter(std::shared_ptr<State> state) : state_{std::move(state)} {}
+        ~Awaiter() {
+            if (waits_) {
+                state_->waiting = {};
+            }
+        }
+        Awaiter(const Awaiter&) = delete;
+        Awaiter& operator=(const Awaiter&) = delete;
+
+        [[nodiscard]] bool await_ready() const noexcept { return state_->value.has_value(); }
+        void await_suspend(std::coroutine_handle<> coroutine) noexcept {
+            assert(!state_->waiting);
+            state_->waiting = coroutine;
+            waits_ = true;
+        }
+        Value await_resume() noexcept {
+            waits_ = false;
+            return *state_->value;
+        }
+
+      private:
+        std::shared_ptr<State> state_;
+        bool waits_ = false;
     };
 
     std::shared_ptr<State> state_;

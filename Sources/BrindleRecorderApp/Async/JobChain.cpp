@@ -1,18 +1,19 @@
 #include "BrindleRecorderApp/Async/JobChain.hpp"
 
 #include <deque>
+#include <optional>
 #include <utility>
 #include <vector>
 
 namespace brindle {
 
-struct JobChain::State {
+struct JobChain::State : std::enable_shared_from_this<State> {
     explicit State(MainLoop& loop) : mainLoop{loop} {}
 
     MainLoop& mainLoop;
     std::deque<Job> waiting;
     std::vector<std::function<void()>> idleWork;
-    bool running = false;
+    std::optional<detail::DetachedCoroutine> running;
 
     [[nodiscard]] bool isIdle() const { return !running && waiting.empty(); }
 };
@@ -22,6 +23,9 @@ JobChain::JobChain(MainLoop& mainLoop) : state_{std::make_shared<State>(mainLoop
 JobChain::~JobChain() {
     state_->waiting.clear();
     state_->idleWork.clear();
+    if (const auto running = std::exchange(state_->running, std::nullopt)) {
+        running->destroy();
+    }
 }
 
 void JobChain::enqueue(Job job) {
@@ -56,14 +60,18 @@ void JobChain::startNext(const std::shared_ptr<State>& state) {
         }
         return;
     }
-    state->running = true;
-    // The job is kept beside its task: a coroutine lambda's captures live in the lambda itself.
-    auto job = std::make_shared<Job>(std::move(state->waiting.front()));
+    auto job = std::move(state->waiting.front());
     state->waiting.pop_front();
-    startDetached((*job)(), [state, job] {
-        state->running = false;
-        startNextSoon(state);
-    });
+    state->running = run(std::move(job), state.get());
+    state->running->start();
+}
+
+detail::DetachedCoroutine JobChain::run(Job job, State* state) {
+    // The job is a parameter, and so lives in this coroutine: the captures of a coroutine lambda
+    // are the lambda's, not its coroutine's.
+    co_await job();
+    state->running.reset();
+    startNextSoon(state->shared_from_this());
 }
 
 } // namespace brindle

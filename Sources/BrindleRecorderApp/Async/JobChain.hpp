@@ -9,8 +9,8 @@
 
 namespace brindle {
 
-/// Main thread only. Jobs still waiting when the chain is destroyed never run; the one that is
-/// running then is not interrupted, so it must not outlive what it uses.
+/// Main thread only. When the chain is destroyed, jobs still waiting never run, and the one that is
+/// running ends at the point where it waits.
 class JobChain {
   public:
     using Job = std::function<Task<void>()>;
@@ -29,6 +29,7 @@ class JobChain {
   private:
     struct State;
     static void startNextSoon(const std::shared_ptr<State>& state);
+    static detail::DetachedCoroutine run(Job job, State* state);
     static void startNext(const std::shared_ptr<State>& state);
 
     std::shared_ptr<State> state_;

@@ -120,15 +120,29 @@ inline Task<void> TaskPromise<void>::get_return_object() noexcept {
     return Task<void>{std::coroutine_handle<TaskPromise>::from_promise(*this)};
 }
 
-/// A coroutine that nobody awaits: it frees itself when it ends.
-struct DetachedCoroutine {
+/// A coroutine that nobody awaits: once started it frees itself when it ends.
+class DetachedCoroutine {
+  public:
     struct promise_type { // NOLINT(readability-identifier-naming)
-        DetachedCoroutine get_return_object() noexcept { return {}; }
-        std::suspend_never initial_suspend() noexcept { return {}; }
+        DetachedCoroutine get_return_object() noexcept {
+            return DetachedCoroutine{std::coroutine_handle<promise_type>::from_promise(*this)};
+        }
+        std::suspend_always initial_suspend() noexcept { return {}; }
         std::suspend_never final_suspend() noexcept { return {}; }
         void return_void() noexcept {}
         void unhandled_exception() noexcept { std::terminate(); }
     };
+
+    /// Once only.
+    void start() const { coroutine_.resume(); }
+    /// Ends it at the point where it waits. Only while it waits.
+    void destroy() const { coroutine_.destroy(); }
+
+  private:
+    explicit DetachedCoroutine(std::coroutine_handle<promise_type> coroutine) noexcept
+        : coroutine_{coroutine} {}
+
+    std::coroutine_handle<promise_type> coroutine_;
 };
 
 inline DetachedCoroutine runDetached(Task<void> task, std::function<void()> whenDone) {
@@ -142,7 +156,7 @@ inline DetachedCoroutine runDetached(Task<void> task, std::function<void()> when
 
 /// Starts the task now; it keeps itself alive until it ends, and then calls `whenDone`.
 inline void startDetached(Task<void> task, std::function<void()> whenDone = {}) {
-    detail::runDetached(std::move(task), std::move(whenDone));
+    detail::runDetached(std::move(task), std::move(whenDone)).start();
 }
 
 } // namespace brindle
