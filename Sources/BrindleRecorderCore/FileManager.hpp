@@ -44,7 +44,7 @@ class FileManager {
     [[nodiscard]] virtual Expected<std::vector<DirectoryEntry>, FileError>
     contentsOfDirectory(const std::filesystem::path& directory) const = 0;
 
-    /// Whether anything is there; false when that cannot be found out.
+    /// Whether anything is there; false when that cannot be found out, and for a link to nothing.
     [[nodiscard]] virtual bool fileExists(const std::filesystem::path& path) const = 0;
 
     /// Size in bytes of a regular file.
@@ -60,8 +60,8 @@ class FileManager {
     [[nodiscard]] virtual Expected<std::string, FileError>
     readFile(const std::filesystem::path& path, std::int64_t maxBytes) const = 0;
 
-    /// Creates the folder and every missing one above it. A folder that is there already is no
-    /// error.
+    /// Creates the folder and every missing one above it, each so that it survives a loss of power.
+    /// A folder that is there already is no error.
     virtual Expected<void, FileError> createDirectory(const std::filesystem::path& directory) = 0;
 
     /// Creates a file that must not exist yet, writes all of `contents` and syncs them to the disk.
@@ -69,7 +69,8 @@ class FileManager {
     virtual Expected<void, FileError>
     createSyncedFile(const std::filesystem::path& path, std::string_view contents) = 0;
 
-    /// Adds to the end of a file, creating it when missing. Not synced.
+    /// Adds all of `contents` to the end of a regular file, or none of it. Creates the file when it
+    /// is missing. Not synced.
     virtual Expected<void, FileError>
     appendToFile(const std::filesystem::path& path, std::string_view contents) = 0;
 
