@@ -11,7 +11,8 @@
 namespace brindle {
 
 /// Main thread only. Setting an equal value tells nobody. Observers are called after the change, in
-/// the order of registration, and may register or unregister observers while being called.
+/// the order of registration, and may register or unregister observers while being called. Whoever
+/// may read but not set is given a `const Published&`.
 template <class Value>
 class Published {
   public:
@@ -36,7 +37,7 @@ class Published {
         }
     }
 
-    [[nodiscard]] std::unique_ptr<Observation> observe(Observer observer) {
+    [[nodiscard]] std::unique_ptr<Observation> observe(Observer observer) const {
         auto entry = std::make_shared<Entry>(Entry{std::move(observer), true});
         observers_->push_back(entry);
         return std::make_unique<Registration>(observers_, std::move(entry));

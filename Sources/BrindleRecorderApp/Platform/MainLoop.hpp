@@ -11,7 +11,7 @@ class MainLoop {
   public:
     using Work = std::function<void()>;
 
-    /// A wait that has been asked for. Destroying it cancels the wait.
+    /// A wait that has been asked for. Destroying it cancels the wait; its own work may.
     class Timer {
       public:
         virtual ~Timer() = default;

@@ -3,7 +3,8 @@
 
 namespace brindle {
 
-/// Destroying an observation unregisters its listener; from then on the listener is not called.
+/// Destroying an observation unregisters its listener; from then on the listener is not called. It
+/// may be destroyed by its own listener.
 class Observation {
   public:
     virtual ~Observation() = default;

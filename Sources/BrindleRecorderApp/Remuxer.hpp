@@ -1,0 +1,55 @@
+// Turns a finished .mov into an .mp4, samples untouched, and removes the .mov only once the .mp4 is
+// known to be whole and safe on the disk.
+#pragma once
+
+#include "BrindleRecorderApp/Async/Published.hpp"
+#include "BrindleRecorderApp/Async/Task.hpp"
+#include "BrindleRecorderApp/EventLog.hpp"
+#include "BrindleRecorderApp/Platform/MainLoop.hpp"
+#include "BrindleRecorderApp/Platform/MovieExporter.hpp"
+#include "BrindleRecorderApp/RecorderError.hpp"
+#include "BrindleRecorderCore/Expected.hpp"
+#include "BrindleRecorderCore/FileManager.hpp"
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace brindle {
+
+/// Main thread only; the copying itself runs elsewhere. Must outlive its conversions.
+class Remuxer {
+  public:
+    /// All must outlive the remuxer.
+    Remuxer(
+        MovieExporter& exporter, MainLoop& mainLoop, const DateProvider& dateProvider,
+        FileManager& fileManager, DiagnosticLog& diagnosticLog, SystemLog& systemLog);
+    Remuxer(const Remuxer&) = delete;
+    Remuxer& operator=(const Remuxer&) = delete;
+
+    /// Converts `source` (.mov) into `destination` (.mp4), which lie in the same folder; whatever
+    /// is at the destination is replaced. Once it has succeeded the source is gone.
+    /// Fails with `remuxFailed` only, and then the source is still there. A destination that turned
+    /// out shorter than its source stays beside it.
+    Task<Expected<void, RecorderError>>
+    remuxToMP4(std::filesystem::path source, std::filesystem::path destination);
+
+    /// Ends the conversions that are being copied now: each fails with "Export was cancelled.".
+    void cancel();
+
+    /// How far the oldest running conversion is, 0 to 1; absent while none has run for a second.
+    [[nodiscard]] const Published<std::optional<double>>& progress() const { return progress_; }
+
+  private:
+    class Conversion;
+
+    MovieExporter& exporter_;
+    MainLoop& mainLoop_;
+    FileManager& fileManager_;
+    EventLog log_;
+    std::vector<Conversion*> running_; // oldest first
+    Published<std::optional<double>> progress_;
+};
+
+} // namespace brindle
