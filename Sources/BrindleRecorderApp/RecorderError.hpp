@@ -1,13 +1,13 @@
 // Why a recording could not be made, ended early, or could not be converted.
 #pragma once
 
+#include "BrindleRecorderCore/CaptureRecoveryPolicy.hpp"
+
 #include <string>
 #include <utility>
 #include <variant>
 
 namespace brindle {
-
-enum class CaptureFailureKind;
 
 /// A value.
 struct RecorderError {

@@ -46,7 +46,7 @@ std::size_t ManualMainLoop::runPosted() {
     return count;
 }
 
-void ManualMainLoop::advance(std::chrono::nanoseconds duration) {
+void ManualMainLoop::advanceBy(std::chrono::nanoseconds duration) {
     const auto end = now_ + duration;
     runPosted();
     while (!timers_->empty() && timers_->begin()->first.first <= end) {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "BrindleRecorderApp/Platform/MainLoop.hpp"
-#include "BrindleRecorderCore/Date.hpp"
 #include "Support/FakeDateProvider.hpp"
 
 #include <chrono>
@@ -36,9 +35,9 @@ class ManualMainLoop final : public MainLoop {
 
     /// Lets time pass: runs posted work, then each timer as it falls due, in order of time and,
     /// at the same time, of asking, each followed by the work posted since.
-    void advance(std::chrono::nanoseconds duration);
-    void advance(Seconds duration) {
-        advance(std::chrono::duration_cast<std::chrono::nanoseconds>(duration));
+    template <class Count, class Unit>
+    void advance(std::chrono::duration<Count, Unit> duration) {
+        advanceBy(std::chrono::duration_cast<std::chrono::nanoseconds>(duration));
     }
 
     /// Runs posted work, waiting for other threads to post more, until the condition holds. False
@@ -58,6 +57,7 @@ class ManualMainLoop final : public MainLoop {
     using Timers = std::map<Due, Work>;
     class PendingTimer;
 
+    void advanceBy(std::chrono::nanoseconds duration);
     bool runOnePosted();
     void moveTo(std::chrono::nanoseconds time);
 
