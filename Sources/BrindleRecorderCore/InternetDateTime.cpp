@@ -48,7 +48,10 @@ class FieldReader {
 } // namespace
 
 std::string InternetDateTime::format(Date date, const TimeZone& timeZone, Fraction fraction) {
-    const LocalTime local = timeZone.localTimeAt(date);
+    // The clock time goes with the offset as it is written, so that zones of old that were off by
+    // seconds still name the same moment.
+    const auto offset = std::chrono::duration_cast<std::chrono::minutes>(timeZone.offsetAt(date));
+    const LocalTime local = TimeZone::utc().localTimeAt(date + offset);
     std::string text = fmt::format(
         "{:04}-{:02}-{:02}T{:02}:{:02}:{:02}", local.year, local.month, local.day, local.hour,
         local.minute, local.second);
@@ -60,11 +63,10 @@ std::string InternetDateTime::format(Date date, const TimeZone& timeZone, Fracti
     if (timeZone.isUtc()) {
         return text + 'Z';
     }
-    const auto offset =
-        std::chrono::duration_cast<std::chrono::minutes>(timeZone.offsetAt(date)).count();
-    const auto magnitude = offset < 0 ? -offset : offset;
-    return text +
-           fmt::format("{}{:02}:{:02}", offset < 0 ? '-' : '+', magnitude / 60, magnitude % 60);
+    const auto magnitude = std::chrono::abs(offset).count();
+    return text + fmt::format(
+                      "{}{:02}:{:02}", offset < std::chrono::minutes{0} ? '-' : '+', magnitude / 60,
+                      magnitude % 60);
 }
 
 std::optional<Date> InternetDateTime::parse(std::string_view text) {
@@ -101,7 +103,13 @@ std::optional<Date> InternetDateTime::parse(std::string_view text) {
     if (!reader.finishedCleanly() || !calendar.ok() || hour > 23 || minute > 59 || second > 59) {
         return std::nullopt;
     }
-    return sys_days{calendar} + hours{hour} + minutes{minute} + seconds{second} - offset;
+    const sys_seconds moment =
+        sys_days{calendar} + hours{hour} + minutes{minute} + seconds{second} - offset;
+    // A day to spare at either end, so that every zone's clock can show what was read.
+    if (moment < ceil<days>(Date::min()) + days{1} || moment > floor<days>(Date::max()) - days{1}) {
+        return std::nullopt;
+    }
+    return moment;
 }
 
 } // namespace brindle

@@ -23,7 +23,8 @@ struct InternetDateTime {
     format(Date date, const TimeZone& timeZone, Fraction fraction = Fraction::none);
 
     /// Reads whole-second date-times with any offset or "Z". Nothing for every other text: no zone,
-    /// fractional seconds, a day that the calendar lacks, a leap second, trailing characters.
+    /// fractional seconds, a day that the calendar lacks, a leap second, trailing characters, a
+    /// year that a Date cannot hold (before 1678 or after 2261, give or take some months).
     static std::optional<Date> parse(std::string_view text);
 };
 

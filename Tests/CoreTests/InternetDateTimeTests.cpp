@@ -50,5 +50,28 @@ TEST(InternetDateTime, RefusesWhatIsNotAWholeSecondDateTimeWithZone) {
     }
 }
 
+TEST(InternetDateTime, RefusesYearsThatADateCannotHold) {
+    for (const char* text :
+         {"0000-01-01T00:00:00Z", "0001-01-01T00:00:00Z", "1676-12-31T23:59:59Z",
+          "1677-09-21T00:12:43Z", "2262-04-11T23:47:17Z", "2263-01-01T00:00:00Z",
+          "9999-12-31T23:59:59-23:59"}) {
+        EXPECT_FALSE(InternetDateTime::parse(text)) << text;
+    }
+    for (const char* text : {"1678-01-01T00:00:00Z", "2261-12-31T23:59:59Z"}) {
+        const auto date = InternetDateTime::parse(text);
+        ASSERT_TRUE(date) << text;
+        EXPECT_EQ(InternetDateTime::format(*date, TimeZone::utc()), text);
+    }
+}
+
+TEST(InternetDateTime, KeepsTheMomentInZonesThatWereOffBySeconds) {
+    // Local mean time, as kept there until 1893 and 1920.
+    for (const char* zone : {"Europe/Berlin", "Asia/Kathmandu", "America/New_York"}) {
+        const Date date = *InternetDateTime::parse("1880-06-01T12:00:00Z");
+        const std::string text = InternetDateTime::format(date, *TimeZone::named(zone));
+        EXPECT_EQ(InternetDateTime::parse(text), date) << text;
+    }
+}
+
 } // namespace
 } // namespace brindle
