@@ -1,0 +1,180 @@
+// Sidecars as a broken disk or a stranger might leave them. Every run is another one; the seed
+// that it prints repeats it.
+#include "BrindleRecorderCore/SidecarCoding.hpp"
+
+#include "Support/ExampleSidecar.hpp"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <iostream>
+#include <random>
+
+namespace brindle {
+namespace {
+
+using test::exampleSidecar;
+
+std::uint64_t chosenSeed() {
+    if (const char* variable = std::getenv("BRINDLE_SEED")) {
+        return std::strtoull(variable, nullptr, 10);
+    }
+    return std::random_device{}();
+}
+
+class SidecarFuzz : public testing::Test {
+  protected:
+    // Before anything else, so that a crash does not take the seed with it.
+    SidecarFuzz() { std::cout << "BRINDLE_SEED=" << seed_ << std::endl; }
+
+    std::size_t below(std::size_t limit) {
+        return std::uniform_int_distribution<std::size_t>{0, limit - 1}(random_);
+    }
+
+    char anyByte() { return static_cast<char>(below(256)); }
+
+    const std::string& oneOf(const std::vector<std::string>& texts) {
+        return texts[below(texts.size())];
+    }
+
+    const std::uint64_t seed_ = chosenSeed();
+    std::mt19937_64 random_{seed_};
+    const testing::ScopedTrace trace_{
+        __FILE__, __LINE__, "replay with BRINDLE_SEED=" + std::to_string(seed_)};
+};
+
+std::vector<std::string> validDocuments() {
+    Sidecar running = exampleSidecar();
+    running.endedAt.reset();
+    running.notes.clear();
+    running.source.reset();
+    running.callName.reset();
+    Sidecar odd = exampleSidecar();
+    odd.notes = {"\"\\\n\x01", "日本語 · 🎥", ""};
+    odd.source->site = "meet.example.org";
+    std::vector<std::string> documents;
+    for (const Sidecar& sidecar : {exampleSidecar(), running, odd}) {
+        for (const char* zone : {"UTC", "Asia/Kathmandu"}) {
+            documents.push_back(SidecarCoding::encode(sidecar, *TimeZone::named(zone)));
+        }
+    }
+    return documents;
+}
+
+// What a blind change of bytes would take too long to find.
+const std::vector<std::string> tokens{
+    "{",
+    "}",
+    "[",
+    "]",
+    ",",
+    ":",
+    "\"",
+    "null",
+    "true",
+    "false",
+    "0",
+    "-1e308",
+    "1e999",
+    "\"\"",
+    "\\u0000",
+    "\\ud800",
+    "\\ud83c\\udfa5",
+    "\xEF\xBB\xBF",
+    "\xFF",
+    "\xF0\x9F\x8E\xA5",
+    "[[[[[[[[[[[[",
+    "\"kind\" : \"other\",",
+    "\"notes\" : [],",
+    "\"endedAt\" : null,",
+    "\"source\" : {},",
+    "1900-01-01T00:00:00Z",
+    "0001-01-01T00:00:00Z",
+    "9999-12-31T23:59:59-23:59"};
+
+TEST_F(SidecarFuzz, WhateverIsReadWritesAndReadsBackEqual) {
+    const std::vector<std::string> documents = validDocuments();
+    const std::vector<std::string> zones{
+        "UTC", "Asia/Kathmandu", "America/St_Johns", "Europe/Amsterdam", "Pacific/Kiritimati"};
+    int readable = 0;
+    constexpr int rounds = 5'000;
+    for (int round = 0; round < rounds; ++round) {
+        SCOPED_TRACE(round);
+        std::string text = oneOf(documents);
+        for (std::size_t changes = 1 + below(4); changes > 0; --changes) {
+            const std::size_t at = below(text.size() + 1);
+            const std::size_t length = below(std::min<std::size_t>(text.size() - at, 40) + 1);
+            switch (below(7)) {
+            case 0:
+                text.insert(at, 1, anyByte());
+                break;
+            case 1:
+                text.insert(at, oneOf(tokens));
+                break;
+            case 2:
+                text.erase(at, length);
+                break;
+            case 3:
+                text.insert(at, text.substr(at, length));
+                break;
+            case 4:
+                text.replace(at, length, oneOf(documents).substr(0, below(60)));
+                break;
+            case 5:
+                if (at < text.size()) {
+                    text[at] = static_cast<char>('0' + below(10));
+                }
+                break;
+            default:
+                if (at < text.size()) {
+                    text[at] = static_cast<char>(text[at] ^ (1 << below(8)));
+                }
+            }
+        }
+        SCOPED_TRACE(text);
+        const auto read = SidecarCoding::decode(text);
+        if (!read) {
+            EXPECT_FALSE(read.error().message.empty());
+            continue;
+        }
+        ++readable;
+        const auto again =
+            SidecarCoding::decode(SidecarCoding::encode(*read, *TimeZone::named(oneOf(zones))));
+        ASSERT_TRUE(again) << again.error().message;
+        EXPECT_TRUE(*again == *read);
+    }
+    // Otherwise the changes are too rough to say anything about reading.
+    EXPECT_GT(readable, rounds / 100);
+    EXPECT_LT(readable, rounds);
+}
+
+TEST_F(SidecarFuzz, WhateverIsWrittenCanBeRead) {
+    const auto anyText = [&] {
+        std::string text;
+        for (std::size_t length = below(30); length > 0; --length) {
+            text += below(3) == 0 ? oneOf(tokens) : std::string(1, anyByte());
+        }
+        return text;
+    };
+    for (int round = 0; round < 2'000; ++round) {
+        SCOPED_TRACE(round);
+        Sidecar sidecar = exampleSidecar();
+        sidecar.roomCode = anyText();
+        sidecar.videoDevice = anyText();
+        sidecar.audioDevice = anyText();
+        sidecar.notes.assign(below(4), anyText());
+        sidecar.source->app = anyText();
+        sidecar.source->bundleID = anyText();
+        sidecar.source->site = anyText();
+        sidecar.callName = anyText();
+        const std::string text = SidecarCoding::encode(sidecar, TimeZone::utc());
+        const auto read = SidecarCoding::decode(text);
+        ASSERT_TRUE(read) << read.error().message << '\n' << text;
+        EXPECT_EQ(read->notes.size(), sidecar.notes.size());
+        EXPECT_EQ(SidecarCoding::encode(*read, TimeZone::utc()), text);
+    }
+}
+
+} // namespace
+} // namespace brindle
