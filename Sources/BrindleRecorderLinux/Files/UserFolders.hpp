@@ -1,0 +1,16 @@
+// Where the user's own folders are, by the XDG Base Directory Specification 0.8.
+#pragma once
+
+#include <filesystem>
+
+namespace brindle {
+
+/// Reads the environment and the user database: main thread only, before other threads start.
+struct UserFolders {
+    /// $HOME, or the user database's answer where that is missing or not absolute.
+    static std::filesystem::path home();
+    /// $XDG_CONFIG_HOME, or ~/.config where that is missing or not absolute.
+    static std::filesystem::path configuration();
+};
+
+} // namespace brindle
