@@ -71,7 +71,7 @@ void Notifier::post(const std::string& title, const std::string& body) {
          .label = {}});
 }
 
-void Notifier::handleResponse(const NotificationResponse& response) {
+void Notifier::handleResponse(const NotificationResponse& response) const {
     if (!response.label || response.actionIdentifier == NotificationResponse::dismissAction) {
         return;
     }

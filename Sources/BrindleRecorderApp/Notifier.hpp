@@ -45,7 +45,7 @@ class Notifier {
     void post(const std::string& title, const std::string& body);
 
   private:
-    void handleResponse(const NotificationResponse& response);
+    void handleResponse(const NotificationResponse& response) const;
 
     UserNotifications& notifications_;
     std::function<std::string()> makeIdentifier_;

@@ -110,31 +110,31 @@ class MicActivityMonitorTest : public testing::Test {
     static constexpr AudioObjectID microphone = 100;
     static constexpr AudioObjectID headset = 101;
 
-    JournalingAudioObjects audio;
-    test::FakeProcessRegistry registry;
-    test::FakeWindowList windows;
-    std::unique_ptr<MicActivityMonitor> monitor;
-    int changes = 0;
+    JournalingAudioObjects audio_;
+    test::FakeProcessRegistry registry_;
+    test::FakeWindowList windows_;
+    std::unique_ptr<MicActivityMonitor> monitor_;
+    int changes_ = 0;
 
     void SetUp() override {
-        audio.fake.setDevice(microphone, {});
-        audio.fake.setDevice(headset, {});
-        audio.fake.setDefaultInputDevice(microphone);
-        monitor = std::make_unique<MicActivityMonitor>(audio, registry, windows);
-        monitor->onChange = [this] {
-            ++changes;
+        audio_.fake.setDevice(microphone, {});
+        audio_.fake.setDevice(headset, {});
+        audio_.fake.setDefaultInputDevice(microphone);
+        monitor_ = std::make_unique<MicActivityMonitor>(audio_, registry_, windows_);
+        monitor_->onChange = [this] {
+            ++changes_;
         };
     }
 
     /// A process that records.
     void
     addRecording(AudioObjectID object, std::int32_t pid, std::optional<std::string> bundleID = {}) {
-        audio.fake.setProcess(
+        audio_.fake.setProcess(
             object, {.runningInput = true, .pid = pid, .bundleID = std::move(bundleID)});
     }
     /// The identifier that the monitor gives the only process that records.
     std::string onlyBundleID() {
-        const auto users = monitor->snapshot();
+        const auto users = monitor_->snapshot();
         return users.size() == 1 ? users.front().bundleID : fmt::format("({} users)", users.size());
     }
 };
@@ -148,79 +148,79 @@ MicUser user(std::string bundleID, std::int32_t pid) {
 TEST_F(MicActivityMonitorTest, SnapshotListsTheRecordingProcessesInTheServersOrder) {
     addRecording(3, 30, "us.zoom.xos");
     addRecording(1, 10, "com.google.Chrome");
-    audio.fake.setProcess(
+    audio_.fake.setProcess(
         2, {.runningInput = false, .pid = 20, .bundleID = "com.microsoft.teams2"});
     EXPECT_THAT(
-        monitor->snapshot(), ElementsAre(user("us.zoom.xos", 30), user("com.google.Chrome", 10)));
+        monitor_->snapshot(), ElementsAre(user("us.zoom.xos", 30), user("com.google.Chrome", 10)));
 }
 
 TEST_F(MicActivityMonitorTest, AProcessWhoseRecordingCannotBeReadIsSkipped) {
-    audio.fake.setProcess(1, {.runningInput = std::nullopt, .pid = 10, .bundleID = "us.zoom.xos"});
-    EXPECT_THAT(monitor->snapshot(), IsEmpty());
+    audio_.fake.setProcess(1, {.runningInput = std::nullopt, .pid = 10, .bundleID = "us.zoom.xos"});
+    EXPECT_THAT(monitor_->snapshot(), IsEmpty());
 }
 
 TEST_F(MicActivityMonitorTest, AnEmptySnapshotOfProcessesIsFinal) {
-    audio.fake.setRunningSomewhere(microphone, true);
-    EXPECT_THAT(monitor->snapshot(), IsEmpty()) << "the device's activity does not count then";
+    audio_.fake.setRunningSomewhere(microphone, true);
+    EXPECT_THAT(monitor_->snapshot(), IsEmpty()) << "the device's activity does not count then";
 }
 
 TEST_F(MicActivityMonitorTest, ThisProgramsOwnProcessIsNeverPartOfASnapshot) {
-    addRecording(1, registry.ownPid, "us.zoom.xos");
+    addRecording(1, registry_.ownPid, "us.zoom.xos");
     addRecording(2, 20, "com.hnc.Discord");
-    EXPECT_THAT(monitor->snapshot(), ElementsAre(user("com.hnc.Discord", 20)));
+    EXPECT_THAT(monitor_->snapshot(), ElementsAre(user("com.hnc.Discord", 20)));
 }
 
 TEST_F(MicActivityMonitorTest, AProcessWithoutAnIdGetsMinusOne) {
-    audio.fake.setProcess(
+    audio_.fake.setProcess(
         1, {.runningInput = true, .pid = std::nullopt, .bundleID = "us.zoom.xos"});
-    EXPECT_THAT(monitor->snapshot(), ElementsAre(user("us.zoom.xos", -1)));
+    EXPECT_THAT(monitor_->snapshot(), ElementsAre(user("us.zoom.xos", -1)));
 }
 
 TEST_F(MicActivityMonitorTest, WorksWithoutBeingStarted) {
     addRecording(1, 10, "us.zoom.xos");
-    EXPECT_THAT(monitor->snapshot(), SizeIs(1));
-    EXPECT_THAT(audio.journal, IsEmpty());
+    EXPECT_THAT(monitor_->snapshot(), SizeIs(1));
+    EXPECT_THAT(audio_.journal, IsEmpty());
 }
 
 // --- Whom a process belongs to ---
 
 TEST_F(MicActivityMonitorTest, AChromeHelperIsKeptAsItIs) {
     addRecording(1, 10, "com.google.Chrome.helper");
-    registry.bundleIDs[10] = "com.hnc.Discord";
+    registry_.bundleIDs[10] = "com.hnc.Discord";
     EXPECT_EQ(onlyBundleID(), "com.google.Chrome.helper");
-    EXPECT_THAT(registry.lookups, IsEmpty());
+    EXPECT_THAT(registry_.lookups, IsEmpty());
 }
 
 TEST_F(MicActivityMonitorTest, AnUnknownHelperIsResolvedToItsEnclosingApplication) {
     addRecording(1, 10, "com.example.audio-helper");
-    registry.executablePaths[10] = "/Applications/Slack.app/Contents/Helpers/audio";
-    registry.applications["/Applications/Slack.app"] = "com.tinyspeck.slackmacgap";
+    registry_.executablePaths[10] = "/Applications/Slack.app/Contents/Helpers/audio";
+    registry_.applications["/Applications/Slack.app"] = "com.tinyspeck.slackmacgap";
     EXPECT_EQ(onlyBundleID(), "com.tinyspeck.slackmacgap");
 }
 
 TEST_F(MicActivityMonitorTest, NestedApplicationsResolveToTheOuterOne) {
     addRecording(1, 10);
-    registry.executablePaths[10] =
+    registry_.executablePaths[10] =
         "/Applications/Slack.app/Contents/Frameworks/Slack Helper.app/Contents/MacOS/helper";
-    registry.applications["/Applications/Slack.app"] = "com.tinyspeck.slackmacgap";
-    registry.applications["/Applications/Slack.app/Contents/Frameworks/Slack Helper.app"] =
+    registry_.applications["/Applications/Slack.app"] = "com.tinyspeck.slackmacgap";
+    registry_.applications["/Applications/Slack.app/Contents/Frameworks/Slack Helper.app"] =
         "com.tinyspeck.slackmacgap.helper";
     EXPECT_EQ(onlyBundleID(), "com.tinyspeck.slackmacgap");
 }
 
 TEST_F(MicActivityMonitorTest, AKnownFamilyOfTheRegistryComesBeforeTheEnclosingApplication) {
     addRecording(1, 10);
-    registry.bundleIDs[10] = "us.zoom.xos";
-    registry.executablePaths[10] = "/Applications/Outer.app/zoom";
-    registry.applications["/Applications/Outer.app"] = "com.example.outer";
+    registry_.bundleIDs[10] = "us.zoom.xos";
+    registry_.executablePaths[10] = "/Applications/Outer.app/zoom";
+    registry_.applications["/Applications/Outer.app"] = "com.example.outer";
     EXPECT_EQ(onlyBundleID(), "us.zoom.xos");
 }
 
 TEST_F(MicActivityMonitorTest, TheEnclosingApplicationComesBeforeAnUnknownOneOfTheRegistry) {
     addRecording(1, 10, "com.example.server");
-    registry.bundleIDs[10] = "com.example.registry";
-    registry.executablePaths[10] = "/Applications/Outer.app/helper";
-    registry.applications["/Applications/Outer.app"] = "com.example.outer";
+    registry_.bundleIDs[10] = "com.example.registry";
+    registry_.executablePaths[10] = "/Applications/Outer.app/helper";
+    registry_.applications["/Applications/Outer.app"] = "com.example.outer";
     EXPECT_EQ(onlyBundleID(), "com.example.outer");
 }
 
@@ -237,10 +237,10 @@ TEST_F(MicActivityMonitorTest, AnUnknownOneOfTheRegistryComesBeforeTheAudioServe
              {"an application that cannot be read", "/Applications/Broken.app/recorder"}}) {
         ++pid;
         addRecording(1, pid, "com.example.server");
-        registry.bundleIDs[pid] = "com.example.registry";
-        registry.applications["/Applications/Outer.app"] = "com.example.outer";
+        registry_.bundleIDs[pid] = "com.example.registry";
+        registry_.applications["/Applications/Outer.app"] = "com.example.outer";
         if (path) {
-            registry.executablePaths[pid] = *path;
+            registry_.executablePaths[pid] = *path;
         }
         EXPECT_EQ(onlyBundleID(), "com.example.registry") << what;
     }
@@ -257,36 +257,36 @@ TEST_F(MicActivityMonitorTest, WhatWasResolvedIsRemembered) {
     addRecording(1, 10);
     addRecording(2, 20);
     addRecording(3, 30);
-    registry.bundleIDs[10] = "us.zoom.xos";
-    registry.bundleIDs[20] = "com.example.unknown";
-    registry.executablePaths[30] = "/Applications/Outer.app/helper";
-    registry.applications["/Applications/Outer.app"] = "com.example.outer";
-    const auto first = monitor->snapshot();
+    registry_.bundleIDs[10] = "us.zoom.xos";
+    registry_.bundleIDs[20] = "com.example.unknown";
+    registry_.executablePaths[30] = "/Applications/Outer.app/helper";
+    registry_.applications["/Applications/Outer.app"] = "com.example.outer";
+    const auto first = monitor_->snapshot();
     EXPECT_THAT(
         first, ElementsAre(
                    user("us.zoom.xos", 10), user("com.example.unknown", 20),
                    user("com.example.outer", 30)));
-    registry.bundleIDs.clear();
-    registry.executablePaths.clear();
-    registry.lookups.clear();
-    EXPECT_EQ(monitor->snapshot(), first);
-    EXPECT_THAT(registry.lookups, IsEmpty());
+    registry_.bundleIDs.clear();
+    registry_.executablePaths.clear();
+    registry_.lookups.clear();
+    EXPECT_EQ(monitor_->snapshot(), first);
+    EXPECT_THAT(registry_.lookups, IsEmpty());
 }
 
 TEST_F(MicActivityMonitorTest, WhatCouldNotBeResolvedIsTriedAgain) {
     addRecording(1, 10);
     EXPECT_EQ(onlyBundleID(), "");
-    registry.bundleIDs[10] = "us.zoom.xos";
+    registry_.bundleIDs[10] = "us.zoom.xos";
     EXPECT_EQ(onlyBundleID(), "us.zoom.xos");
 }
 
 TEST_F(MicActivityMonitorTest, TheCacheOutlivesStopping) {
     addRecording(1, 10);
-    registry.bundleIDs[10] = "us.zoom.xos";
-    monitor->start();
+    registry_.bundleIDs[10] = "us.zoom.xos";
+    monitor_->start();
     EXPECT_EQ(onlyBundleID(), "us.zoom.xos");
-    monitor->stop();
-    registry.bundleIDs.clear();
+    monitor_->stop();
+    registry_.bundleIDs.clear();
     EXPECT_EQ(onlyBundleID(), "us.zoom.xos");
 }
 
@@ -299,11 +299,11 @@ class DeviceOnlyTest : public MicActivityMonitorTest,
         MicActivityMonitorTest::SetUp();
         addRecording(1, 10, "us.zoom.xos");
         if (std::string{GetParam()} == "OldSystem") {
-            audio.fake.setCanListProcesses(false);
+            audio_.fake.setCanListProcesses(false);
         } else {
-            audio.fake.setProcessesReadable(false);
+            audio_.fake.setProcessesReadable(false);
         }
-        audio.fake.setRunningSomewhere(microphone, true);
+        audio_.fake.setRunningSomewhere(microphone, true);
     }
 };
 
@@ -312,36 +312,36 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& tested) { return std::string{tested.param}; });
 
 TEST_P(DeviceOnlyTest, TheSnapshotIsAtMostTheSingleAnonymousUser) {
-    EXPECT_THAT(monitor->snapshot(), ElementsAre(user("", -1)));
+    EXPECT_THAT(monitor_->snapshot(), ElementsAre(user("", -1)));
 }
 
 TEST_P(DeviceOnlyTest, NobodyIsReportedWhileThisProgramRecords) {
     bool recording = true;
-    monitor->isOwnCaptureRunning = [&recording] {
+    monitor_->isOwnCaptureRunning = [&recording] {
         return recording;
     };
-    EXPECT_THAT(monitor->snapshot(), IsEmpty());
+    EXPECT_THAT(monitor_->snapshot(), IsEmpty());
     recording = false;
-    EXPECT_THAT(monitor->snapshot(), SizeIs(1));
+    EXPECT_THAT(monitor_->snapshot(), SizeIs(1));
 }
 
 TEST_P(DeviceOnlyTest, NobodyIsReportedWhileTheDeviceRests) {
-    audio.fake.setRunningSomewhere(microphone, false);
-    EXPECT_THAT(monitor->snapshot(), IsEmpty());
+    audio_.fake.setRunningSomewhere(microphone, false);
+    EXPECT_THAT(monitor_->snapshot(), IsEmpty());
 }
 
 TEST_P(DeviceOnlyTest, NobodyIsReportedWhenTheDeviceCannotBeRead) {
-    audio.fake.setRunningSomewhere(microphone, std::nullopt);
-    EXPECT_THAT(monitor->snapshot(), IsEmpty());
+    audio_.fake.setRunningSomewhere(microphone, std::nullopt);
+    EXPECT_THAT(monitor_->snapshot(), IsEmpty());
 }
 
 TEST_P(DeviceOnlyTest, NobodyIsReportedWithoutADefaultDevice) {
-    audio.fake.setDefaultInputDevice(std::nullopt);
-    EXPECT_THAT(monitor->snapshot(), IsEmpty());
+    audio_.fake.setDefaultInputDevice(std::nullopt);
+    EXPECT_THAT(monitor_->snapshot(), IsEmpty());
 }
 
 TEST_F(MicActivityMonitorTest, OwnCaptureDoesNotHideOthersWhereProcessesAreKnown) {
-    monitor->isOwnCaptureRunning = [] {
+    monitor_->isOwnCaptureRunning = [] {
         return true;
     };
     addRecording(1, 10, "us.zoom.xos");
@@ -351,57 +351,57 @@ TEST_F(MicActivityMonitorTest, OwnCaptureDoesNotHideOthersWhereProcessesAreKnown
 // --- Window titles ---
 
 TEST_F(MicActivityMonitorTest, CollectsTheTitlesOfAllProcessesOfTheFamilyInOrder) {
-    registry.bundleIDs = {
+    registry_.bundleIDs = {
         {1, "com.google.Chrome"}, {2, "com.google.Chrome.helper"}, {3, "us.zoom.xos"}};
-    windows.records = {
+    windows_.records = {
         {.ownerPid = 2, .ownerBundleID = {}, .name = "Weekly sync - Google Meet"},
         {.ownerPid = 3, .ownerBundleID = {}, .name = "Zoom Meeting"},
         {.ownerPid = 1, .ownerBundleID = {}, .name = "Inbox"},
         {.ownerPid = 1, .ownerBundleID = {}, .name = "Inbox"}};
     EXPECT_THAT(
-        monitor->windowTitlesForFamilyOf("com.google.Chrome.helper"),
+        monitor_->windowTitlesForFamilyOf("com.google.Chrome.helper"),
         Optional(ElementsAre("Weekly sync - Google Meet", "Inbox", "Inbox")));
 }
 
 TEST_F(MicActivityMonitorTest, SkipsWindowsWithoutATitleOrAKnownOwner) {
-    registry.bundleIDs = {{1, "com.google.Chrome"}};
-    windows.records = {
+    registry_.bundleIDs = {{1, "com.google.Chrome"}};
+    windows_.records = {
         {.ownerPid = std::nullopt, .ownerBundleID = {}, .name = "nobody's"},
         {.ownerPid = 7, .ownerBundleID = {}, .name = "unknown process"},
         {.ownerPid = 1, .ownerBundleID = {}, .name = std::nullopt},
         {.ownerPid = 1, .ownerBundleID = {}, .name = ""},
         {.ownerPid = 1, .ownerBundleID = {}, .name = "kept"}};
     EXPECT_THAT(
-        monitor->windowTitlesForFamilyOf("com.google.Chrome"), Optional(ElementsAre("kept")));
+        monitor_->windowTitlesForFamilyOf("com.google.Chrome"), Optional(ElementsAre("kept")));
 }
 
 TEST_F(MicActivityMonitorTest, AWindowMayNameItsApplicationInsteadOfItsProcess) {
-    registry.bundleIDs = {{1, "com.google.Chrome"}, {2, "us.zoom.xos"}};
-    windows.records = {
+    registry_.bundleIDs = {{1, "com.google.Chrome"}, {2, "us.zoom.xos"}};
+    windows_.records = {
         {.ownerPid = {}, .ownerBundleID = "com.google.Chrome", .name = "named"},
         {.ownerPid = {}, .ownerBundleID = "us.zoom.xos", .name = "another's"},
         {.ownerPid = 2, .ownerBundleID = "com.google.Chrome", .name = "the process decides"},
         {.ownerPid = 1, .ownerBundleID = "us.zoom.xos", .name = "here too"}};
     EXPECT_THAT(
-        monitor->windowTitlesForFamilyOf("com.google.Chrome"),
+        monitor_->windowTitlesForFamilyOf("com.google.Chrome"),
         Optional(ElementsAre("named", "here too")));
 }
 
 TEST_F(MicActivityMonitorTest, WithoutPermissionTheTitlesAreAbsentNotEmpty) {
-    windows.permitted = false;
-    EXPECT_EQ(monitor->windowTitlesForFamilyOf("com.google.Chrome"), std::nullopt);
-    windows.permitted = true;
-    EXPECT_THAT(monitor->windowTitlesForFamilyOf("com.google.Chrome"), Optional(IsEmpty()));
+    windows_.permitted = false;
+    EXPECT_EQ(monitor_->windowTitlesForFamilyOf("com.google.Chrome"), std::nullopt);
+    windows_.permitted = true;
+    EXPECT_THAT(monitor_->windowTitlesForFamilyOf("com.google.Chrome"), Optional(IsEmpty()));
 }
 
 TEST_F(MicActivityMonitorTest, ForAnUnknownFamilyTheTitlesAreAbsent) {
-    EXPECT_EQ(monitor->windowTitlesForFamilyOf("com.example.unknown"), std::nullopt);
-    EXPECT_EQ(monitor->windowTitlesForFamilyOf(""), std::nullopt);
+    EXPECT_EQ(monitor_->windowTitlesForFamilyOf("com.example.unknown"), std::nullopt);
+    EXPECT_EQ(monitor_->windowTitlesForFamilyOf(""), std::nullopt);
 }
 
 TEST_F(MicActivityMonitorTest, WhenTheWindowsCannotBeReadTheTitlesAreAbsent) {
-    windows.records = std::nullopt;
-    EXPECT_EQ(monitor->windowTitlesForFamilyOf("com.google.Chrome"), std::nullopt);
+    windows_.records = std::nullopt;
+    EXPECT_EQ(monitor_->windowTitlesForFamilyOf("com.google.Chrome"), std::nullopt);
 }
 
 TEST_F(MicActivityMonitorTest, OfATitleOnlyTheFrontIsKept) {
@@ -422,21 +422,21 @@ TEST_F(MicActivityMonitorTest, OfATitleOnlyTheFrontIsKept) {
              {"bytes that are no characters", front + "\x80\x80\x80\x80", front + "\x80"},
              {"short bytes that are no characters", "\xff\xfe\xc3(", "\xff\xfe\xc3("},
              {"a zero byte", std::string("a\0b", 3), std::string("a\0b", 3)}}) {
-        windows.records = {{.ownerPid = {}, .ownerBundleID = "us.zoom.xos", .name = title}};
-        const auto titles = monitor->windowTitlesForFamilyOf("us.zoom.xos");
+        windows_.records = {{.ownerPid = {}, .ownerBundleID = "us.zoom.xos", .name = title}};
+        const auto titles = monitor_->windowTitlesForFamilyOf("us.zoom.xos");
         ASSERT_THAT(titles, Optional(SizeIs(1))) << what;
         EXPECT_TRUE(titles->front() == kept) << what << ": " << titles->front().size();
     }
 }
 
 TEST_F(MicActivityMonitorTest, OfManyTitlesOnlyTheFirstAreKept) {
-    windows.records->push_back(
+    windows_.records->push_back(
         {.ownerPid = {}, .ownerBundleID = "com.hnc.Discord", .name = "another's"});
     for (std::size_t index = 0; index <= MicActivityMonitor::maxTitles; ++index) {
-        windows.records->push_back(
+        windows_.records->push_back(
             {.ownerPid = {}, .ownerBundleID = "us.zoom.xos", .name = std::to_string(index)});
     }
-    const auto titles = monitor->windowTitlesForFamilyOf("us.zoom.xos");
+    const auto titles = monitor_->windowTitlesForFamilyOf("us.zoom.xos");
     ASSERT_THAT(titles, Optional(SizeIs(MicActivityMonitor::maxTitles)));
     EXPECT_EQ(titles->front(), "0");
     EXPECT_EQ(titles->back(), std::to_string(MicActivityMonitor::maxTitles - 1));
@@ -447,201 +447,201 @@ TEST_F(MicActivityMonitorTest, OfManyTitlesOnlyTheFirstAreKept) {
 TEST_F(MicActivityMonitorTest, StartListensToTheListsTheProcessesAndTheDevice) {
     addRecording(2, 20);
     addRecording(1, 10);
-    monitor->start();
+    monitor_->start();
     EXPECT_THAT(
-        audio.takeJournal(),
+        audio_.takeJournal(),
         ElementsAre("+processes", "+default", "+input 2", "+input 1", "+device 100"));
-    EXPECT_EQ(changes, 0) << "starting is no change";
+    EXPECT_EQ(changes_, 0) << "starting is no change";
 }
 
 TEST_F(MicActivityMonitorTest, StartingTwiceChangesNothing) {
-    monitor->start();
-    audio.takeJournal();
+    monitor_->start();
+    audio_.takeJournal();
     addRecording(1, 10);
-    monitor->start();
-    EXPECT_THAT(audio.journal, IsEmpty());
+    monitor_->start();
+    EXPECT_THAT(audio_.journal, IsEmpty());
 }
 
 TEST_F(MicActivityMonitorTest, OnAnOldSystemOnlyTheDeviceIsListenedTo) {
-    audio.fake.setCanListProcesses(false);
+    audio_.fake.setCanListProcesses(false);
     addRecording(1, 10);
-    monitor->start();
-    EXPECT_THAT(audio.takeJournal(), ElementsAre("+default", "+device 100"));
-    monitor->stop();
-    EXPECT_THAT(audio.takeJournal(), UnorderedElementsAre("-default", "-device 100"));
+    monitor_->start();
+    EXPECT_THAT(audio_.takeJournal(), ElementsAre("+default", "+device 100"));
+    monitor_->stop();
+    EXPECT_THAT(audio_.takeJournal(), UnorderedElementsAre("-default", "-device 100"));
 }
 
 TEST_F(MicActivityMonitorTest, StopTakesEveryListenerBack) {
     addRecording(1, 10);
     addRecording(2, 20);
-    monitor->start();
-    audio.takeJournal();
-    monitor->stop();
+    monitor_->start();
+    audio_.takeJournal();
+    monitor_->stop();
     EXPECT_THAT(
-        audio.takeJournal(),
+        audio_.takeJournal(),
         UnorderedElementsAre("-processes", "-default", "-input 1", "-input 2", "-device 100"));
-    monitor->stop();
-    EXPECT_THAT(audio.journal, IsEmpty());
+    monitor_->stop();
+    EXPECT_THAT(audio_.journal, IsEmpty());
 }
 
 TEST_F(MicActivityMonitorTest, CanBeStartedAgainAfterStopping) {
     addRecording(1, 10);
-    monitor->start();
-    const auto first = audio.takeJournal();
-    monitor->stop();
-    audio.takeJournal();
-    monitor->start();
-    EXPECT_EQ(audio.takeJournal(), first);
+    monitor_->start();
+    const auto first = audio_.takeJournal();
+    monitor_->stop();
+    audio_.takeJournal();
+    monitor_->start();
+    EXPECT_EQ(audio_.takeJournal(), first);
 }
 
 TEST_F(MicActivityMonitorTest, EveryWatchedChangeIsToldToTheOwner) {
     addRecording(1, 10);
-    monitor->start();
-    audio.fake.fireProcesses();
-    EXPECT_EQ(changes, 1);
-    audio.fake.fireDefaultInputDevice();
-    EXPECT_EQ(changes, 2);
-    audio.fake.fireRunningInput(1);
-    EXPECT_EQ(changes, 3);
-    audio.fake.fireRunningSomewhere(microphone);
-    EXPECT_EQ(changes, 4);
+    monitor_->start();
+    audio_.fake.fireProcesses();
+    EXPECT_EQ(changes_, 1);
+    audio_.fake.fireDefaultInputDevice();
+    EXPECT_EQ(changes_, 2);
+    audio_.fake.fireRunningInput(1);
+    EXPECT_EQ(changes_, 3);
+    audio_.fake.fireRunningSomewhere(microphone);
+    EXPECT_EQ(changes_, 4);
 }
 
 TEST_F(MicActivityMonitorTest, AChangeWithoutAnOwnerIsHarmless) {
-    monitor->onChange = {};
-    monitor->start();
-    audio.fake.fireProcesses();
-    EXPECT_EQ(changes, 0);
+    monitor_->onChange = {};
+    monitor_->start();
+    audio_.fake.fireProcesses();
+    EXPECT_EQ(changes_, 0);
 }
 
 TEST_F(MicActivityMonitorTest, AChangedProcessListRewiresOnlyWhatChanged) {
     addRecording(1, 10);
     addRecording(2, 20);
-    monitor->start();
-    audio.takeJournal();
-    audio.fake.removeProcess(1);
+    monitor_->start();
+    audio_.takeJournal();
+    audio_.fake.removeProcess(1);
     addRecording(3, 30);
-    audio.fake.fireProcesses();
-    EXPECT_THAT(audio.takeJournal(), ElementsAre("-input 1", "+input 3"));
+    audio_.fake.fireProcesses();
+    EXPECT_THAT(audio_.takeJournal(), ElementsAre("-input 1", "+input 3"));
 }
 
 TEST_F(MicActivityMonitorTest, TheOwnerIsToldAfterTheRewiring) {
-    monitor->start();
-    audio.takeJournal();
+    monitor_->start();
+    audio_.takeJournal();
     addRecording(1, 10);
     std::vector<std::string> journalAtChange;
-    monitor->onChange = [&] {
-        journalAtChange = audio.journal;
+    monitor_->onChange = [&] {
+        journalAtChange = audio_.journal;
     };
-    audio.fake.fireProcesses();
+    audio_.fake.fireProcesses();
     EXPECT_THAT(journalAtChange, ElementsAre("+input 1"));
 }
 
 TEST_F(MicActivityMonitorTest, AChangeOfAProcessOrADeviceRewiresNothing) {
     addRecording(1, 10);
-    monitor->start();
-    audio.takeJournal();
+    monitor_->start();
+    audio_.takeJournal();
     addRecording(2, 20);
-    audio.fake.setDefaultInputDevice(headset);
-    audio.fake.fireRunningInput(1);
-    audio.fake.fireRunningSomewhere(microphone);
-    EXPECT_THAT(audio.journal, IsEmpty());
+    audio_.fake.setDefaultInputDevice(headset);
+    audio_.fake.fireRunningInput(1);
+    audio_.fake.fireRunningSomewhere(microphone);
+    EXPECT_THAT(audio_.journal, IsEmpty());
 }
 
 TEST_F(MicActivityMonitorTest, AFailedProcessListenerIsTriedAgainAtTheNextRewiring) {
     addRecording(1, 10);
-    audio.fake.refuseRunningInputListener(1);
-    monitor->start();
+    audio_.fake.refuseRunningInputListener(1);
+    monitor_->start();
     EXPECT_THAT(
-        audio.takeJournal(), ElementsAre("+processes", "+default", "!input 1", "+device 100"));
-    audio.fake.fireProcesses();
-    EXPECT_THAT(audio.takeJournal(), ElementsAre("!input 1"));
-    audio.fake.refuseRunningInputListener(1, false);
-    audio.fake.fireDefaultInputDevice();
-    EXPECT_THAT(audio.takeJournal(), ElementsAre("+input 1"));
-    audio.fake.fireProcesses();
-    EXPECT_THAT(audio.journal, IsEmpty());
+        audio_.takeJournal(), ElementsAre("+processes", "+default", "!input 1", "+device 100"));
+    audio_.fake.fireProcesses();
+    EXPECT_THAT(audio_.takeJournal(), ElementsAre("!input 1"));
+    audio_.fake.refuseRunningInputListener(1, false);
+    audio_.fake.fireDefaultInputDevice();
+    EXPECT_THAT(audio_.takeJournal(), ElementsAre("+input 1"));
+    audio_.fake.fireProcesses();
+    EXPECT_THAT(audio_.journal, IsEmpty());
 }
 
 TEST_F(MicActivityMonitorTest, AFailedDeviceListenerIsNotTriedAgainOnTheSameDevice) {
-    audio.fake.refuseRunningSomewhereListener(microphone);
-    monitor->start();
-    EXPECT_THAT(audio.takeJournal(), ElementsAre("+processes", "+default", "!device 100"));
-    audio.fake.refuseRunningSomewhereListener(microphone, false);
-    audio.fake.fireProcesses();
-    EXPECT_THAT(audio.journal, IsEmpty());
-    audio.fake.setDefaultInputDevice(headset);
-    audio.fake.fireDefaultInputDevice();
-    EXPECT_THAT(audio.takeJournal(), ElementsAre("+device 101"));
+    audio_.fake.refuseRunningSomewhereListener(microphone);
+    monitor_->start();
+    EXPECT_THAT(audio_.takeJournal(), ElementsAre("+processes", "+default", "!device 100"));
+    audio_.fake.refuseRunningSomewhereListener(microphone, false);
+    audio_.fake.fireProcesses();
+    EXPECT_THAT(audio_.journal, IsEmpty());
+    audio_.fake.setDefaultInputDevice(headset);
+    audio_.fake.fireDefaultInputDevice();
+    EXPECT_THAT(audio_.takeJournal(), ElementsAre("+device 101"));
 }
 
 TEST_F(MicActivityMonitorTest, FailedSystemListenersStillCountAsStarted) {
-    audio.fake.refuseProcessesListener();
-    audio.fake.refuseDefaultInputDeviceListener();
-    monitor->start();
-    EXPECT_THAT(audio.takeJournal(), ElementsAre("!processes", "!default", "+device 100"));
-    monitor->start();
-    EXPECT_THAT(audio.journal, IsEmpty());
+    audio_.fake.refuseProcessesListener();
+    audio_.fake.refuseDefaultInputDeviceListener();
+    monitor_->start();
+    EXPECT_THAT(audio_.takeJournal(), ElementsAre("!processes", "!default", "+device 100"));
+    monitor_->start();
+    EXPECT_THAT(audio_.journal, IsEmpty());
 }
 
 TEST_F(MicActivityMonitorTest, FollowsTheDefaultDevice) {
-    monitor->start();
-    audio.takeJournal();
-    audio.fake.setDefaultInputDevice(headset);
-    audio.fake.fireDefaultInputDevice();
-    EXPECT_THAT(audio.takeJournal(), ElementsAre("-device 100", "+device 101"));
-    audio.fake.setDefaultInputDevice(std::nullopt);
-    audio.fake.fireDefaultInputDevice();
-    EXPECT_THAT(audio.takeJournal(), ElementsAre("-device 101"));
-    audio.fake.fireDefaultInputDevice();
-    EXPECT_THAT(audio.takeJournal(), IsEmpty());
-    audio.fake.setDefaultInputDevice(microphone);
-    audio.fake.fireProcesses();
-    EXPECT_THAT(audio.takeJournal(), ElementsAre("+device 100"));
+    monitor_->start();
+    audio_.takeJournal();
+    audio_.fake.setDefaultInputDevice(headset);
+    audio_.fake.fireDefaultInputDevice();
+    EXPECT_THAT(audio_.takeJournal(), ElementsAre("-device 100", "+device 101"));
+    audio_.fake.setDefaultInputDevice(std::nullopt);
+    audio_.fake.fireDefaultInputDevice();
+    EXPECT_THAT(audio_.takeJournal(), ElementsAre("-device 101"));
+    audio_.fake.fireDefaultInputDevice();
+    EXPECT_THAT(audio_.takeJournal(), IsEmpty());
+    audio_.fake.setDefaultInputDevice(microphone);
+    audio_.fake.fireProcesses();
+    EXPECT_THAT(audio_.takeJournal(), ElementsAre("+device 100"));
 }
 
 TEST_F(MicActivityMonitorTest, AnUnreadableProcessListLeavesTheListenersAlone) {
     addRecording(1, 10);
-    monitor->start();
-    audio.takeJournal();
-    audio.fake.setProcessesReadable(false);
-    audio.fake.setDefaultInputDevice(headset);
-    audio.fake.fireProcesses();
-    EXPECT_THAT(audio.takeJournal(), ElementsAre("-device 100", "+device 101"));
-    EXPECT_EQ(changes, 1);
+    monitor_->start();
+    audio_.takeJournal();
+    audio_.fake.setProcessesReadable(false);
+    audio_.fake.setDefaultInputDevice(headset);
+    audio_.fake.fireProcesses();
+    EXPECT_THAT(audio_.takeJournal(), ElementsAre("-device 100", "+device 101"));
+    EXPECT_EQ(changes_, 1);
 }
 
 TEST_F(MicActivityMonitorTest, AMonitorThatIsGoneListensToNothing) {
     addRecording(1, 10);
-    monitor->start();
-    monitor.reset();
-    audio.fake.fireProcesses();
-    audio.fake.fireDefaultInputDevice();
-    audio.fake.fireRunningInput(1);
-    audio.fake.fireRunningSomewhere(microphone);
-    EXPECT_EQ(changes, 0);
-    EXPECT_EQ(audio.fake.processesListeners(), 0U);
-    EXPECT_EQ(audio.fake.runningInputListeners(1), 0U);
+    monitor_->start();
+    monitor_.reset();
+    audio_.fake.fireProcesses();
+    audio_.fake.fireDefaultInputDevice();
+    audio_.fake.fireRunningInput(1);
+    audio_.fake.fireRunningSomewhere(microphone);
+    EXPECT_EQ(changes_, 0);
+    EXPECT_EQ(audio_.fake.processesListeners(), 0U);
+    EXPECT_EQ(audio_.fake.runningInputListeners(1), 0U);
 }
 
 TEST_F(MicActivityMonitorTest, TheOwnerMayStopOrEndTheMonitorWhileItIsTold) {
     addRecording(1, 10);
-    monitor->start();
-    monitor->onChange = [this] {
-        ++changes;
-        monitor->stop();
+    monitor_->start();
+    monitor_->onChange = [this] {
+        ++changes_;
+        monitor_->stop();
     };
-    audio.fake.fireProcesses();
-    EXPECT_EQ(changes, 1);
-    EXPECT_EQ(audio.fake.runningInputListeners(1), 0U);
+    audio_.fake.fireProcesses();
+    EXPECT_EQ(changes_, 1);
+    EXPECT_EQ(audio_.fake.runningInputListeners(1), 0U);
 
-    monitor->start();
-    monitor->onChange = [this] {
-        ++changes;
-        monitor.reset();
+    monitor_->start();
+    monitor_->onChange = [this] {
+        ++changes_;
+        monitor_.reset();
     };
-    audio.fake.fireRunningInput(1);
-    EXPECT_EQ(changes, 2);
+    audio_.fake.fireRunningInput(1);
+    EXPECT_EQ(changes_, 2);
 }
 
 } // namespace

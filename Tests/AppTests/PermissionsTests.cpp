@@ -57,11 +57,11 @@ class FakeAuthorization final : public CaptureSystem {
 
 class PermissionsTest : public testing::Test {
   protected:
-    FakeAuthorization system;
-    test::FakeWindowList windows;
+    FakeAuthorization system_;
+    test::FakeWindowList windows_;
 
     void decide(AuthorizationStatus camera, AuthorizationStatus microphone) {
-        system.statuses = {{MediaType::video, camera}, {MediaType::audio, microphone}};
+        system_.statuses = {{MediaType::video, camera}, {MediaType::audio, microphone}};
     }
     /// Starts to ask; true in the result once the asking is over.
     static std::shared_ptr<bool> beginRequest(PermissionsModel& model) {
@@ -116,24 +116,24 @@ TEST(SetupChecklist, ListsCameraMicrophoneAndWindowTitlesWithHintsForWhatIsMissi
 
 TEST_F(PermissionsTest, CameraGrantedMicrophoneDeniedTitlesAbsentIsAProblem) {
     decide(AuthorizationStatus::authorized, AuthorizationStatus::denied);
-    windows.permitted = false;
-    const PermissionsModel model{system, windows};
+    windows_.permitted = false;
+    const PermissionsModel model{system_, windows_};
     EXPECT_THAT(model.setupItems(), ElementsAre(cameraDone, microphoneMissing, titlesMissing));
     EXPECT_TRUE(model.hasProblem());
 }
 
 TEST_F(PermissionsTest, WindowTitlesAloneAreNeverAProblem) {
     decide(AuthorizationStatus::authorized, AuthorizationStatus::authorized);
-    windows.permitted = false;
-    const PermissionsModel model{system, windows};
+    windows_.permitted = false;
+    const PermissionsModel model{system_, windows_};
     EXPECT_THAT(model.setupItems(), ElementsAre(cameraDone, microphoneDone, titlesMissing));
     EXPECT_FALSE(model.hasProblem());
 }
 
 TEST_F(PermissionsTest, AsksAfreshEachTimeWhetherTitlesMayBeRead) {
-    const PermissionsModel model{system, windows};
+    const PermissionsModel model{system_, windows_};
     EXPECT_TRUE(model.setupState().windowTitlesAllowed);
-    windows.permitted = false;
+    windows_.permitted = false;
     EXPECT_FALSE(model.setupState().windowTitlesAllowed);
 }
 
@@ -143,14 +143,14 @@ TEST_F(PermissionsTest, OnlyAuthorizedCountsAndIsReadAtCreation) {
           AuthorizationStatus::denied, AuthorizationStatus::authorized}) {
         const bool authorized = status == AuthorizationStatus::authorized;
         decide(status, AuthorizationStatus::denied);
-        EXPECT_EQ(PermissionsModel(system, windows).cameraAuthorized.get(), authorized);
+        EXPECT_EQ(PermissionsModel(system_, windows_).cameraAuthorized.get(), authorized);
         decide(AuthorizationStatus::denied, status);
-        EXPECT_EQ(PermissionsModel(system, windows).microphoneAuthorized.get(), authorized);
+        EXPECT_EQ(PermissionsModel(system_, windows_).microphoneAuthorized.get(), authorized);
     }
 }
 
 TEST_F(PermissionsTest, RefreshPublishesWhatHasChanged) {
-    PermissionsModel model{system, windows};
+    PermissionsModel model{system_, windows_};
     std::vector<std::string> changes;
     const auto camera = model.cameraAuthorized.observe(
         [&](bool granted) { changes.emplace_back(granted ? "camera on" : "camera off"); });
@@ -167,49 +167,49 @@ TEST_F(PermissionsTest, RefreshPublishesWhatHasChanged) {
 }
 
 TEST_F(PermissionsTest, AsksForTheCameraAndThenForTheMicrophone) {
-    PermissionsModel model{system, windows};
+    PermissionsModel model{system_, windows_};
     const auto done = beginRequest(model);
-    EXPECT_THAT(system.requests, ElementsAre(MediaType::video));
-    system.answer(true);
-    EXPECT_THAT(system.requests, ElementsAre(MediaType::video, MediaType::audio));
+    EXPECT_THAT(system_.requests, ElementsAre(MediaType::video));
+    system_.answer(true);
+    EXPECT_THAT(system_.requests, ElementsAre(MediaType::video, MediaType::audio));
     EXPECT_FALSE(*done);
     EXPECT_FALSE(model.cameraAuthorized.get()) << "published after the last answer";
-    system.answer(false);
+    system_.answer(false);
     EXPECT_TRUE(*done);
     EXPECT_TRUE(model.cameraAuthorized.get());
     EXPECT_FALSE(model.microphoneAuthorized.get());
 }
 
 TEST_F(PermissionsTest, WhatIsDecidedIsNeverAskedAgain) {
-    PermissionsModel model{system, windows};
+    PermissionsModel model{system_, windows_};
     for (const auto status :
          {AuthorizationStatus::restricted, AuthorizationStatus::denied,
           AuthorizationStatus::authorized}) {
         decide(status, status);
         EXPECT_TRUE(*beginRequest(model));
-        EXPECT_THAT(system.requests, IsEmpty());
+        EXPECT_THAT(system_.requests, IsEmpty());
         EXPECT_EQ(model.cameraAuthorized.get(), status == AuthorizationStatus::authorized)
             << "refreshed all the same";
     }
 }
 
 TEST_F(PermissionsTest, AsksOnlyForTheOneThatIsUndecided) {
-    PermissionsModel model{system, windows};
+    PermissionsModel model{system_, windows_};
     decide(AuthorizationStatus::denied, AuthorizationStatus::notDetermined);
     const auto done = beginRequest(model);
-    EXPECT_THAT(system.requests, ElementsAre(MediaType::audio));
-    system.answer(true);
+    EXPECT_THAT(system_.requests, ElementsAre(MediaType::audio));
+    system_.answer(true);
     EXPECT_TRUE(*done);
     EXPECT_TRUE(model.microphoneAuthorized.get());
 }
 
 TEST_F(PermissionsTest, AModelThatIsGoneAsksNothingMore) {
-    auto model = std::make_unique<PermissionsModel>(system, windows);
+    auto model = std::make_unique<PermissionsModel>(system_, windows_);
     const auto done = beginRequest(*model);
     model.reset();
-    system.answer(true);
+    system_.answer(true);
     EXPECT_TRUE(*done);
-    EXPECT_THAT(system.requests, ElementsAre(MediaType::video));
+    EXPECT_THAT(system_.requests, ElementsAre(MediaType::video));
 }
 
 } // namespace

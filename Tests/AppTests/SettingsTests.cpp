@@ -15,16 +15,16 @@ using Strings = std::vector<std::string>;
 
 class SettingsTest : public testing::Test {
   protected:
-    test::InMemoryDefaultsStore store;
+    test::InMemoryDefaultsStore store_;
 
     /// What the store holds under the key, as a list.
     Strings storedList(const std::string& key) {
-        return store.stringArray(key).value_or(Strings{"(no list)"});
+        return store_.stringArray(key).value_or(Strings{"(no list)"});
     }
 };
 
 TEST_F(SettingsTest, AnEmptyStoreGivesTheDefaults) {
-    const Settings settings{store};
+    const Settings settings{store_};
     EXPECT_EQ(settings.preferredVideoDeviceID.get(), std::nullopt);
     EXPECT_EQ(settings.preferredAudioDeviceID.get(), std::nullopt);
     EXPECT_FALSE(settings.hasShownFirstRunWindow.get());
@@ -33,19 +33,19 @@ TEST_F(SettingsTest, AnEmptyStoreGivesTheDefaults) {
 }
 
 TEST_F(SettingsTest, NothingIsWrittenAtConstruction) {
-    const Settings settings{store};
-    EXPECT_THAT(store.writtenKeys, IsEmpty());
-    EXPECT_THAT(store.values, IsEmpty());
+    const Settings settings{store_};
+    EXPECT_THAT(store_.writtenKeys, IsEmpty());
+    EXPECT_THAT(store_.values, IsEmpty());
 }
 
 TEST_F(SettingsTest, ReadsWhatIsStored) {
-    store.values = {
+    store_.values = {
         {"preferredVideoDeviceID", std::string{"camera-1"}},
         {"preferredAudioDeviceID", std::string{"microphone-1"}},
         {"hasShownFirstRunWindow", true},
         {"disabledCallFamilies", Strings{"zoom", "chrome", "zoom"}},
         {"askBeforeRecording", true}};
-    const Settings settings{store};
+    const Settings settings{store_};
     EXPECT_EQ(settings.preferredVideoDeviceID.get(), "camera-1");
     EXPECT_EQ(settings.preferredAudioDeviceID.get(), "microphone-1");
     EXPECT_TRUE(settings.hasShownFirstRunWindow.get());
@@ -54,23 +54,23 @@ TEST_F(SettingsTest, ReadsWhatIsStored) {
 }
 
 TEST_F(SettingsTest, AStoredEmptyListEnablesEveryFamily) {
-    store.values = {{"disabledCallFamilies", Strings{}}};
-    EXPECT_THAT(Settings{store}.disabledCallFamilies.get(), IsEmpty());
+    store_.values = {{"disabledCallFamilies", Strings{}}};
+    EXPECT_THAT(Settings{store_}.disabledCallFamilies.get(), IsEmpty());
 }
 
 TEST_F(SettingsTest, AListWithANumberAmongItsStringsGivesTheDefaultFamilies) {
-    store.values = {{"disabledCallFamilies", test::InMemoryDefaultsStore::MixedList{}}};
-    EXPECT_THAT(Settings{store}.disabledCallFamilies.get(), ElementsAre("other"));
+    store_.values = {{"disabledCallFamilies", test::InMemoryDefaultsStore::MixedList{}}};
+    EXPECT_THAT(Settings{store_}.disabledCallFamilies.get(), ElementsAre("other"));
 }
 
 TEST_F(SettingsTest, ValuesOfAnotherTypeGiveTheDefaults) {
-    store.values = {
+    store_.values = {
         {"preferredVideoDeviceID", true},
         {"preferredAudioDeviceID", Strings{"microphone-1"}},
         {"hasShownFirstRunWindow", std::string{"true"}},
         {"disabledCallFamilies", std::string{"zoom"}},
         {"askBeforeRecording", Strings{}}};
-    const Settings settings{store};
+    const Settings settings{store_};
     EXPECT_EQ(settings.preferredVideoDeviceID.get(), std::nullopt);
     EXPECT_EQ(settings.preferredAudioDeviceID.get(), std::nullopt);
     EXPECT_FALSE(settings.hasShownFirstRunWindow.get());
@@ -79,46 +79,46 @@ TEST_F(SettingsTest, ValuesOfAnotherTypeGiveTheDefaults) {
 }
 
 TEST_F(SettingsTest, EveryAssignmentIsWrittenAtOnceUnderItsOwnKey) {
-    Settings settings{store};
+    Settings settings{store_};
     settings.preferredVideoDeviceID.set("camera-1");
-    EXPECT_EQ(store.string("preferredVideoDeviceID"), "camera-1");
+    EXPECT_EQ(store_.string("preferredVideoDeviceID"), "camera-1");
     settings.preferredAudioDeviceID.set("microphone-1");
-    EXPECT_EQ(store.string("preferredAudioDeviceID"), "microphone-1");
+    EXPECT_EQ(store_.string("preferredAudioDeviceID"), "microphone-1");
     settings.hasShownFirstRunWindow.set(true);
-    EXPECT_EQ(store.boolean("hasShownFirstRunWindow"), true);
+    EXPECT_EQ(store_.boolean("hasShownFirstRunWindow"), true);
     settings.disabledCallFamilies.set({"zoom"});
     EXPECT_THAT(storedList("disabledCallFamilies"), ElementsAre("zoom"));
     settings.askBeforeRecording.set(true);
-    EXPECT_EQ(store.boolean("askBeforeRecording"), true);
+    EXPECT_EQ(store_.boolean("askBeforeRecording"), true);
     EXPECT_THAT(
-        store.writtenKeys,
+        store_.writtenKeys,
         ElementsAre(
             "preferredVideoDeviceID", "preferredAudioDeviceID", "hasShownFirstRunWindow",
             "disabledCallFamilies", "askBeforeRecording"));
 }
 
 TEST_F(SettingsTest, AssigningTheDefaultStoresItToo) {
-    Settings settings{store};
+    Settings settings{store_};
     settings.askBeforeRecording.set(false);
-    EXPECT_EQ(store.boolean("askBeforeRecording"), false);
+    EXPECT_EQ(store_.boolean("askBeforeRecording"), false);
     settings.disabledCallFamilies.set({"other"});
     EXPECT_THAT(storedList("disabledCallFamilies"), ElementsAre("other"));
 }
 
 TEST_F(SettingsTest, SettingADeviceToAbsentRemovesTheKey) {
-    store.values = {
+    store_.values = {
         {"preferredVideoDeviceID", std::string{"camera-1"}},
         {"preferredAudioDeviceID", std::string{"microphone-1"}}};
-    Settings settings{store};
+    Settings settings{store_};
     settings.preferredVideoDeviceID.set(std::nullopt);
     settings.preferredAudioDeviceID.set(std::nullopt);
-    EXPECT_THAT(store.values, IsEmpty());
+    EXPECT_THAT(store_.values, IsEmpty());
     EXPECT_EQ(settings.preferredVideoDeviceID.get(), std::nullopt);
 }
 
 TEST_F(SettingsTest, EnablingZoomAfterDisablingZoomAndTeamsStoresTeams) {
-    store.values = {{"disabledCallFamilies", Strings{}}};
-    Settings settings{store};
+    store_.values = {{"disabledCallFamilies", Strings{}}};
+    Settings settings{store_};
     settings.disabledCallFamilies.set({"zoom", "teams"});
     auto families = settings.disabledCallFamilies.get();
     families.erase("zoom");
@@ -127,23 +127,23 @@ TEST_F(SettingsTest, EnablingZoomAfterDisablingZoomAndTeamsStoresTeams) {
 }
 
 TEST_F(SettingsTest, TheFamiliesAreStoredInAscendingOrder) {
-    Settings settings{store};
+    Settings settings{store_};
     settings.disabledCallFamilies.set({"zoom", "arc", "other", "teams"});
     EXPECT_THAT(storedList("disabledCallFamilies"), ElementsAre("arc", "other", "teams", "zoom"));
 }
 
 TEST_F(SettingsTest, ObserversFindTheNewValueInTheSettingsAndInTheStore) {
-    Settings settings{store};
+    Settings settings{store_};
     std::vector<bool> seen;
     const auto observation = settings.askBeforeRecording.observe([&](const bool& value) {
-        seen = {value, settings.askBeforeRecording.get(), *store.boolean("askBeforeRecording")};
+        seen = {value, settings.askBeforeRecording.get(), *store_.boolean("askBeforeRecording")};
     });
     settings.askBeforeRecording.set(true);
     EXPECT_THAT(seen, ElementsAre(true, true, true));
 }
 
 TEST_F(SettingsTest, EveryPreferencePublishesItsChanges) {
-    Settings settings{store};
+    Settings settings{store_};
     Strings changed;
     const std::vector<std::unique_ptr<Observation>> observations = [&] {
         std::vector<std::unique_ptr<Observation>> all;
@@ -167,7 +167,7 @@ TEST_F(SettingsTest, EveryPreferencePublishesItsChanges) {
 }
 
 TEST_F(SettingsTest, AnObserverThatSetsThePreferenceAgainHasTheLastWordInTheStoreToo) {
-    Settings settings{store};
+    Settings settings{store_};
     const auto observation =
         settings.preferredVideoDeviceID.observe([&](const std::optional<std::string>& value) {
             if (value == "gone") {
@@ -176,7 +176,7 @@ TEST_F(SettingsTest, AnObserverThatSetsThePreferenceAgainHasTheLastWordInTheStor
         });
     settings.preferredVideoDeviceID.set("gone");
     EXPECT_EQ(settings.preferredVideoDeviceID.get(), "camera-2");
-    EXPECT_EQ(store.string("preferredVideoDeviceID"), "camera-2");
+    EXPECT_EQ(store_.string("preferredVideoDeviceID"), "camera-2");
 }
 
 } // namespace

@@ -25,23 +25,23 @@ using Strings = std::vector<std::string>;
 
 class JsonDefaultsStoreTest : public testing::Test {
   protected:
-    const std::filesystem::path folder = "/home/user/.config/brindle-recorder";
-    const std::filesystem::path file = folder / "preferences.json";
-    test::InMemoryFileManager disk;
-    Strings log;
+    const std::filesystem::path folder_ = "/home/user/.config/brindle-recorder";
+    const std::filesystem::path file_ = folder_ / "preferences.json";
+    test::InMemoryFileManager disk_;
+    Strings log_;
 
     JsonDefaultsStore open() {
-        return {disk, file, [this](const std::string& line) {
-                    log.push_back(line);
+        return {disk_, file_, [this](const std::string& line) {
+                    log_.push_back(line);
                 }};
     }
-    void put(std::string contents) { disk.putFile(file, std::move(contents)); }
+    void put(std::string contents) { disk_.putFile(file_, std::move(contents)); }
     [[nodiscard]] std::filesystem::path damaged(int number) const {
-        return folder / ("preferences.json.damaged-" + std::to_string(number));
+        return folder_ / ("preferences.json.damaged-" + std::to_string(number));
     }
     /// What the file holds, as JSON.
     [[nodiscard]] nlohmann::json stored() const {
-        return nlohmann::json::parse(disk.contents(file).value_or("\"no file\""));
+        return nlohmann::json::parse(disk_.contents(file_).value_or("\"no file\""));
     }
 };
 
@@ -50,9 +50,9 @@ TEST_F(JsonDefaultsStoreTest, WithoutAFileEverythingIsAbsentAndNothingIsTouched)
     EXPECT_EQ(store.string("preferredVideoDeviceID"), std::nullopt);
     EXPECT_EQ(store.boolean("askBeforeRecording"), std::nullopt);
     EXPECT_EQ(store.stringArray("disabledCallFamilies"), std::nullopt);
-    EXPECT_THAT(disk.files(), IsEmpty());
-    EXPECT_FALSE(disk.isDirectory(folder));
-    EXPECT_THAT(log, IsEmpty());
+    EXPECT_THAT(disk_.files(), IsEmpty());
+    EXPECT_FALSE(disk_.isDirectory(folder_));
+    EXPECT_THAT(log_, IsEmpty());
 }
 
 TEST_F(JsonDefaultsStoreTest, WhatIsSetIsThereForTheNextStore) {
@@ -70,7 +70,7 @@ TEST_F(JsonDefaultsStoreTest, WhatIsSetIsThereForTheNextStore) {
     EXPECT_EQ(store.boolean("askBeforeRecording"), false);
     EXPECT_THAT(store.stringArray("disabledCallFamilies"), Optional(ElementsAre("teams", "zoom")));
     EXPECT_THAT(store.stringArray("empty"), Optional(IsEmpty())) << "empty is not absent";
-    EXPECT_THAT(log, IsEmpty());
+    EXPECT_THAT(log_, IsEmpty());
 }
 
 TEST_F(JsonDefaultsStoreTest, EveryWriteIsKeptAtOnce) {
@@ -81,13 +81,13 @@ TEST_F(JsonDefaultsStoreTest, EveryWriteIsKeptAtOnce) {
     EXPECT_EQ(stored(), nlohmann::json({{"a", true}, {"b", "text"}}));
     store.remove("a");
     EXPECT_EQ(stored(), nlohmann::json({{"b", "text"}}));
-    EXPECT_THAT(disk.files(), ElementsAre(file)) << "nothing is left beside the file";
+    EXPECT_THAT(disk_.files(), ElementsAre(file_)) << "nothing is left beside the file";
 }
 
 TEST_F(JsonDefaultsStoreTest, AWriteSurvivesALossOfPower) {
     auto store = open();
     store.setBoolean("a", true);
-    disk.losePower();
+    disk_.losePower();
     EXPECT_EQ(stored(), nlohmann::json({{"a", true}}));
 }
 
@@ -113,7 +113,7 @@ TEST_F(JsonDefaultsStoreTest, AValueOfAnotherTypeReadsAsAbsent) {
     EXPECT_EQ(store.string("text"), "t");
     EXPECT_EQ(store.boolean("flag"), true);
     EXPECT_THAT(store.stringArray("list"), Optional(ElementsAre("a")));
-    EXPECT_THAT(log, IsEmpty()) << "it is no damage either";
+    EXPECT_THAT(log_, IsEmpty()) << "it is no damage either";
 }
 
 TEST_F(JsonDefaultsStoreTest, UnknownKeysAndOtherTypesSurviveARewrite) {
@@ -126,7 +126,7 @@ TEST_F(JsonDefaultsStoreTest, UnknownKeysAndOtherTypesSurviveARewrite) {
     auto expected = nlohmann::json::parse(text);
     expected["askBeforeRecording"] = true;
     EXPECT_EQ(stored(), expected);
-    const auto contents = disk.contents(file).value_or("");
+    const auto contents = disk_.contents(file_).value_or("");
     EXPECT_LT(contents.find("z of another"), contents.find("disabledCall")) << "in their order";
 }
 
@@ -147,32 +147,32 @@ TEST_F(JsonDefaultsStoreTest, ADamagedFileIsSetAsideAndSaidOnce) {
              {"not UTF-8", "{\"a\": \"\xff\"}"},
              {"an impossible number", "{\"a\": 1e999}"},
              {"nested without end", deep}}) {
-        disk.removeTree("/home");
-        log.clear();
+        disk_.removeTree("/home");
+        log_.clear();
         put(contents);
         auto store = open();
         EXPECT_EQ(store.boolean("askBeforeRecording"), std::nullopt) << what;
-        EXPECT_THAT(disk.files(), ElementsAre(damaged(1))) << what;
-        EXPECT_TRUE(disk.contents(damaged(1)) == contents) << what;
+        EXPECT_THAT(disk_.files(), ElementsAre(damaged(1))) << what;
+        EXPECT_TRUE(disk_.contents(damaged(1)) == contents) << what;
         EXPECT_THAT(
-            log, ElementsAre("preferences set aside: preferences.json "
-                             "as=preferences.json.damaged-1 reason=not an object of preferences"))
+            log_, ElementsAre("preferences set aside: preferences.json "
+                              "as=preferences.json.damaged-1 reason=not an object of preferences"))
             << what;
         store.setBoolean("askBeforeRecording", true);
         EXPECT_EQ(stored(), nlohmann::json({{"askBeforeRecording", true}})) << what;
-        EXPECT_TRUE(disk.contents(damaged(1)) == contents) << what;
-        EXPECT_THAT(log, SizeIs(1)) << what;
+        EXPECT_TRUE(disk_.contents(damaged(1)) == contents) << what;
+        EXPECT_THAT(log_, SizeIs(1)) << what;
     }
 }
 
 TEST_F(JsonDefaultsStoreTest, EarlierDamagedFilesAreNotReplaced) {
-    disk.putFile(damaged(1), "first");
-    disk.putFile(damaged(2), "second");
+    disk_.putFile(damaged(1), "first");
+    disk_.putFile(damaged(2), "second");
     put("third");
     open();
-    EXPECT_EQ(disk.contents(damaged(1)), "first");
-    EXPECT_EQ(disk.contents(damaged(2)), "second");
-    EXPECT_EQ(disk.contents(damaged(3)), "third");
+    EXPECT_EQ(disk_.contents(damaged(1)), "first");
+    EXPECT_EQ(disk_.contents(damaged(2)), "second");
+    EXPECT_EQ(disk_.contents(damaged(3)), "third");
 }
 
 TEST_F(JsonDefaultsStoreTest, AFileIsReadUpToTheLimitAndNoFurther) {
@@ -183,12 +183,12 @@ TEST_F(JsonDefaultsStoreTest, AFileIsReadUpToTheLimitAndNoFurther) {
     };
     put(padded(JsonDefaultsStore::maxFileBytes));
     EXPECT_EQ(open().boolean("askBeforeRecording"), true);
-    EXPECT_THAT(log, IsEmpty());
+    EXPECT_THAT(log_, IsEmpty());
 
     put(padded(JsonDefaultsStore::maxFileBytes + 1));
     EXPECT_EQ(open().boolean("askBeforeRecording"), std::nullopt);
-    EXPECT_THAT(disk.files(), ElementsAre(damaged(1)));
-    EXPECT_THAT(log, SizeIs(1));
+    EXPECT_THAT(disk_.files(), ElementsAre(damaged(1)));
+    EXPECT_THAT(log_, SizeIs(1));
 }
 
 TEST_F(JsonDefaultsStoreTest, NestingIsAcceptedUpToTheLimit) {
@@ -198,65 +198,65 @@ TEST_F(JsonDefaultsStoreTest, NestingIsAcceptedUpToTheLimit) {
     };
     put(nested(JsonDefaultsStore::maxDepth));
     open();
-    EXPECT_THAT(log, IsEmpty());
+    EXPECT_THAT(log_, IsEmpty());
     put(nested(JsonDefaultsStore::maxDepth + 1));
     open();
-    EXPECT_THAT(log, SizeIs(1));
+    EXPECT_THAT(log_, SizeIs(1));
 }
 
 TEST_F(JsonDefaultsStoreTest, AFileThatCannotBeReadIsSetAsideToo) {
     put(R"({"askBeforeRecording": true})");
-    disk.failCall(Operation::readFile, 1, std::errc::permission_denied);
+    disk_.failCall(Operation::readFile, 1, std::errc::permission_denied);
     EXPECT_EQ(open().boolean("askBeforeRecording"), std::nullopt);
-    EXPECT_THAT(disk.files(), ElementsAre(damaged(1)));
-    EXPECT_THAT(log, ElementsAre(AllOf(HasSubstr("set aside"), HasSubstr("ermission denied"))));
+    EXPECT_THAT(disk_.files(), ElementsAre(damaged(1)));
+    EXPECT_THAT(log_, ElementsAre(AllOf(HasSubstr("set aside"), HasSubstr("ermission denied"))));
 }
 
 TEST_F(JsonDefaultsStoreTest, WhatCannotBeSetAsideIsNotOverwritten) {
     put("damaged");
-    disk.failEveryCall(Operation::moveFile, std::errc::read_only_file_system);
+    disk_.failEveryCall(Operation::moveFile, std::errc::read_only_file_system);
     auto store = open();
-    EXPECT_THAT(log, ElementsAre(HasSubstr("preferences unreadable: preferences.json")));
+    EXPECT_THAT(log_, ElementsAre(HasSubstr("preferences unreadable: preferences.json")));
     store.setBoolean("askBeforeRecording", true);
     store.setBoolean("askBeforeRecording", false);
-    EXPECT_EQ(disk.contents(file), "damaged");
+    EXPECT_EQ(disk_.contents(file_), "damaged");
     EXPECT_EQ(store.boolean("askBeforeRecording"), false);
-    EXPECT_THAT(log, ElementsAre(testing::_, HasSubstr("preferences not saved")));
+    EXPECT_THAT(log_, ElementsAre(testing::_, HasSubstr("preferences not saved")));
 
-    disk.stopFailing();
+    disk_.stopFailing();
     store.setBoolean("askBeforeRecording", true);
-    EXPECT_EQ(disk.contents(damaged(1)), "damaged");
+    EXPECT_EQ(disk_.contents(damaged(1)), "damaged");
     EXPECT_EQ(stored(), nlohmann::json({{"askBeforeRecording", true}}));
 }
 
 TEST_F(JsonDefaultsStoreTest, AFailedWriteKeepsTheOldFileAndIsLoggedOnce) {
     for (const Operation operation :
          {Operation::createDirectory, Operation::createSyncedFile, Operation::moveFile}) {
-        disk.stopFailing();
-        log.clear();
+        disk_.stopFailing();
+        log_.clear();
         put(R"({"kept": true})");
         auto store = open();
-        disk.failEveryCall(operation, std::errc::no_space_on_device);
+        disk_.failEveryCall(operation, std::errc::no_space_on_device);
         store.setBoolean("first", true);
         store.setString("second", "text");
         EXPECT_EQ(stored(), nlohmann::json({{"kept", true}}));
-        EXPECT_THAT(disk.files(), ElementsAre(file)) << "nothing is left beside the file";
+        EXPECT_THAT(disk_.files(), ElementsAre(file_)) << "nothing is left beside the file";
         EXPECT_EQ(store.boolean("first"), true) << "what was set holds while the program runs";
         EXPECT_THAT(
-            log, ElementsAre("preferences not saved: preferences.json "
-                             "reason=No space left on device"));
+            log_, ElementsAre("preferences not saved: preferences.json "
+                              "reason=No space left on device"));
 
-        disk.stopFailing();
+        disk_.stopFailing();
         store.setBoolean("third", true);
         EXPECT_EQ(
             stored(),
             nlohmann::json({{"kept", true}, {"first", true}, {"second", "text"}, {"third", true}}))
             << "the next write takes everything along";
-        EXPECT_THAT(log, SizeIs(1));
+        EXPECT_THAT(log_, SizeIs(1));
 
-        disk.failEveryCall(operation, std::errc::no_space_on_device);
+        disk_.failEveryCall(operation, std::errc::no_space_on_device);
         store.setBoolean("fourth", true);
-        EXPECT_THAT(log, SizeIs(2)) << "a new trouble is said again";
+        EXPECT_THAT(log_, SizeIs(2)) << "a new trouble is said again";
     }
 }
 
@@ -265,7 +265,7 @@ TEST_F(JsonDefaultsStoreTest, AFileThatWouldBeTooLargeToReadIsNotWritten) {
     store.setBoolean("kept", true);
     store.setString("large", std::string(JsonDefaultsStore::maxFileBytes, 'x'));
     EXPECT_EQ(stored(), nlohmann::json({{"kept", true}}));
-    EXPECT_THAT(log, ElementsAre(HasSubstr("reason=too large")));
+    EXPECT_THAT(log_, ElementsAre(HasSubstr("reason=too large")));
 }
 
 TEST_F(JsonDefaultsStoreTest, TextThatIsNotUtf8IsStoredWithReplacements) {
@@ -276,7 +276,7 @@ TEST_F(JsonDefaultsStoreTest, TextThatIsNotUtf8IsStoredWithReplacements) {
     EXPECT_EQ(
         stored(),
         nlohmann::json({{"preferredVideoDeviceID", "cam\uFFFD!"}, {"key \uFFFD", {"\uFFFD"}}}));
-    EXPECT_THAT(log, IsEmpty());
+    EXPECT_THAT(log_, IsEmpty());
 }
 
 /// Gives a variable of the environment another value for the length of a test.
