@@ -75,8 +75,11 @@ TEST(StallDetector, NeverForgetsTheLargestValues) {
     EXPECT_FALSE(detector.observe(Seconds{60}, 5'000, start + 1s));
     // Each moves one measure forward and lets the other fall back.
     EXPECT_FALSE(detector.observe(Seconds{61}, 10, start + 2s));
-    EXPECT_FALSE(detector.observe(Seconds{1}, 5'001, start + 3s));
-    EXPECT_EQ(detector.lastDuration, Seconds{61});
+    EXPECT_EQ(detector.lastFileSize, 5'000);
+    EXPECT_FALSE(detector.observe(Seconds{62}, std::nullopt, start + 3s));
+    EXPECT_EQ(detector.lastFileSize, 5'000);
+    EXPECT_FALSE(detector.observe(Seconds{1}, 5'001, start + 4s));
+    EXPECT_EQ(detector.lastDuration, Seconds{62});
     EXPECT_EQ(detector.lastFileSize, 5'001);
 }
 
