@@ -360,6 +360,9 @@ TEST(CallDetector, AProgramThatStillWaitsKeepsTheCall) {
     detector.update({}, at(10));
     EXPECT_EQ(inWords(detector.update({chrome}, at(30))), "nothing");
     EXPECT_EQ(inWords(detector.phase()), "recording zoom#1");
+    detector.config.stopAfter = Seconds{0};
+    EXPECT_EQ(inWords(detector.update({chrome}, at(31))), "nothing");
+    EXPECT_EQ(inWords(detector.phase()), "recording zoom#1");
 }
 
 TEST(CallDetector, IgnoredProgramsDoNotKeepTheCall) {
