@@ -136,7 +136,8 @@ TEST_F(SettingsTest, ObserversFindTheNewValueInTheSettingsAndInTheStore) {
     Settings settings{store_};
     std::vector<bool> seen;
     const auto observation = settings.askBeforeRecording.observe([&](const bool& value) {
-        seen = {value, settings.askBeforeRecording.get(), *store_.boolean("askBeforeRecording")};
+        seen = {
+            value, settings.askBeforeRecording.get(), store_.boolean("askBeforeRecording") == true};
     });
     settings.askBeforeRecording.set(true);
     EXPECT_THAT(seen, ElementsAre(true, true, true));
