@@ -29,6 +29,13 @@ class NotifierTest : public testing::Test {
         };
     }
 
+    // A question that is never answered would be waited for without end.
+    void TearDown() override {
+        while (!notifications_.authorizationRequests.empty()) {
+            notifications_.answerAuthorization(false);
+        }
+    }
+
     /// Starts to ask for permission; true in the result once the notifier has stopped waiting.
     std::shared_ptr<bool> beginAuthorization() {
         auto done = std::make_shared<bool>(false);

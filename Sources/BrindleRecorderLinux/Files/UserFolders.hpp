@@ -1,4 +1,4 @@
-// Where the user's own folders are, by the XDG Base Directory Specification 0.8.
+// Where the user's own folders are: the XDG base directories (freedesktop.org, version 0.8).
 #pragma once
 
 #include <filesystem>
