@@ -1,0 +1,66 @@
+#include "BrindleRecorderCore/DiagnosticLog.hpp"
+
+#include "BrindleRecorderCore/HomeDirectory.hpp"
+#include "BrindleRecorderCore/InternetDateTime.hpp"
+#include "BrindleRecorderCore/PosixFileManager.hpp"
+#include "BrindleRecorderCore/SerialQueue.hpp"
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+namespace brindle {
+
+DiagnosticLog::DiagnosticLog(
+    const std::filesystem::path& directory, std::string_view fileName, std::int64_t maxBytes,
+    FileManager& fileManager, std::unique_ptr<Executor> queue)
+    : fileURL_{directory / fileName}, maxBytes_{maxBytes},
+      fileManager_{fileManager}, queue_{std::move(queue)} {
+    if (!queue_) {
+        queue_ = std::make_unique<SerialQueue>(std::string{queueLabel});
+    }
+}
+
+DiagnosticLog& DiagnosticLog::shared() {
+    static PosixFileManager fileManager;
+    static DiagnosticLog log{
+        homeDirectory() / "Library" / "Logs" / "Brindle Recorder", "recorder.log", 5'000'000,
+        fileManager};
+    return log;
+}
+
+void DiagnosticLog::log(std::string_view message, Date at) noexcept {
+    try {
+        queue_->async([this, line = format(message, at, TimeZone::current())] { append(line); });
+    } catch (const std::exception&) {
+        // No memory, or a time-zone database that breaks off: the line is lost, the caller is not.
+    }
+}
+
+void DiagnosticLog::flush() {
+    queue_->sync([] {});
+}
+
+std::string DiagnosticLog::format(std::string_view message, Date at, const TimeZone& timeZone) {
+    std::string line =
+        InternetDateTime::format(at, timeZone, InternetDateTime::Fraction::milliseconds);
+    line += ' ';
+    const auto messageStart = static_cast<std::ptrdiff_t>(line.size());
+    line += message;
+    std::replace(line.begin() + messageStart, line.end(), '\n', ' ');
+    line += '\n';
+    return line;
+}
+
+void DiagnosticLog::append(const std::string& line) {
+    // Every failure is passed over: where the log cannot be written there is nowhere to say so.
+    fileManager_.createDirectory(fileURL_.parent_path());
+    if (fileManager_.fileSize(fileURL_).value_or(0) > maxBytes_) {
+        std::filesystem::path rotated = fileURL_;
+        rotated += ".1";
+        fileManager_.moveFile(fileURL_, rotated);
+    }
+    fileManager_.appendToFile(fileURL_, line);
+}
+
+} // namespace brindle

@@ -1,0 +1,82 @@
+#include "BrindleRecorderCore/RecordingsFolder.hpp"
+
+#include "BrindleRecorderCore/CheckedArithmetic.hpp"
+#include "BrindleRecorderCore/HomeDirectory.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cassert>
+#include <fmt/format.h>
+
+namespace brindle {
+
+namespace {
+
+constexpr std::string_view movExtension = "mov";
+constexpr std::string_view mp4Extension = "mp4";
+constexpr std::string_view sidecarExtension = "json";
+constexpr std::array extensions{movExtension, mp4Extension, sidecarExtension};
+
+std::filesystem::path
+url(const std::filesystem::path& folder, std::string_view baseName, std::string_view extension) {
+    assert(baseName.find('/') == std::string_view::npos);
+    return folder / fmt::format("{}.{}", baseName, extension);
+}
+
+} // namespace
+
+std::filesystem::path RecordingsFolder::defaultRoot() {
+    return homeDirectory() / "Movies" / "Brindle";
+}
+
+Expected<void, FileError> RecordingsFolder::createIfNeeded(FileManager& fileManager) const {
+    return fileManager.createDirectory(root);
+}
+
+std::filesystem::path RecordingsFolder::movURL(std::string_view baseName) const {
+    return url(root, baseName, movExtension);
+}
+
+std::filesystem::path RecordingsFolder::mp4URL(std::string_view baseName) const {
+    return url(root, baseName, mp4Extension);
+}
+
+std::filesystem::path RecordingsFolder::sidecarURL(std::string_view baseName) const {
+    return url(root, baseName, sidecarExtension);
+}
+
+std::int64_t RecordingsFolder::totalSizeBytes(const FileManager& fileManager) const {
+    const auto entries = fileManager.contentsOfDirectory(root);
+    std::int64_t total = 0;
+    if (entries) {
+        for (const DirectoryEntry& entry : *entries) {
+            total = sumOrAbort(total, entry.fileSize.value_or(0));
+        }
+    }
+    return total;
+}
+
+std::string RecordingNaming::baseName(Date date, const TimeZone& timeZone) {
+    const LocalTime local = timeZone.localTimeAt(date);
+    return fmt::format(
+        "{:04}-{:02}-{:02}_{:02}{:02}", local.year, local.month, local.day, local.hour,
+        local.minute);
+}
+
+std::string RecordingNaming::uniqueBaseName(
+    Date date, const std::filesystem::path& folder, const TimeZone& timeZone,
+    const FileManager& fileManager) {
+    const auto isFree = [&](std::string_view name) {
+        return std::none_of(extensions.begin(), extensions.end(), [&](std::string_view extension) {
+            return fileManager.fileExists(url(folder, name, extension));
+        });
+    };
+    const std::string base = baseName(date, timeZone);
+    std::string candidate = base;
+    for (std::int64_t number = 2; !isFree(candidate); number = sumOrAbort(number, 1)) {
+        candidate = fmt::format("{}-{}", base, number);
+    }
+    return candidate;
+}
+
+} // namespace brindle

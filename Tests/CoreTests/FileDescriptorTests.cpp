@@ -1,0 +1,133 @@
+#include "BrindleRecorderCore/FileDescriptor.hpp"
+
+#include "Support/TemporaryFolder.hpp"
+
+#include <array>
+#include <atomic>
+#include <csignal>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <thread>
+#include <unistd.h>
+
+namespace brindle {
+namespace {
+
+std::atomic<int> signalsHandled = 0;
+
+/// A signal that does nothing but interrupt system calls, which are then not restarted.
+class InterruptingSignal {
+  public:
+    InterruptingSignal() {
+        struct sigaction action {};
+        action.sa_handler = [](int) {
+            ++signalsHandled;
+        };
+        ::sigaction(SIGUSR1, &action, &before_);
+        signalsHandled = 0;
+    }
+    ~InterruptingSignal() { ::sigaction(SIGUSR1, &before_, nullptr); }
+    InterruptingSignal(const InterruptingSignal&) = delete;
+    InterruptingSignal& operator=(const InterruptingSignal&) = delete;
+
+    /// Interrupts the thread until it has noticed that often.
+    static void interrupt(std::thread& thread, int times) {
+        const int target = signalsHandled + times;
+        while (signalsHandled < target) {
+            ::pthread_kill(thread.native_handle(), SIGUSR1);
+            std::this_thread::yield();
+        }
+    }
+
+  private:
+    struct sigaction before_ {};
+};
+
+struct Pipe {
+    Pipe() {
+        std::array<int, 2> ends{};
+        EXPECT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+        readEnd = FileDescriptor{ends[0]};
+        writeEnd = FileDescriptor{ends[1]};
+    }
+    FileDescriptor readEnd{-1};
+    FileDescriptor writeEnd{-1};
+};
+
+TEST(FileDescriptor, WritesEverythingThroughSignalsAndShortWrites) {
+    const InterruptingSignal signal;
+    Pipe pipe;
+    const std::string sent(1'000'000, 'x'); // far more than a pipe holds: the writer must wait
+    Expected<void, std::error_code> written;
+    std::thread writer{[&] {
+        written = pipe.writeEnd.writeAll(sent);
+    }};
+    std::string received;
+    while (received.size() < sent.size()) {
+        if (received.size() + 100'000 < sent.size()) {
+            InterruptingSignal::interrupt(writer, 3);
+        }
+        const auto piece = pipe.readEnd.readUpTo(50'000);
+        ASSERT_TRUE(piece);
+        received += *piece;
+    }
+    writer.join();
+    EXPECT_TRUE(written);
+    EXPECT_EQ(received, sent);
+}
+
+TEST(FileDescriptor, ReadsToTheEndThroughSignals) {
+    const InterruptingSignal signal;
+    Pipe pipe;
+    Expected<std::string, std::error_code> received;
+    std::thread reader{[&] {
+        received = pipe.readEnd.readUpTo(1'000);
+    }};
+    InterruptingSignal::interrupt(reader, 20);
+    EXPECT_TRUE(pipe.writeEnd.writeAll("first "));
+    InterruptingSignal::interrupt(reader, 20);
+    EXPECT_TRUE(pipe.writeEnd.writeAll("second"));
+    pipe.writeEnd = FileDescriptor{-1};
+    reader.join();
+    EXPECT_EQ(received, "first second");
+}
+
+TEST(FileDescriptor, ReadsNoMoreThanAsked) {
+    Pipe pipe;
+    ASSERT_TRUE(pipe.writeEnd.writeAll("1234567890"));
+    EXPECT_EQ(pipe.readEnd.readUpTo(4), "1234");
+    EXPECT_EQ(pipe.readEnd.readUpTo(0), "");
+    EXPECT_EQ(pipe.readEnd.readUpTo(6), "567890");
+}
+
+TEST(FileDescriptor, ReportsFailures) {
+    Pipe pipe;
+    EXPECT_EQ(pipe.readEnd.writeAll("x").error(), std::errc::bad_file_descriptor);
+    EXPECT_EQ(pipe.writeEnd.readUpTo(1).error(), std::errc::bad_file_descriptor);
+    EXPECT_EQ(pipe.readEnd.sync().error(), std::errc::invalid_argument);
+    EXPECT_EQ(
+        FileDescriptor::open("/missing/file", O_RDONLY).error(),
+        std::errc::no_such_file_or_directory);
+}
+
+TEST(FileDescriptor, IsNotInheritedByOtherPrograms) {
+    const test::TemporaryFolder folder;
+    const auto file = FileDescriptor::open(folder.path() / "file", O_CREAT | O_WRONLY, 0600);
+    ASSERT_TRUE(file);
+    EXPECT_TRUE(::fcntl(file->number(), F_GETFD) & FD_CLOEXEC);
+}
+
+TEST(FileDescriptor, ClosesOnceHoweverOftenItIsMoved) {
+    Pipe pipe;
+    const int number = pipe.writeEnd.number();
+    {
+        FileDescriptor first{std::move(pipe.writeEnd)};
+        const FileDescriptor second{std::move(first)};
+        EXPECT_NE(::fcntl(number, F_GETFD), -1);
+    }
+    EXPECT_EQ(::fcntl(number, F_GETFD), -1);
+}
+
+} // namespace
+} // namespace brindle
