@@ -1,0 +1,33 @@
+// Finds the recordings that never came to their end, because the program or the machine went down.
+#pragma once
+
+#include "BrindleRecorderCore/Expected.hpp"
+#include "BrindleRecorderCore/FileManager.hpp"
+#include "BrindleRecorderCore/RecordingsFolder.hpp"
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace brindle {
+
+/// A recording whose sidecar has no end time.
+struct InterruptedRecording {
+    std::string baseName;
+    std::filesystem::path sidecarURL;
+    std::optional<std::filesystem::path> movURL; ///< absent when the capture file is not there
+
+    friend bool operator==(const InterruptedRecording&, const InterruptedRecording&) = default;
+};
+
+struct InterruptedScan {
+    /// The interrupted recordings of the folder in order of their sidecars' file names, bytes
+    /// compared: oldest first, but for those that began in one and the same minute. What cannot be
+    /// read as a sidecar is passed over. Fails only when the folder cannot be listed. Changes
+    /// nothing on disk. Blocks on the caller's thread; any thread.
+    static Expected<std::vector<InterruptedRecording>, FileError>
+    scan(const RecordingsFolder& folder, const FileManager& fileManager);
+};
+
+} // namespace brindle
