@@ -1,9 +1,13 @@
 #include "BrindleRecorderCore/SidecarStore.hpp"
 
+#include "BrindleRecorderCore/PosixFileManager.hpp"
 #include "Support/ExampleSidecar.hpp"
 #include "Support/InMemoryFileManager.hpp"
+#include "Support/TemporaryFolder.hpp"
 
+#include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 
 namespace brindle {
 namespace {
@@ -167,6 +171,34 @@ TEST_F(SidecarStoreTest, RefusesAnyFileAboveTheLimit) {
     EXPECT_EQ(SidecarStore::read(disk_, path), exampleSidecar());
     disk_.putFile(path, text + ' ');
     EXPECT_EQ(fileErrorOf(SidecarStore::read(disk_, path)), std::errc::file_too_large);
+}
+
+TEST(SidecarStoreOnDisk, WritesPrivateFilesAndReadsThemBack) {
+    const test::TemporaryFolder temporary;
+    PosixFileManager disk;
+    const auto file = temporary.path() / "a.json";
+    for (const Sidecar& sidecar : {exampleSidecar(), otherSidecar()}) {
+        const auto written = SidecarStore::write(disk, sidecar, file, utc);
+        ASSERT_TRUE(written) << written.error().description();
+        EXPECT_EQ(SidecarStore::read(disk, file), sidecar);
+    }
+    using std::filesystem::perms;
+    EXPECT_EQ(std::filesystem::status(file).permissions(), perms::owner_read | perms::owner_write);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator{temporary.path()}, {}), 1);
+}
+
+TEST(SidecarStoreOnDisk, FailsToReadWhatIsNoSidecarFile) {
+    const test::TemporaryFolder temporary;
+    const PosixFileManager disk;
+    EXPECT_EQ(
+        fileErrorOf(SidecarStore::read(disk, temporary.path() / "missing.json")),
+        std::errc::no_such_file_or_directory);
+    EXPECT_EQ(fileErrorOf(SidecarStore::read(disk, temporary.path())), std::errc::is_a_directory);
+    const auto empty = temporary.path() / "empty.json";
+    std::ofstream{empty}.flush();
+    const auto read = SidecarStore::read(disk, empty);
+    ASSERT_FALSE(read);
+    EXPECT_EQ(read.error().description(), "Not valid JSON: the text is empty.");
 }
 
 } // namespace
