@@ -3,43 +3,25 @@
 #include "BrindleRecorderCore/SidecarCoding.hpp"
 
 #include "Support/ExampleSidecar.hpp"
+#include "Support/RandomSource.hpp"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <gtest/gtest.h>
-#include <iostream>
-#include <random>
+#include <string>
+#include <vector>
 
 namespace brindle {
 namespace {
 
 using test::exampleSidecar;
 
-std::uint64_t chosenSeed() {
-    if (const char* variable = std::getenv("BRINDLE_SEED")) {
-        return std::strtoull(variable, nullptr, 10);
-    }
-    return std::random_device{}();
-}
-
 class SidecarFuzz : public testing::Test {
   protected:
-    // Before anything else, so that a crash does not take the seed with it.
-    SidecarFuzz() { std::cout << "BRINDLE_SEED=" << seed_ << std::endl; }
+    char anyByte() { return static_cast<char>(random_.below(256)); }
 
-    std::size_t below(std::size_t limit) {
-        return std::uniform_int_distribution<std::size_t>{0, limit - 1}(random_);
-    }
-
-    char anyByte() { return static_cast<char>(below(256)); }
-
-    const std::string& oneOf(const std::vector<std::string>& texts) {
-        return texts[below(texts.size())];
-    }
-
-    const std::uint64_t seed_ = chosenSeed();
-    std::mt19937_64 random_{seed_};
+    const std::uint64_t seed_ = test::freshSeed();
+    test::RandomSource random_{seed_};
     const testing::ScopedTrace trace_{
         __FILE__, __LINE__, "replay with BRINDLE_SEED=" + std::to_string(seed_)};
 };
@@ -101,16 +83,17 @@ TEST_F(SidecarFuzz, WhateverIsReadWritesAndReadsBackEqual) {
     constexpr int rounds = 5'000;
     for (int round = 0; round < rounds; ++round) {
         SCOPED_TRACE(round);
-        std::string text = oneOf(documents);
-        for (std::size_t changes = 1 + below(4); changes > 0; --changes) {
-            const std::size_t at = below(text.size() + 1);
-            const std::size_t length = below(std::min<std::size_t>(text.size() - at, 40) + 1);
-            switch (below(7)) {
+        std::string text = random_.oneOf(documents);
+        for (std::size_t changes = 1 + random_.below(4); changes > 0; --changes) {
+            const std::size_t at = random_.below(text.size() + 1);
+            const std::size_t length =
+                random_.below(std::min<std::size_t>(text.size() - at, 40) + 1);
+            switch (random_.below(7)) {
             case 0:
                 text.insert(at, 1, anyByte());
                 break;
             case 1:
-                text.insert(at, oneOf(tokens));
+                text.insert(at, random_.oneOf(tokens));
                 break;
             case 2:
                 text.erase(at, length);
@@ -119,16 +102,16 @@ TEST_F(SidecarFuzz, WhateverIsReadWritesAndReadsBackEqual) {
                 text.insert(at, text.substr(at, length));
                 break;
             case 4:
-                text.replace(at, length, oneOf(documents).substr(0, below(60)));
+                text.replace(at, length, random_.oneOf(documents).substr(0, random_.below(60)));
                 break;
             case 5:
                 if (at < text.size()) {
-                    text[at] = static_cast<char>('0' + below(10));
+                    text[at] = static_cast<char>('0' + random_.below(10));
                 }
                 break;
             default:
                 if (at < text.size()) {
-                    text[at] = static_cast<char>(text[at] ^ (1 << below(8)));
+                    text[at] = static_cast<char>(text[at] ^ (1 << random_.below(8)));
                 }
             }
         }
@@ -139,8 +122,8 @@ TEST_F(SidecarFuzz, WhateverIsReadWritesAndReadsBackEqual) {
             continue;
         }
         ++readable;
-        const auto again =
-            SidecarCoding::decode(SidecarCoding::encode(*read, *TimeZone::named(oneOf(zones))));
+        const auto again = SidecarCoding::decode(
+            SidecarCoding::encode(*read, *TimeZone::named(random_.oneOf(zones))));
         ASSERT_TRUE(again) << again.error().message;
         EXPECT_TRUE(*again == *read);
     }
@@ -152,8 +135,8 @@ TEST_F(SidecarFuzz, WhateverIsReadWritesAndReadsBackEqual) {
 TEST_F(SidecarFuzz, WhateverIsWrittenCanBeRead) {
     const auto anyText = [&] {
         std::string text;
-        for (std::size_t length = below(30); length > 0; --length) {
-            text += below(3) == 0 ? oneOf(tokens) : std::string(1, anyByte());
+        for (std::size_t length = random_.below(30); length > 0; --length) {
+            text += random_.below(3) == 0 ? random_.oneOf(tokens) : std::string(1, anyByte());
         }
         return text;
     };
@@ -163,7 +146,7 @@ TEST_F(SidecarFuzz, WhateverIsWrittenCanBeRead) {
         sidecar.roomCode = anyText();
         sidecar.videoDevice = anyText();
         sidecar.audioDevice = anyText();
-        sidecar.notes.assign(below(4), anyText());
+        sidecar.notes.assign(random_.below(4), anyText());
         sidecar.source->app = anyText();
         sidecar.source->bundleID = anyText();
         sidecar.source->site = anyText();
