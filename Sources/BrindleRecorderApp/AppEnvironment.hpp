@@ -1,0 +1,44 @@
+// The desktop that the application runs on: one of every service of the seam.
+#pragma once
+
+#include "BrindleRecorderCore/TimeZone.hpp"
+
+#include <functional>
+
+namespace brindle {
+
+class AudioObjects;
+class CaptureSystem;
+class DateProvider;
+class DefaultsStore;
+class DiagnosticLog;
+class Executor;
+class FileManager;
+class MainLoop;
+class MovieExporter;
+class ProcessRegistry;
+class SystemLog;
+class UserNotifications;
+class WindowList;
+
+/// References only; everything must outlive the application.
+struct AppEnvironment {
+    MainLoop& mainLoop;
+    const DateProvider& dateProvider;
+    FileManager& fileManager;
+    DiagnosticLog& diagnosticLog;
+    SystemLog& systemLog;
+    AudioObjects& audioObjects;
+    const ProcessRegistry& processRegistry;
+    const WindowList& windowList;
+    CaptureSystem& captureSystem;
+    /// The serial queue on which capture is started and stopped.
+    Executor& captureSessionQueue;
+    MovieExporter& movieExporter;
+    UserNotifications& notifications;
+    DefaultsStore& defaults;
+    /// The user's time zone at the moment.
+    std::function<TimeZone()> currentTimeZone = TimeZone::current;
+};
+
+} // namespace brindle

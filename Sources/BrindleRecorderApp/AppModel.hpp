@@ -1,0 +1,198 @@
+// The application's one coordinator: it watches for calls, starts and stops recordings, and
+// publishes what the icon and the menu show.
+//
+// Its two halves are two files: AppModelDetection.cpp finds calls and drives the session,
+// AppModelRecording.cpp makes the recordings that the session asks for.
+#pragma once
+
+#include "BrindleRecorderApp/AppEnvironment.hpp"
+#include "BrindleRecorderApp/Async/JobChain.hpp"
+#include "BrindleRecorderApp/Async/Published.hpp"
+#include "BrindleRecorderApp/Async/Task.hpp"
+#include "BrindleRecorderApp/DeviceCatalog.hpp"
+#include "BrindleRecorderApp/EventLog.hpp"
+#include "BrindleRecorderApp/MicActivityMonitor.hpp"
+#include "BrindleRecorderApp/Notifier.hpp"
+#include "BrindleRecorderApp/Permissions.hpp"
+#include "BrindleRecorderApp/Platform/MainLoop.hpp"
+#include "BrindleRecorderApp/Recorder.hpp"
+#include "BrindleRecorderApp/Remuxer.hpp"
+#include "BrindleRecorderApp/Settings.hpp"
+#include "BrindleRecorderCore/CallDetector.hpp"
+#include "BrindleRecorderCore/RecordingsFolder.hpp"
+#include "BrindleRecorderCore/SessionController.hpp"
+#include "BrindleRecorderCore/SessionState.hpp"
+#include "BrindleRecorderCore/Sidecar.hpp"
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace brindle {
+
+/// Main thread only. One for the life of the process.
+class AppModel {
+  public:
+    /// Creates the recordings folder where it is missing. Does not start polling.
+    AppModel(const AppEnvironment& environment, RecordingsFolder folder);
+    ~AppModel();
+    AppModel(const AppModel&) = delete;
+    AppModel& operator=(const AppModel&) = delete;
+
+    // What the user interface shows.
+    Published<SessionState> sessionState;
+    Published<std::string> statusLine{"Idle"};
+    Published<std::string> folderSizeText{"0 bytes"};
+    /// About the current or the last recording; forgotten when the call is over.
+    Published<std::optional<std::string>> captureWarning;
+    /// The last recording's problem; forgotten when the next recording starts.
+    Published<std::optional<std::string>> lastRecordingError;
+
+    // What the user interface reads and commands.
+    Settings settings;
+    DeviceCatalog devices;
+    PermissionsModel permissions;
+    Notifier notifier;
+
+    /// Begins to watch for calls. Does nothing when it has begun.
+    void startPolling();
+    void stopPolling();
+
+    /// One detection pass; with `readMic` on a fresh snapshot, else on the last one.
+    void evaluateCalls(bool readMic);
+
+    /// "Record now": a manual recording. Does nothing while recording.
+    void recordNowFromMenu();
+    /// "Stop recording": ends the recording and keeps it; its call is not recorded again.
+    void stopRecordingFromMenu();
+    /// "Stop and Discard": ends the recording without keeping it; likewise.
+    void stopAndDiscard();
+
+    /// Switches automatic recording of a call family on or off.
+    void setAutoRecord(const std::string& familyID, bool enabled);
+
+    /// The call that the session is about, as people call it.
+    [[nodiscard]] std::optional<std::string> currentCallName() const;
+    /// The camera or microphone that the next recording would use, or that there is none.
+    [[nodiscard]] std::string selectedCameraName() const;
+    [[nodiscard]] std::string selectedMicrophoneName() const;
+
+    /// Converts and closes the recordings that an earlier run left unfinished. Once per launch.
+    Task<void> repairInterruptedRecordings();
+
+    /// Stops watching, stops and keeps a running recording, and calls `finished` when nothing is
+    /// being done any more.
+    void prepareToQuit(std::function<void()> finished);
+
+    void refreshStatusLine();
+
+    [[nodiscard]] const RecordingsFolder& folder() const { return folder_; }
+    [[nodiscard]] const Remuxer& remuxer() const { return remuxer_; }
+
+  private:
+    class SessionBridge;
+
+    /// What a capture failure hands to the restart.
+    struct Continuation {
+        std::string baseName;              ///< for the new segment
+        std::string continuedBaseName;     ///< of the segment that failed
+        std::filesystem::path sidecarPath; ///< of the segment that failed
+        std::filesystem::path movPath;     ///< likewise
+    };
+
+    /// The devices that a recording is to use, before any is opened.
+    struct ResolvedDevices {
+        std::vector<CaptureDeviceInfo> cameraCandidates;
+        DeviceResolution camera;
+        DeviceResolution microphone;
+        bool cameraAllowed = true; ///< false: one attempt, without a camera
+        bool cameraAccessDenied = false;
+    };
+
+    /// The devices that a recording does use.
+    struct OpenedDevices {
+        std::optional<CaptureDeviceInfo> camera;
+        std::optional<CaptureDeviceInfo> microphone;
+    };
+
+    // Detection (AppModelDetection.cpp)
+    void poll();
+    void tick();
+    void readMicrophone();
+    [[nodiscard]] std::vector<MicUser> snapshotWithWindowTitles() const;
+    void handleDetectorEvents(const std::vector<CallDetectorEvent>& events);
+    void handleDetectorEvent(const CallDetectorEvent& event);
+    void handleAskAnswer(const std::string& label, bool record);
+    void withdrawStaleAsk();
+    void driveSession();
+    void sessionStateDidChange(const SessionState& newState);
+    void setCaptureWarning(const std::string& warning);
+    void refreshFolderSize();
+
+    // Recording (AppModelRecording.cpp)
+    void startRecording(const std::string& roomCode);
+    void stopRecording(bool keep);
+    Task<void>
+    beginRecording(std::string roomCode, std::optional<Continuation> continuing, bool audioOnly);
+    [[nodiscard]] bool diskSpaceAllowsRecording();
+    Task<bool> microphoneIsGranted();
+    [[nodiscard]] ResolvedDevices resolveDevices(bool audioOnly);
+    [[nodiscard]] Sidecar makeSidecar(
+        const std::string& roomCode, const std::optional<Continuation>& continuing,
+        const ResolvedDevices& resolved) const;
+    [[nodiscard]] std::optional<OpenedDevices>
+    openDevices(const ResolvedDevices& resolved, const std::filesystem::path& movPath);
+    void giveUpOpening(const std::string& baseName, Sidecar sidecar, bool continuing);
+    void recordingDidOpen(
+        const std::string& baseName, Sidecar sidecar, const ResolvedDevices& resolved,
+        const OpenedDevices& opened);
+    Task<void> endRecording(bool keep);
+    Task<void> discard(std::string baseName);
+    Task<void> keep(std::string baseName, Sidecar sidecar);
+    void keepWhateverWasRecorded(
+        const std::string& baseName, const Sidecar& sidecar, const RecorderError& error);
+    Task<void> processCaptureFailure(RecorderError error);
+    void blockCameraNamed(const std::string& localizedName);
+    Task<void> finaliseAfterCaptureFailure(
+        std::string baseName, Sidecar sidecar, RecorderError error,
+        std::optional<std::string> continuedIn);
+    void writeSidecar(const std::string& baseName, const Sidecar& sidecar);
+    [[nodiscard]] std::string uniqueBaseName() const;
+    void tellUser(const std::string& body);
+
+    AppEnvironment environment_;
+    RecordingsFolder folder_;
+    EventLog log_;
+    Remuxer remuxer_;
+    Recorder recorder_;
+    MicActivityMonitor mic_;
+    CallDetector callDetector_;
+    std::shared_ptr<SessionBridge> sessionBridge_;
+    SessionController session_;
+
+    std::map<std::string, CallSource> labelSources_; ///< by call label
+    std::vector<MicUser> lastMicSnapshot_;
+    std::optional<std::string> pendingAskLabel_; ///< of the call whose prompt is showing
+    std::unique_ptr<MainLoop::Timer> pollTimer_;
+    std::unique_ptr<MainLoop::Timer> tickTimer_;
+
+    // The segment being recorded: both present from a successful start until a stop or a failure
+    // takes them.
+    std::optional<std::string> currentBaseName_;
+    std::optional<Sidecar> currentSidecar_;
+
+    // The failure history of the current call.
+    std::map<std::string, int> failureCountByRoom_;
+    std::set<std::string> blockedCameraIDs_;
+
+    // Last, so that no job outlives what it uses.
+    JobChain pendingWork_;
+};
+
+} // namespace brindle
