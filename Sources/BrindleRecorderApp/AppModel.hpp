@@ -60,6 +60,10 @@ class AppModel {
     PermissionsModel permissions;
     Notifier notifier;
 
+    /// What the program does once it is up, in this order: asks for permission to notify, begins to
+    /// watch for calls, repairs what an earlier run left, asks for camera and microphone. Once.
+    void launch();
+
     /// Begins to watch for calls. Does nothing when it has begun.
     void startPolling();
     void stopPolling();
@@ -122,6 +126,7 @@ class AppModel {
     };
 
     // Detection (AppModelDetection.cpp)
+    Task<void> runLaunch();
     void poll();
     void tick();
     void readMicrophone();
@@ -191,8 +196,9 @@ class AppModel {
     std::map<std::string, int> failureCountByRoom_;
     std::set<std::string> blockedCameraIDs_;
 
-    // Last, so that no job outlives what it uses.
+    // Last, so that no job outlives what it uses. A recording never waits for the launch's repairs.
     JobChain pendingWork_;
+    JobChain launchWork_;
 };
 
 } // namespace brindle

@@ -57,7 +57,7 @@ AppModel::AppModel(const AppEnvironment& environment, RecordingsFolder folder)
       mic_{environment.audioObjects, environment.processRegistry, environment.windowList},
       callDetector_{detectorConfig(settings.disabledCallFamilies.get(), false)},
       sessionBridge_{std::make_shared<SessionBridge>(*this)}, session_{environment.dateProvider, 1},
-      pendingWork_{environment.mainLoop} {
+      pendingWork_{environment.mainLoop}, launchWork_{environment.mainLoop} {
     session_.delegate = sessionBridge_;
     session_.onStateChange = [this](const SessionState& state) {
         sessionStateDidChange(state);
@@ -82,6 +82,17 @@ AppModel::AppModel(const AppEnvironment& environment, RecordingsFolder folder)
 
 AppModel::~AppModel() {
     stopPolling();
+}
+
+void AppModel::launch() {
+    launchWork_.enqueue([this] { return runLaunch(); });
+}
+
+Task<void> AppModel::runLaunch() {
+    co_await notifier.requestAuthorization();
+    startPolling();
+    co_await repairInterruptedRecordings();
+    co_await permissions.requestCameraAndMicrophone();
 }
 
 void AppModel::startPolling() {
