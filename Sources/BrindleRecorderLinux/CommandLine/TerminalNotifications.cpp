@@ -1,0 +1,13 @@
+#include "BrindleRecorderLinux/CommandLine/TerminalNotifications.hpp"
+
+#include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
+
+#include <fmt/format.h>
+
+namespace brindle {
+
+void TerminalNotifications::post(const NotificationRequest& request) {
+    printLine(stream_, fmt::format("{}: {}", request.title, request.body));
+}
+
+} // namespace brindle

@@ -1,0 +1,45 @@
+#include "BrindleRecorderLinux/CommandLine/Options.hpp"
+#include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
+
+#include <array>
+#include <gtest/gtest.h>
+
+namespace brindle {
+namespace {
+
+using Command = Options::Command;
+
+TEST(Options, RunsHeadless) {
+    EXPECT_EQ(Options::parse({"--headless"})->command, Command::runHeadless);
+}
+
+TEST(Options, HelpAndVersionWinOverWhatFollows) {
+    EXPECT_EQ(Options::parse({"--help", "--nonsense"})->command, Command::showHelp);
+    EXPECT_EQ(Options::parse({"-h"})->command, Command::showHelp);
+    EXPECT_EQ(Options::parse({"--headless", "--version"})->command, Command::showVersion);
+    EXPECT_EQ(Options::parse({"-V"})->command, Command::showVersion);
+}
+
+TEST(Options, NamesTheArgumentThatIsWrong) {
+    EXPECT_EQ(Options::parse({"--headles"}).error(), "unrecognized option '--headles'");
+    EXPECT_EQ(Options::parse({"record"}).error(), "unrecognized argument 'record'");
+}
+
+TEST(Options, SaysSoWhenThereIsNothingToRun) {
+    EXPECT_EQ(
+        Options::parse({}).error(), "there is no user interface here yet; run it with --headless");
+}
+
+TEST(TerminalLine, NeverSteersTheTerminal) {
+    std::FILE* file = std::tmpfile();
+    ASSERT_NE(file, nullptr);
+    printLine(file, "Recording \x1b[2J — Cam\nera\x7f");
+    std::rewind(file);
+    std::array<char, 128> buffer{};
+    ASSERT_NE(std::fgets(buffer.data(), buffer.size(), file), nullptr);
+    EXPECT_STREQ(buffer.data(), "Recording  [2J — Cam era \n");
+    std::fclose(file);
+}
+
+} // namespace
+} // namespace brindle
