@@ -39,10 +39,10 @@ class Continuation {
         std::coroutine_handle<> waiting;
     };
 
-    /// Lives in the frame of the coroutine that waits; if that frame is destroyed, nobody waits.
+    /// Lives in the waiting coroutine, and so ends with it: one that is destroyed is not resumed.
     class Awaiter {
       public:
-        explicit Awaiter(std::shared_ptr<State> state) : state_{std::move(state)} {}
+        explicit Awaiter(std::shared_ptr<State> state) noexcept : state_{std::move(state)} {}
         ~Awaiter() {
             if (waits_) {
                 state_->waiting = {};
@@ -57,10 +57,7 @@ class Continuation {
             state_->waiting = coroutine;
             waits_ = true;
         }
-        Value await_resume() noexcept {
-            waits_ = false;
-            return *state_->value;
-        }
+        Value await_resume() const { return *state_->value; }
 
       private:
         std::shared_ptr<State> state_;
