@@ -1,0 +1,113 @@
+#include "Support/ScriptedMovieExporter.hpp"
+
+#include <utility>
+
+namespace brindle::test {
+
+class ScriptedExportSession final : public ExportSession,
+                                    public std::enable_shared_from_this<ScriptedExportSession> {
+  public:
+    ScriptedExportSession(ScriptedMovieExporter& exporter, std::filesystem::path source)
+        : exporter_{exporter}, source_{std::move(source)} {}
+
+    [[nodiscard]] const std::filesystem::path& output() const { return output_; }
+    void setProgress(double progress) { progress_ = progress; }
+
+    void end(Status status, std::optional<PlatformError> error) {
+        if (!completion_) {
+            return;
+        }
+        status_ = status;
+        error_ = std::move(error);
+        if (status == Status::completed) {
+            const auto& script = exporter_.script_;
+            exporter_.fileManager_.putFile(output_, "whole movie");
+            exporter_.durations_[output_] = exporter_.durationOf(source_);
+            if (script.outputDuration) {
+                exporter_.durations_[output_] = script.outputDuration;
+            }
+            if (script.outputIsUnreadable) {
+                exporter_.durations_[output_] = std::nullopt;
+            }
+        }
+        exporter_.mainLoop_.post(std::exchange(completion_, nullptr));
+    }
+
+    [[nodiscard]] std::vector<MovieFileType> supportedFileTypes() const override {
+        return exporter_.script_.supportedFileTypes;
+    }
+    void setOutput(const std::filesystem::path& path, MovieFileType fileType) override {
+        exporter_.journal_.add(
+            std::string{"output "} + (fileType == MovieFileType::mpeg4 ? "mp4 " : "mov ") +
+            path.filename().string());
+        output_ = path;
+    }
+    void exportAsynchronously(std::function<void()> completion) override {
+        exporter_.journal_.add(
+            exporter_.fileManager_.contents(output_) ? "export over a file" : "export");
+        status_ = Status::exporting;
+        completion_ = std::move(completion);
+        exporter_.fileManager_.putFile(output_, "part");
+        if (exporter_.script_.finishAtOnce) {
+            exporter_.mainLoop_.post([session = shared_from_this()] {
+                const auto& script = session->exporter_.script_;
+                session->end(script.status, script.error);
+            });
+        }
+    }
+    void cancel() override {
+        exporter_.journal_.add("cancel");
+        end(Status::cancelled, std::nullopt);
+    }
+    [[nodiscard]] Status status() const override { return status_; }
+    [[nodiscard]] std::optional<PlatformError> error() const override { return error_; }
+    [[nodiscard]] double progress() const override { return progress_; }
+
+  private:
+    ScriptedMovieExporter& exporter_;
+    std::filesystem::path source_;
+    std::filesystem::path output_;
+    std::function<void()> completion_;
+    Status status_ = Status::unknown;
+    std::optional<PlatformError> error_;
+    double progress_ = 0;
+};
+
+ScriptedMovieExporter::ScriptedMovieExporter(MainLoop& mainLoop, InMemoryFileManager& fileManager)
+    : mainLoop_{mainLoop}, fileManager_{fileManager} {}
+
+void ScriptedMovieExporter::setProgress(double progress) {
+    last_->setProgress(progress);
+}
+
+void ScriptedMovieExporter::finish() {
+    last_->end(script_.status, script_.error);
+}
+
+const std::filesystem::path& ScriptedMovieExporter::output() const {
+    return last_->output();
+}
+
+std::shared_ptr<ExportSession>
+ScriptedMovieExporter::makePassthroughExport(const std::filesystem::path& source) {
+    journal_.add("make export " + source.filename().string());
+    if (!script_.canBeMade) {
+        return nullptr;
+    }
+    last_ = std::make_shared<ScriptedExportSession>(*this, source);
+    return last_;
+}
+
+void ScriptedMovieExporter::loadDuration(
+    const std::filesystem::path& movie, std::function<void(std::optional<Seconds>)> answer) {
+    journal_.add("duration " + movie.filename().string());
+    mainLoop_.post(
+        [answer = std::move(answer), duration = durationOf(movie)] { answer(duration); });
+}
+
+std::optional<Seconds> ScriptedMovieExporter::durationOf(const std::filesystem::path& movie) const {
+    const auto found = durations_.find(movie);
+    return found == durations_.end() ? usualDuration_ : found->second;
+}
+
+} // namespace brindle::test
