@@ -25,4 +25,20 @@ std::string Diagnostics::describe(const PlatformError& error) {
     return text + ": " + error.description;
 }
 
+std::string Diagnostics::describeUserInfo(const PlatformError& error) {
+    auto facts = error.userInfo;
+    if (error.recordingSuccessfullyFinished) {
+        facts.emplace("recordingSuccessfullyFinished", "true");
+    }
+    std::string text;
+    for (const auto& [name, value] : facts) {
+        text += fmt::format("{}{}={}", text.empty() ? "" : ", ", name, value);
+    }
+    return "{" + text + "}";
+}
+
+PlatformError::Underlying Diagnostics::underlyingOrNone(const PlatformError& error) {
+    return error.underlying.value_or(PlatformError::Underlying{.domain = "none", .code = 0});
+}
+
 } // namespace brindle

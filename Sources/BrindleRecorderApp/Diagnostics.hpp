@@ -22,6 +22,12 @@ struct Diagnostics {
     /// "<domain> <code>: <description>", with " / underlying <domain> <code>" before the colon when
     /// the error names the one behind it.
     static std::string describe(const PlatformError& error);
+
+    /// The error's further facts by name: "{a=1, b=2}".
+    static std::string describeUserInfo(const PlatformError& error);
+
+    /// The error behind that one, or the domain "none" with the code 0.
+    static PlatformError::Underlying underlyingOrNone(const PlatformError& error);
 };
 
 } // namespace brindle

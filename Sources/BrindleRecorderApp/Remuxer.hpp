@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace brindle {
@@ -31,7 +32,7 @@ class Remuxer {
     /// Converts `source` (.mov) into `destination` (.mp4), which lie in the same folder; whatever
     /// is at the destination is replaced. Once it has succeeded the source is gone.
     /// Fails with `remuxFailed` only, and then the source is still there. A destination that turned
-    /// out shorter than its source stays beside it.
+    /// out shorter than its source stays beside it; of an export that failed nothing stays.
     Task<Expected<void, RecorderError>>
     remuxToMP4(std::filesystem::path source, std::filesystem::path destination);
 
@@ -43,6 +44,21 @@ class Remuxer {
 
   private:
     class Conversion;
+
+    Task<void> exportWithProgress(std::shared_ptr<ExportSession> session, std::string sourceName);
+    Task<Expected<void, RecorderError>>
+    verify(std::filesystem::path source, std::filesystem::path destination);
+    Task<std::optional<Seconds>> duration(std::filesystem::path movie);
+    [[nodiscard]] RecorderError exportFailure(
+        const ExportSession& session, const std::filesystem::path& source,
+        const std::filesystem::path& output) const;
+    Expected<void, RecorderError> replaceSource(
+        const std::filesystem::path& source, const std::filesystem::path& temporary,
+        const std::filesystem::path& destination);
+    Expected<void, FileError>
+    giveFinalName(const std::filesystem::path& temporary, const std::filesystem::path& destination);
+    [[nodiscard]] std::string fileState(const std::filesystem::path& path) const;
+    void publishProgress();
 
     MovieExporter& exporter_;
     MainLoop& mainLoop_;

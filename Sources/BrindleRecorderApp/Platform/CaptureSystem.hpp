@@ -93,9 +93,12 @@ class MovieFileOutput {
 
     /// Begins to write a new file. Failures come through `onFinish`. Capture-session queue.
     virtual void startRecording(const std::filesystem::path& path, FinishCallback onFinish) = 0;
-    /// Asks for the file to be closed; `onFinish` tells when it is. Capture-session queue.
+    /// Asks for the file to be closed; `onFinish` tells when it is. Whoever stops a recording waits
+    /// for that without a limit, so it must come in bounded time, whatever the devices do. Nothing
+    /// happens when no file is being written. Capture-session queue.
     virtual void stopRecording() = 0;
-    /// Whether a file is being written. Any thread.
+    /// Whether a file is being written: from the start of a recording until the file is closed,
+    /// which is before `onFinish` is called. Any thread.
     [[nodiscard]] virtual bool isRecording() const = 0;
     /// How much has been recorded into the file so far. Any thread.
     [[nodiscard]] virtual Seconds recordedDuration() const = 0;

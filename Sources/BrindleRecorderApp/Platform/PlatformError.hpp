@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 
@@ -22,6 +23,9 @@ struct PlatformError {
 
     /// True when the file is complete although an error is reported.
     bool recordingSuccessfullyFinished = false;
+
+    /// Whatever else the library says about it, by name; for the logs.
+    std::map<std::string, std::string> userInfo = {};
 
     friend bool operator==(const PlatformError&, const PlatformError&) = default;
 };
