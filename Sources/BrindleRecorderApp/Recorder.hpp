@@ -85,6 +85,8 @@ class Recorder {
     void startWatchdog(bool expectsVideo, std::uint64_t generation);
     void scheduleWatchdog(std::uint64_t generation);
     void watchdogTick(std::uint64_t generation);
+    /// Whether that start's recording still runs and nobody has asked for its end.
+    [[nodiscard]] bool isWatched(std::uint64_t generation) const;
     void stopWatchdog();
 
     void fail(const RecorderError& error);
