@@ -2,7 +2,7 @@
 
 PRESET ?= dev
 
-.PHONY: help demo run test coverage bench lint format install-dependencies clean
+.PHONY: help demo run test coverage bench lint analyze format install-dependencies clean
 
 help:
 	@echo 'make demo                  watch a call being recorded, in a private desktop session'
@@ -11,6 +11,7 @@ help:
 	@echo 'make coverage              line coverage of the core by its own tests'
 	@echo 'make bench                 print the measured claims'
 	@echo 'make lint                  formatting, clang-tidy, layering, the build with clang'
+	@echo 'make analyze               the path-sensitive analyzer over the sources (minutes)'
 	@echo 'make format                format the sources'
 	@echo 'make install-dependencies  install every Debian package that any target needs'
 
@@ -41,6 +42,10 @@ bench:
 lint:
 	@scripts/install-dependencies build demo test lint
 	@scripts/lint
+
+analyze:
+	@scripts/install-dependencies build lint
+	@scripts/analyze
 
 format:
 	@scripts/install-dependencies lint
