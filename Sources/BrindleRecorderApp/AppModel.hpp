@@ -130,7 +130,6 @@ class AppModel {
     void poll();
     void tick();
     void readMicrophone();
-    [[nodiscard]] std::vector<MicUser> snapshotWithWindowTitles() const;
     void handleDetectorEvents(const std::vector<CallDetectorEvent>& events);
     void handleDetectorEvent(const CallDetectorEvent& event);
     void handleAskAnswer(const std::string& label, bool record);

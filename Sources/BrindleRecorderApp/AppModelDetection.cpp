@@ -2,7 +2,6 @@
 #include "BrindleRecorderApp/AppModel.hpp"
 #include "BrindleRecorderApp/StatusText.hpp"
 #include "BrindleRecorderCore/ByteCount.hpp"
-#include "BrindleRecorderCore/CallCatalog.hpp"
 #include "BrindleRecorderCore/DateProvider.hpp"
 
 #include <fmt/format.h>
@@ -134,22 +133,11 @@ void AppModel::evaluateCalls(bool readMic) {
     // The settings may have changed since the last pass.
     callDetector_.config =
         detectorConfig(settings.disabledCallFamilies.get(), settings.askBeforeRecording.get());
-    handleDetectorEvents(
-        callDetector_.update(snapshotWithWindowTitles(), environment_.dateProvider.now()));
+    handleDetectorEvents(callDetector_.update(
+        mic_.withWindowTitles(lastMicSnapshot_), environment_.dateProvider.now()));
     withdrawStaleAsk();
     driveSession();
     refreshStatusLine();
-}
-
-std::vector<MicUser> AppModel::snapshotWithWindowTitles() const {
-    std::vector<MicUser> snapshot = lastMicSnapshot_;
-    for (MicUser& user : snapshot) {
-        const CallAppFamily* family = CallCatalog::family(user.bundleID);
-        if (family != nullptr && family->isBrowser) {
-            user.windowTitles = mic_.windowTitlesForFamilyOf(user.bundleID);
-        }
-    }
-    return snapshot;
 }
 
 void AppModel::handleDetectorEvents(const std::vector<CallDetectorEvent>& events) {

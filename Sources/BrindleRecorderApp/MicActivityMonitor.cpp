@@ -226,4 +226,14 @@ MicActivityMonitor::windowTitlesForFamilyOf(const std::string& bundleID) const {
     return titles;
 }
 
+std::vector<MicUser> MicActivityMonitor::withWindowTitles(std::vector<MicUser> users) const {
+    for (MicUser& user : users) {
+        const CallAppFamily* family = CallCatalog::family(user.bundleID);
+        if (family != nullptr && family->isBrowser) {
+            user.windowTitles = windowTitlesForFamilyOf(user.bundleID);
+        }
+    }
+    return users;
+}
+
 } // namespace brindle

@@ -58,6 +58,8 @@ class MicActivityMonitor {
     /// titles may not or cannot be read, and for an identifier of no known family.
     [[nodiscard]] std::optional<std::vector<std::string>>
     windowTitlesForFamilyOf(const std::string& bundleID) const;
+    /// The users, each browser with its window titles.
+    [[nodiscard]] std::vector<MicUser> withWindowTitles(std::vector<MicUser> users) const;
 
   private:
     /// Either observation is empty where it could not be registered.
