@@ -14,12 +14,14 @@ class DefaultsStore;
 class DiagnosticLog;
 class Executor;
 class FileManager;
+class LoginItems;
 class MainLoop;
 class MovieExporter;
 class ProcessRegistry;
 class SystemLog;
 class UserNotifications;
 class WindowList;
+class Workspace;
 
 /// References only; everything must outlive the application.
 struct AppEnvironment {
@@ -37,6 +39,8 @@ struct AppEnvironment {
     MovieExporter& movieExporter;
     UserNotifications& notifications;
     DefaultsStore& defaults;
+    LoginItems& loginItems;
+    Workspace& workspace;
     /// The user's time zone at the moment.
     std::function<TimeZone()> currentTimeZone = TimeZone::current;
 };

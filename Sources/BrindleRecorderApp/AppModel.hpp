@@ -11,6 +11,7 @@
 #include "BrindleRecorderApp/Async/Task.hpp"
 #include "BrindleRecorderApp/DeviceCatalog.hpp"
 #include "BrindleRecorderApp/EventLog.hpp"
+#include "BrindleRecorderApp/LaunchAtLogin.hpp"
 #include "BrindleRecorderApp/MicActivityMonitor.hpp"
 #include "BrindleRecorderApp/Notifier.hpp"
 #include "BrindleRecorderApp/Permissions.hpp"
@@ -53,11 +54,14 @@ class AppModel {
     Published<std::optional<std::string>> captureWarning;
     /// The last recording's problem; forgotten when the next recording starts.
     Published<std::optional<std::string>> lastRecordingError;
+    /// Names the call whose record prompt is showing.
+    Published<std::optional<std::string>> pendingAskLabel;
 
     // What the user interface reads and commands.
     Settings settings;
     DeviceCatalog devices;
     PermissionsModel permissions;
+    LaunchAtLogin launchAtLogin;
     Notifier notifier;
 
     /// What the program does once it is up, in this order: asks for permission to notify, begins to
@@ -77,6 +81,17 @@ class AppModel {
     void stopRecordingFromMenu();
     /// "Stop and Discard": ends the recording without keeping it; likewise.
     void stopAndDiscard();
+
+    /// Answers the record prompt that is showing, where one is, and takes it off the screen. For
+    /// desktops whose notifications have no buttons.
+    void answerPendingAsk(bool record);
+
+    /// Shows the recordings folder, made anew where it is missing.
+    void openRecordingsFolder();
+
+    /// The user wants the program to end. Whoever runs the main loop decides how.
+    void requestQuit();
+    std::function<void()> onQuitRequest;
 
     /// Switches automatic recording of a call family on or off.
     void setAutoRecord(const std::string& familyID, bool enabled);
@@ -182,7 +197,6 @@ class AppModel {
 
     std::map<std::string, CallSource> labelSources_; ///< by call label
     std::vector<MicUser> lastMicSnapshot_;
-    std::optional<std::string> pendingAskLabel_; ///< of the call whose prompt is showing
     std::unique_ptr<MainLoop::Timer> pollTimer_;
     std::unique_ptr<MainLoop::Timer> tickTimer_;
 

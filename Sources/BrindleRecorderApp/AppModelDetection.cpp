@@ -1,5 +1,6 @@
 // The first half of the application model: finding calls and driving the session.
 #include "BrindleRecorderApp/AppModel.hpp"
+#include "BrindleRecorderApp/Platform/Workspace.hpp"
 #include "BrindleRecorderApp/StatusText.hpp"
 #include "BrindleRecorderCore/ByteCount.hpp"
 #include "BrindleRecorderCore/DateProvider.hpp"
@@ -45,7 +46,8 @@ class AppModel::SessionBridge final : public SessionDelegate {
 AppModel::AppModel(const AppEnvironment& environment, RecordingsFolder folder)
     : settings{environment.defaults}, devices{environment.captureSystem, environment.audioObjects},
       permissions{environment.captureSystem, environment.windowList},
-      notifier{environment.notifications}, environment_{environment}, folder_{std::move(folder)},
+      launchAtLogin{environment.loginItems}, notifier{environment.notifications},
+      environment_{environment}, folder_{std::move(folder)},
       log_{environment.diagnosticLog, environment.systemLog, environment.dateProvider},
       remuxer_{environment.movieExporter, environment.mainLoop,      environment.dateProvider,
                environment.fileManager,   environment.diagnosticLog, environment.systemLog},
@@ -154,7 +156,7 @@ void AppModel::handleDetectorEvent(const CallDetectorEvent& event) {
             start->source.site.value_or("-"), start->label));
     } else if (const auto* ask = std::get_if<CallDetectorEvent::Ask>(&event.value)) {
         labelSources_[ask->label] = ask->source;
-        pendingAskLabel_ = ask->label;
+        pendingAskLabel.set(ask->label);
         notifier.postAsk(
             ask->label, StatusText::displayName(ask->source) + " is using the microphone.");
     } else if (const auto* stop = std::get_if<CallDetectorEvent::Stop>(&event.value)) {
@@ -163,7 +165,7 @@ void AppModel::handleDetectorEvent(const CallDetectorEvent& event) {
 }
 
 void AppModel::handleAskAnswer(const std::string& label, bool record) {
-    pendingAskLabel_.reset();
+    pendingAskLabel.set(std::nullopt);
     if (const auto event = callDetector_.answer(label, record)) {
         handleDetectorEvent(*event);
     }
@@ -171,14 +173,25 @@ void AppModel::handleAskAnswer(const std::string& label, bool record) {
 }
 
 void AppModel::withdrawStaleAsk() {
-    if (!pendingAskLabel_) {
+    const auto& label = pendingAskLabel.get();
+    if (!label) {
         return;
     }
     const auto* asking = callDetector_.phase().asAsking();
-    if (asking == nullptr || asking->label != *pendingAskLabel_) {
-        notifier.withdrawAsk(*pendingAskLabel_);
-        pendingAskLabel_.reset();
+    if (asking == nullptr || asking->label != *label) {
+        notifier.withdrawAsk(*label);
+        pendingAskLabel.set(std::nullopt);
     }
+}
+
+void AppModel::answerPendingAsk(bool record) {
+    const auto label = pendingAskLabel.get();
+    if (!label) {
+        return;
+    }
+    notifier.withdrawAsk(*label);
+    handleAskAnswer(*label, record);
+    refreshStatusLine();
 }
 
 void AppModel::driveSession() {
@@ -227,6 +240,18 @@ void AppModel::stopAndDiscard() {
     session_.stopAndDiscard();
 }
 
+void AppModel::openRecordingsFolder() {
+    // What cannot be made cannot be shown either, which the file manager then says.
+    static_cast<void>(folder_.createIfNeeded(environment_.fileManager));
+    environment_.workspace.openFolder(folder_.root);
+}
+
+void AppModel::requestQuit() {
+    if (onQuitRequest) {
+        onQuitRequest();
+    }
+}
+
 void AppModel::setAutoRecord(const std::string& familyID, bool enabled) {
     std::set<std::string> disabled = settings.disabledCallFamilies.get();
     if (enabled) {
@@ -273,7 +298,7 @@ void AppModel::refreshStatusLine() {
             .camera = currentSidecar_ ? currentSidecar_->videoDevice : selectedCameraName(),
             .microphone = currentSidecar_ ? currentSidecar_->audioDevice : selectedMicrophoneName(),
             .callName = currentCallName(),
-            .waitingForAnswer = pendingAskLabel_.has_value(),
+            .waitingForAnswer = pendingAskLabel.get().has_value(),
         }));
 }
 

@@ -1,0 +1,28 @@
+// What the menu says, and what its lines do.
+#pragma once
+
+#include "BrindleRecorderApp/Platform/Menu.hpp"
+
+#include <functional>
+#include <map>
+#include <string>
+
+namespace brindle {
+
+class AppModel;
+
+/// A menu as it is at one moment.
+struct CommandedMenu {
+    using Command = std::function<void()>;
+
+    Menu menu;
+    /// What the buttons and toggles do, by their line's id. A toggle's command turns what it stands
+    /// for away from the value that it has when the command runs.
+    std::map<std::string, Command> commands;
+};
+
+/// `openCompanion` opens the companion application; empty where there is none, which then has no
+/// line. The commands refer to the model, which must outlive them. Main thread only.
+CommandedMenu buildMenu(AppModel& model, CommandedMenu::Command openCompanion);
+
+} // namespace brindle

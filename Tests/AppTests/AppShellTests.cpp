@@ -1,0 +1,82 @@
+#include "BrindleRecorderApp/AppShell.hpp"
+
+#include "AppTests/ShellFixture.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <optional>
+
+namespace brindle {
+namespace {
+
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class AppShellTest : public test::ShellFixture {
+  protected:
+    std::optional<AppShell> shell_{std::in_place, model, environment, statusItem};
+
+    /// The words of that line of the menu on the screen; empty without the line.
+    std::string textOf(const std::string& id) {
+        for (const auto& item : statusItem.menu()) {
+            if (item.id == id && item.asText() != nullptr) {
+                return item.asText()->text;
+            }
+        }
+        return {};
+    }
+};
+
+TEST_F(AppShellTest, ShowsIconAndMenuAtOnce) {
+    EXPECT_THAT(statusItem.icons, SizeIs(1));
+    EXPECT_THAT(statusItem.menus, SizeIs(1));
+    EXPECT_THAT(statusItem.windows, IsEmpty());
+}
+
+TEST_F(AppShellTest, KeepsTheMenuOnTheScreenTrue) {
+    model.statusLine.set("another");
+    settle();
+    EXPECT_EQ(textOf("status"), "another");
+}
+
+TEST_F(AppShellTest, CarriesOutWhatTheUserPicks) {
+    statusItem.activate("recording.start");
+    settle();
+    EXPECT_TRUE(model.sessionState.get().isRecording());
+    EXPECT_EQ(statusItem.icon().accessibilityDescription, "Brindle Recorder: recording");
+}
+
+TEST_F(AppShellTest, HearsThatTheMenuOpens) {
+    loginItems.current = LoginItemStatus::requiresApproval;
+    statusItem.openMenu();
+    EXPECT_EQ(textOf("login.approval"), "Approve in System Settings > General > Login Items");
+}
+
+TEST_F(AppShellTest, TheFirstLaunchShowsTheWindowBeforeAnythingIsAsked) {
+    shell_->launch();
+    EXPECT_THAT(statusItem.windows, SizeIs(1));
+    EXPECT_EQ(defaults.boolean("hasShownFirstRunWindow"), true);
+    EXPECT_THAT(notifications.authorizationRequests, IsEmpty());
+    settle();
+    EXPECT_THAT(notifications.authorizationRequests, SizeIs(1));
+}
+
+TEST_F(AppShellTest, LaterLaunchesShowNoWindow) {
+    model.settings.hasShownFirstRunWindow.set(true);
+    shell_->launch();
+    settle();
+    EXPECT_THAT(statusItem.windows, IsEmpty());
+    EXPECT_THAT(notifications.authorizationRequests, SizeIs(1));
+}
+
+TEST_F(AppShellTest, AClickAfterTheEndDoesNothing) {
+    shell_.reset();
+    statusItem.activate("recording.start");
+    statusItem.openMenu();
+    settle();
+    EXPECT_TRUE(model.sessionState.get().isIdle());
+}
+
+} // namespace
+} // namespace brindle
