@@ -249,6 +249,15 @@ TEST_F(MenuContentTest, AnAnswerMeantForAnEarlierCallDoesNothing) {
     EXPECT_THAT(lines(), Contains("(Record)"));
 }
 
+TEST_F(MenuContentTest, AClickBeforeTheMenuHasFollowedNeverAnswersAnotherPrompt) {
+    beAsked();
+    const auto earlier = line("(Record)").id;
+    model.pendingAskLabel.set("another call");
+    content->activate(earlier);
+    EXPECT_EQ(model.pendingAskLabel.get(), "another call");
+    EXPECT_THAT(notifications.removed, IsEmpty());
+}
+
 TEST_F(MenuContentTest, AnsweringWithoutAPromptDoesNothing) {
     model.answerPendingAsk(true);
     settle();
