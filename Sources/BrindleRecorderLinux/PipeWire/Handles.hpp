@@ -1,6 +1,8 @@
 // Owners of PipeWire's objects: each gives its object back when it goes.
 #pragma once
 
+#include "BrindleRecorderLinux/PipeWire/Calls.hpp"
+
 #include <pipewire/pipewire.h>
 #include <spa/utils/hook.h>
 
@@ -33,7 +35,7 @@ using ProxyHandle = std::unique_ptr<pw_proxy, Releaser<pw_proxy_destroy>>;
 
 struct SourceDestroyer {
     pw_loop* loop = nullptr;
-    void operator()(spa_source* source) const { pw_loop_destroy_source(loop, source); }
+    void operator()(spa_source* source) const { destroySource(loop, source); }
 };
 /// A source of events on a loop; made as `SourceHandle{source, {loop}}`.
 using SourceHandle = std::unique_ptr<spa_source, SourceDestroyer>;

@@ -20,7 +20,7 @@ class PostedWork {
   public:
     explicit PostedWork(pw_loop* loop)
         : loop_{loop}, wakeUp_{
-                           pw_loop_add_event(
+                           pipewire::addEvent(
                                loop,
                                [](void* self, std::uint64_t) {
                                    static_cast<PostedWork*>(self)->runPending();
@@ -36,7 +36,7 @@ class PostedWork {
         // Woken under the lock, so that the loop cannot go between the two.
         const std::lock_guard lock{mutex_};
         pending_.push_back(std::move(work));
-        pw_loop_signal_event(loop_, wakeUp_.get());
+        pipewire::signalEvent(loop_, wakeUp_.get());
     }
 
   private:
@@ -111,8 +111,8 @@ class PipeWireMainLoop::Implementation {
     Implementation()
         : mainLoop{makeMainLoop()}, loop{pw_main_loop_get_loop(mainLoop.get())}, posted{loop},
           timerSource{
-              pw_loop_add_io(
-                  loop, timers.descriptor(), SPA_IO_IN, /*close=*/false,
+              pipewire::addReader(
+                  loop, timers.descriptor(),
                   [](void* self, int, std::uint32_t) { static_cast<TimerQueue*>(self)->runDue(); },
                   &timers),
               {loop}} {
@@ -156,7 +156,7 @@ bool PipeWireMainLoop::onSignal(int signalNumber, std::function<void()> handler)
     auto& handlers = implementation_->signalHandlers;
     auto& added = handlers.emplace_back(signalNumber, std::move(handler));
     added.source = pipewire::SourceHandle{
-        pw_loop_add_signal(
+        pipewire::addSignal(
             implementation_->loop, signalNumber,
             [](void* self, int) { static_cast<SignalHandler*>(self)->call(); }, &added),
         {implementation_->loop}};
@@ -168,14 +168,11 @@ bool PipeWireMainLoop::onSignal(int signalNumber, std::function<void()> handler)
 }
 
 int PipeWireMainLoop::descriptor() const {
-    return pw_loop_get_fd(implementation_->loop);
+    return pipewire::descriptorOf(implementation_->loop);
 }
 
 void PipeWireMainLoop::iterate() {
-    pw_loop* const loop = implementation_->loop;
-    pw_loop_enter(loop);
-    pw_loop_iterate(loop, 0);
-    pw_loop_leave(loop);
+    pipewire::iterateOnce(implementation_->loop);
 }
 
 pw_loop* PipeWireMainLoop::loop() const {

@@ -1,0 +1,77 @@
+// The desktop's sound server as the program sees it: what it knows right now, across its restarts.
+#pragma once
+
+#include "BrindleRecorderApp/Platform/MainLoop.hpp"
+#include "BrindleRecorderLinux/PipeWire/AudioGraph.hpp"
+#include "BrindleRecorderLinux/PipeWire/Handles.hpp"
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace brindle::pipewire {
+
+class ServerConnection;
+
+enum class AudioServerState {
+    connecting,   ///< not known yet
+    serving,      ///< sound goes through PipeWire
+    withoutAudio, ///< PipeWire runs, but no sound goes through it
+    pulseAudio,   ///< sound goes through a PulseAudio server, whose streams we cannot see
+    unreachable   ///< no sound server answers
+};
+
+/// Belongs to the main thread.
+class AudioServer {
+  public:
+    struct Options {
+        /// Path or name of PipeWire's socket; absent for the session's own.
+        std::optional<std::string> remote;
+        /// Where a PulseAudio server leaves its traces: the session's runtime folder.
+        std::filesystem::path runtimeFolder;
+        std::filesystem::path procFolder = "/proc";
+
+        /// As the environment says.
+        static Options ofThisSession();
+    };
+    struct Callbacks {
+        std::function<void()> changed; ///< `graph` or `state` may answer differently
+        std::function<void(AudioServerState)> stateChanged; ///< once per change
+    };
+
+    /// Connects at once and keeps trying. The callbacks come from the main loop, several changes at
+    /// a time; they must not destroy the server. `loop` is the loop that `mainLoop` runs.
+    AudioServer(MainLoop& mainLoop, pw_loop* loop, Options options, Callbacks callbacks);
+    ~AudioServer();
+    AudioServer(const AudioServer&) = delete;
+    AudioServer& operator=(const AudioServer&) = delete;
+
+    [[nodiscard]] AudioServerState state() const { return state_; }
+    /// Nothing while no server has told all that it knows.
+    [[nodiscard]] std::optional<AudioGraph> graph() const;
+
+  private:
+    void connect();
+    void reconnectLater();
+    void announceLater();
+    void announce();
+    [[nodiscard]] AudioServerState currentState(const std::optional<AudioGraph>& graph) const;
+
+    MainLoop& mainLoop_;
+    pw_loop* loop_;
+    Options options_;
+    Callbacks callbacks_;
+    AudioServerState state_ = AudioServerState::connecting;
+    bool complete_ = false;
+    std::chrono::milliseconds nextDelay_;
+    Library library_;
+    ContextHandle context_;
+    std::unique_ptr<ServerConnection> connection_;
+    std::unique_ptr<MainLoop::Timer> announcement_;
+    std::unique_ptr<MainLoop::Timer> reconnection_;
+};
+
+} // namespace brindle::pipewire

@@ -1,0 +1,75 @@
+// PipeWire's calls that are macros, as functions: the macros hold C casts and extensions of C,
+// which are let pass here and nowhere else.
+#pragma once
+
+#include <pipewire/pipewire.h>
+
+#include <cstdint>
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wold-style-cast"
+#pragma GCC diagnostic ignored "-Wpedantic"
+
+namespace brindle::pipewire {
+
+inline void
+addListener(pw_core* core, spa_hook* listener, const pw_core_events* events, void* data) {
+    pw_core_add_listener(core, listener, events, data);
+}
+
+/// The number that the server's answer will carry.
+inline int sync(pw_core* core) {
+    return pw_core_sync(core, PW_ID_CORE, 0);
+}
+
+/// Null when out of memory.
+inline pw_proxy* registryOf(pw_core* core) {
+    return reinterpret_cast<pw_proxy*>(pw_core_get_registry(core, PW_VERSION_REGISTRY, 0));
+}
+
+/// Null when out of memory; what the server refuses, it answers later.
+inline pw_proxy*
+bind(pw_registry* registry, std::uint32_t id, const char* type, std::uint32_t version) {
+    return static_cast<pw_proxy*>(pw_registry_bind(registry, id, type, version, 0));
+}
+
+// The sources of a loop. Each is null when the system has no descriptors left.
+
+inline spa_source* addEvent(pw_loop* loop, spa_source_event_func_t function, void* data) {
+    return pw_loop_add_event(loop, function, data);
+}
+
+/// Any thread.
+inline void signalEvent(pw_loop* loop, spa_source* source) {
+    pw_loop_signal_event(loop, source);
+}
+
+/// Calls the function whenever the descriptor, which stays the caller's, can be read.
+inline spa_source*
+addReader(pw_loop* loop, int descriptor, spa_source_io_func_t function, void* data) {
+    return pw_loop_add_io(loop, descriptor, SPA_IO_IN, /*close=*/false, function, data);
+}
+
+inline spa_source*
+addSignal(pw_loop* loop, int number, spa_source_signal_func_t function, void* data) {
+    return pw_loop_add_signal(loop, number, function, data);
+}
+
+inline void destroySource(pw_loop* loop, spa_source* source) {
+    pw_loop_destroy_source(loop, source);
+}
+
+inline int descriptorOf(pw_loop* loop) {
+    return pw_loop_get_fd(loop);
+}
+
+/// Handles what is there without waiting.
+inline void iterateOnce(pw_loop* loop) {
+    pw_loop_enter(loop);
+    pw_loop_iterate(loop, 0);
+    pw_loop_leave(loop);
+}
+
+} // namespace brindle::pipewire
+
+#pragma GCC diagnostic pop

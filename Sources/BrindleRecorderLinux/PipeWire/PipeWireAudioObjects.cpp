@@ -1,0 +1,175 @@
+#include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
+
+#include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
+
+#include <algorithm>
+#include <set>
+#include <utility>
+
+namespace brindle {
+
+using pipewire::DeviceView;
+using pipewire::MicrophoneView;
+using pipewire::ProcessView;
+
+namespace {
+
+constexpr std::uint64_t onlySubject = 0;
+
+/// A pid that only the client vouches for is another process's if the client sits in a sandbox that
+/// counts its own processes.
+std::optional<std::int32_t>
+trustedPid(const pipewire::ClientProcess& process, const ProcProcessRegistry& registry) {
+    if (!process.pid || process.pidIsCertain || process.binary.empty() ||
+        registry.runsFileNamed(*process.pid, process.binary)) {
+        return process.pid;
+    }
+    return std::nullopt;
+}
+
+/// Each claim from the first client that makes it.
+ClientClaims claimsOf(const ProcessView& process) {
+    ClientClaims claims;
+    claims.sandboxID = process.process.sandboxID;
+    claims.binary = process.process.binary;
+    for (const auto& client : process.clients) {
+        const auto take = [&](std::string& claim, std::string_view key) {
+            if (claim.empty()) {
+                claim = pipewire::property(client, key);
+            }
+        };
+        take(claims.snapName, "pipewire.snap.id");
+        take(claims.applicationID, "application.id");
+        take(claims.applicationName, "application.name");
+    }
+    return claims;
+}
+
+/// Processes have changed when one came, went, or is called differently now.
+bool sameProcesses(const MicrophoneView& left, const MicrophoneView& right) {
+    return left.isAvailable == right.isAvailable &&
+           std::equal(
+               left.processes.begin(), left.processes.end(), right.processes.begin(),
+               right.processes.end(), [](const ProcessView& before, const ProcessView& after) {
+                   return before.id == after.id && before.process == after.process &&
+                          before.clients == after.clients;
+               });
+}
+
+std::set<AudioObjectID> runningObjects(const MicrophoneView& view) {
+    std::set<AudioObjectID> running;
+    for (const ProcessView& process : view.processes) {
+        if (process.isRecording) {
+            running.insert(process.id);
+        }
+    }
+    for (const DeviceView& device : view.devices) {
+        if (device.isRecordedFrom) {
+            running.insert(device.id);
+        }
+    }
+    return running;
+}
+
+} // namespace
+
+PipeWireAudioObjects::PipeWireAudioObjects(
+    MainLoop& mainLoop, pw_loop* loop, const ProcProcessRegistry& processes,
+    pipewire::AudioServer::Options options, StateListener stateChanged)
+    : processRegistry_{processes}, server_{
+                                       mainLoop,
+                                       loop,
+                                       std::move(options),
+                                       {.changed = [this] { refresh(); },
+                                        .stateChanged = std::move(stateChanged)}} {}
+
+void PipeWireAudioObjects::refresh() {
+    const MicrophoneView before = std::exchange(view_, viewOf(server_.graph(), numbers_));
+    // A listener sees the new view whole, whichever of its changes it hears of first.
+    if (!sameProcesses(before, view_)) {
+        processListeners_.call(onlySubject);
+    }
+    if (before.defaultDevice != view_.defaultDevice) {
+        defaultListeners_.call(onlySubject);
+    }
+    const auto wasRunning = runningObjects(before);
+    const auto isRunning = runningObjects(view_);
+    std::vector<AudioObjectID> changed;
+    std::set_symmetric_difference(
+        wasRunning.begin(), wasRunning.end(), isRunning.begin(), isRunning.end(),
+        std::back_inserter(changed));
+    for (const AudioObjectID object : changed) {
+        runningListeners_.call(object);
+    }
+}
+
+std::optional<std::vector<AudioObjectID>> PipeWireAudioObjects::processes() const {
+    if (!view_.isAvailable) {
+        return std::nullopt;
+    }
+    std::vector<AudioObjectID> ids;
+    for (const ProcessView& process : view_.processes) {
+        ids.push_back(process.id);
+    }
+    return ids;
+}
+
+std::optional<bool> PipeWireAudioObjects::isRunningInput(AudioObjectID process) const {
+    const ProcessView* const found = view_.process(process);
+    return found == nullptr ? std::nullopt : std::optional{found->isRecording};
+}
+
+std::optional<std::int32_t> PipeWireAudioObjects::processIdentifier(AudioObjectID process) const {
+    const ProcessView* const found = view_.process(process);
+    return found == nullptr ? std::nullopt : trustedPid(found->process, processRegistry_);
+}
+
+std::optional<std::string> PipeWireAudioObjects::bundleIdentifier(AudioObjectID process) const {
+    const ProcessView* const found = view_.process(process);
+    if (found == nullptr) {
+        return std::nullopt;
+    }
+    const auto pid = trustedPid(found->process, processRegistry_);
+    auto identity =
+        identityOfClient(claimsOf(*found), pid ? processRegistry_.identity(*pid) : std::nullopt);
+    if (!identity) {
+        return std::nullopt;
+    }
+    return std::move(identity->identifier);
+}
+
+std::optional<AudioObjectID> PipeWireAudioObjects::defaultInputDevice() const {
+    return view_.defaultDevice;
+}
+
+std::optional<std::string> PipeWireAudioObjects::deviceUniqueID(AudioObjectID device) const {
+    const DeviceView* const found = view_.device(device);
+    return found == nullptr ? std::nullopt : std::optional{found->uniqueID};
+}
+
+std::optional<bool> PipeWireAudioObjects::isRunningSomewhere(AudioObjectID device) const {
+    const DeviceView* const found = view_.device(device);
+    return found == nullptr ? std::nullopt : std::optional{found->isRecordedFrom};
+}
+
+std::unique_ptr<Observation> PipeWireAudioObjects::observeProcesses(Listener listener) {
+    return processListeners_.add(onlySubject, std::move(listener));
+}
+
+std::unique_ptr<Observation> PipeWireAudioObjects::observeDefaultInputDevice(Listener listener) {
+    return defaultListeners_.add(onlySubject, std::move(listener));
+}
+
+std::unique_ptr<Observation>
+PipeWireAudioObjects::observeRunningInput(AudioObjectID process, Listener listener) {
+    return view_.process(process) == nullptr ? nullptr
+                                             : runningListeners_.add(process, std::move(listener));
+}
+
+std::unique_ptr<Observation>
+PipeWireAudioObjects::observeRunningSomewhere(AudioObjectID device, Listener listener) {
+    return view_.device(device) == nullptr ? nullptr
+                                           : runningListeners_.add(device, std::move(listener));
+}
+
+} // namespace brindle

@@ -1,0 +1,61 @@
+// The seam to the audio server, carried out over PipeWire.
+#pragma once
+
+#include "BrindleRecorderApp/Platform/AudioObjects.hpp"
+#include "BrindleRecorderLinux/PipeWire/AudioServer.hpp"
+#include "BrindleRecorderLinux/PipeWire/ListenerList.hpp"
+#include "BrindleRecorderLinux/PipeWire/MicrophoneView.hpp"
+
+#include <functional>
+#include <memory>
+
+namespace brindle {
+
+class ProcProcessRegistry;
+
+/// An audio object is a process that has clients on the server, or a microphone. What is answered
+/// is the server's state as of the last turn of the main loop that told of changes, so answers and
+/// listeners always agree. While no server answers, nothing can be read and nobody records.
+class PipeWireAudioObjects final : public AudioObjects {
+  public:
+    using StateListener = std::function<void(pipewire::AudioServerState)>;
+
+    /// Connects at once and keeps trying. `stateChanged` is called from the main loop, once for
+    /// every change. `loop` is the loop that `mainLoop` runs; everything given must outlive this.
+    PipeWireAudioObjects(
+        MainLoop& mainLoop, pw_loop* loop, const ProcProcessRegistry& processes,
+        pipewire::AudioServer::Options options, StateListener stateChanged);
+
+    [[nodiscard]] pipewire::AudioServerState state() const { return server_.state(); }
+
+    [[nodiscard]] bool canListProcesses() const override { return true; }
+    [[nodiscard]] std::optional<std::vector<AudioObjectID>> processes() const override;
+    [[nodiscard]] std::optional<bool> isRunningInput(AudioObjectID process) const override;
+    [[nodiscard]] std::optional<std::int32_t>
+    processIdentifier(AudioObjectID process) const override;
+    [[nodiscard]] std::optional<std::string> bundleIdentifier(AudioObjectID process) const override;
+    [[nodiscard]] std::optional<AudioObjectID> defaultInputDevice() const override;
+    [[nodiscard]] std::optional<std::string> deviceUniqueID(AudioObjectID device) const override;
+    [[nodiscard]] std::optional<bool> isRunningSomewhere(AudioObjectID device) const override;
+
+    [[nodiscard]] std::unique_ptr<Observation> observeProcesses(Listener listener) override;
+    [[nodiscard]] std::unique_ptr<Observation>
+    observeDefaultInputDevice(Listener listener) override;
+    [[nodiscard]] std::unique_ptr<Observation>
+    observeRunningInput(AudioObjectID process, Listener listener) override;
+    [[nodiscard]] std::unique_ptr<Observation>
+    observeRunningSomewhere(AudioObjectID device, Listener listener) override;
+
+  private:
+    void refresh();
+
+    const ProcProcessRegistry& processRegistry_;
+    pipewire::ObjectNumbers numbers_;
+    pipewire::MicrophoneView view_;
+    pipewire::ListenerList processListeners_;
+    pipewire::ListenerList defaultListeners_;
+    pipewire::ListenerList runningListeners_;
+    pipewire::AudioServer server_;
+};
+
+} // namespace brindle

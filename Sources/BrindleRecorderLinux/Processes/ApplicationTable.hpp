@@ -1,0 +1,43 @@
+// The one table that says which Linux programs are the catalog's applications, in whatever way they
+// are packaged.
+#pragma once
+
+#include <optional>
+#include <string_view>
+#include <vector>
+
+namespace brindle {
+
+/// What a row is recognised by.
+enum class IdentitySource {
+    flatpak,      ///< Flatpak application id; also the name of its desktop entry
+    snap,         ///< snap name
+    executable,   ///< file name of the executable, of the script that an interpreter runs, or of
+                  ///< an Electron application's folder
+    desktopEntry, ///< name of the desktop entry, also given as application id by some programs
+    webApp,       ///< Chromium's id of an installed web application
+    streamName    ///< the name that only this program gives its streams
+};
+
+/// Whom the program's child processes belong to.
+enum class Children {
+    belongToIt, ///< helpers, renderers, audio services
+    areOthers   ///< it starts other people's programs, as a desktop shell does
+};
+
+struct ApplicationRow {
+    IdentitySource source;
+    std::string_view name;
+    std::string_view identifier; ///< as the catalog spells it, or ignores it
+    std::string_view evidence;   ///< where the name is known from
+    Children children = Children::belongToIt;
+};
+
+class ApplicationTable {
+  public:
+    static const std::vector<ApplicationRow>& rows();
+    /// Names are compared exactly. Null for an unknown name.
+    static const ApplicationRow* find(IdentitySource source, std::string_view name);
+};
+
+} // namespace brindle

@@ -1,0 +1,235 @@
+// Servers that come late, go and come again, each test with servers of its own.
+#include "BrindleRecorderLinux/PipeWire/AudioServer.hpp"
+
+#include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
+#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/PipeWire/PulseAudioTraces.hpp"
+#include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
+#include "LinuxTests/ChildProcess.hpp"
+#include "LinuxTests/FakeProc.hpp"
+#include "LinuxTests/WaitOnLoop.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace brindle::pipewire {
+namespace {
+
+using testing::ElementsAre;
+
+class AudioServerTest : public testing::Test {
+  protected:
+    AudioServerTest() {
+        std::filesystem::create_directories(runtimeFolder());
+        std::filesystem::permissions(runtimeFolder(), std::filesystem::perms::owner_all);
+    }
+
+    [[nodiscard]] std::filesystem::path runtimeFolder() const { return proc_.folder() / "runtime"; }
+    [[nodiscard]] AudioServer::Options options() const {
+        return {
+            .remote = runtimeFolder() / "pipewire-0",
+            .runtimeFolder = runtimeFolder(),
+            .procFolder = proc_.folder()};
+    }
+    [[nodiscard]] ChildProcess::Setting inSession() const {
+        return {.environment = {{"XDG_RUNTIME_DIR", runtimeFolder()}}};
+    }
+    [[nodiscard]] std::unique_ptr<ChildProcess> startServer() const {
+        return std::make_unique<ChildProcess>(
+            "pipewire", std::vector<std::string>{"pipewire"}, inSession());
+    }
+    [[nodiscard]] int addMicrophone() const {
+        return runToEnd(
+            {"pw-cli", "create-node", "adapter",
+             "{ factory.name=support.null-audio-sink node.name=late-mic "
+             "media.class=Audio/Source/Virtual object.linger=true audio.position=[MONO] }"},
+            inSession());
+    }
+    void pulseAudioRunsAs(int pid) const {
+        proc_.add({.pid = pid, .executable = "/usr/bin/pulseaudio"});
+        std::filesystem::create_directories(runtimeFolder() / "pulse");
+        std::ofstream{runtimeFolder() / "pulse" / "pid"} << pid << '\n';
+    }
+    void watch() {
+        server_ = std::make_unique<AudioServer>(
+            loop_, loop_.loop(), options(),
+            AudioServer::Callbacks{
+                .changed = [this] { ++changes_; },
+                .stateChanged =
+                    [this](AudioServerState state) {
+                        states_.push_back(state);
+                    }});
+    }
+    [[nodiscard]] bool becomes(AudioServerState state) {
+        return waitUntil(loop_, [&] { return server_->state() == state; });
+    }
+
+    FakeProc proc_;
+    PipeWireMainLoop loop_;
+    std::vector<AudioServerState> states_;
+    int changes_ = 0;
+    std::unique_ptr<AudioServer> server_;
+};
+
+TEST_F(AudioServerTest, WaitsForALateServerAndFollowsItsEndAndReturn) {
+    using enum AudioServerState;
+    watch();
+    EXPECT_EQ(server_->state(), connecting);
+    ASSERT_TRUE(becomes(unreachable));
+    EXPECT_FALSE(server_->graph());
+
+    auto first = startServer();
+    ASSERT_TRUE(becomes(withoutAudio));
+    EXPECT_TRUE(server_->graph());
+    ASSERT_EQ(addMicrophone(), 0);
+    ASSERT_TRUE(becomes(serving));
+
+    first->signal(SIGKILL);
+    ASSERT_TRUE(becomes(unreachable));
+    EXPECT_FALSE(server_->graph());
+    first.reset();
+
+    const auto second = startServer();
+    ASSERT_TRUE(becomes(withoutAudio));
+    ASSERT_EQ(addMicrophone(), 0);
+    ASSERT_TRUE(becomes(serving));
+    EXPECT_THAT(
+        states_,
+        ElementsAre(unreachable, withoutAudio, serving, unreachable, withoutAudio, serving));
+}
+
+TEST_F(AudioServerTest, SaysOnceThatNoServerAnswersHoweverOftenItTries) {
+    watch();
+    ASSERT_TRUE(becomes(AudioServerState::unreachable));
+    ASSERT_TRUE(waitUntil(loop_, [&] { return changes_ >= 3; })); // each attempt that failed
+    EXPECT_THAT(states_, ElementsAre(AudioServerState::unreachable));
+}
+
+TEST_F(AudioServerTest, TellsADesktopWhoseSoundGoesThroughPulseAudioApart) {
+    pulseAudioRunsAs(77);
+    watch();
+    ASSERT_TRUE(becomes(AudioServerState::pulseAudio));
+
+    // PipeWire beside it, for cameras and screens only, changes nothing …
+    const auto videoOnly = startServer();
+    ASSERT_TRUE(waitUntil(loop_, [&] { return server_->graph().has_value(); }));
+    EXPECT_EQ(server_->state(), AudioServerState::pulseAudio);
+    // … until sound goes through it.
+    ASSERT_EQ(addMicrophone(), 0);
+    ASSERT_TRUE(becomes(AudioServerState::serving));
+}
+
+TEST_F(AudioServerTest, MayGoWhileItWaitsToTryAgain) {
+    watch();
+    ASSERT_TRUE(becomes(AudioServerState::unreachable));
+    server_.reset();
+    const auto server = startServer();
+    changes_ = 0;
+    bool passed = false;
+    const auto timer = loop_.after(std::chrono::milliseconds{300}, [&] { passed = true; });
+    ASSERT_TRUE(waitUntil(loop_, [&] { return passed; }));
+    EXPECT_EQ(changes_, 0);
+}
+
+TEST(PulseAudioTraces, OnlyARunningPulseAudioCounts) {
+    const FakeProc proc;
+    const auto writePid = [&](const std::string& text) {
+        std::filesystem::create_directories(proc.folder() / "pulse");
+        std::ofstream{proc.folder() / "pulse" / "pid"} << text;
+    };
+    proc.add({.pid = 70, .executable = "/usr/bin/pulseaudio"});
+    proc.add({.pid = 71, .executable = "/usr/bin/pipewire-pulse"});
+    const auto runs = [&] {
+        return pulseAudioRuns(proc.folder(), proc.folder());
+    };
+    EXPECT_FALSE(runs());
+    writePid("70\n");
+    EXPECT_TRUE(runs());
+    for (const char* text : {"71\n", "72\n", "", "x", "-70", "0"}) {
+        writePid(text);
+        EXPECT_FALSE(runs()) << text;
+    }
+}
+
+/// A whole private session inside of ours, whose servers can be ended and started again.
+class RestartedSessionTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (std::getenv("BRINDLE_SESSION") == nullptr) {
+            GTEST_SKIP() << "needs scripts/private-session around the tests";
+        }
+    }
+    [[nodiscard]] std::filesystem::path runtimeFolder() const {
+        return temporary_.folder() / "s/runtime";
+    }
+    [[nodiscard]] std::unique_ptr<ChildProcess> startSession() const {
+        const std::string script = BRINDLE_SOURCE_DIR "/scripts/private-session";
+        return std::make_unique<ChildProcess>(
+            script,
+            std::vector<std::string>{
+                script, "--no-camera", "--folder", temporary_.folder() / "s", "sleep", "600"});
+    }
+    [[nodiscard]] std::unique_ptr<ChildProcess> startRecorder() const {
+        return std::make_unique<ChildProcess>(
+            "pw-record", std::vector<std::string>{"pw-record", "/dev/null"},
+            ChildProcess::Setting{.environment = {{"XDG_RUNTIME_DIR", runtimeFolder()}}});
+    }
+
+    FakeProc temporary_;
+};
+
+TEST_F(RestartedSessionTest, NobodyRecordsWhileTheServerIsGone) {
+    PipeWireMainLoop loop;
+    const ProcProcessRegistry registry;
+    std::vector<AudioServerState> states;
+    PipeWireAudioObjects objects{
+        loop,
+        loop.loop(),
+        registry,
+        {.remote = runtimeFolder() / "pipewire-0", .runtimeFolder = runtimeFolder()},
+        [&](AudioServerState state) {
+            states.push_back(state);
+        }};
+    const auto recorderObject = [&](pid_t pid) -> std::optional<AudioObjectID> {
+        for (const AudioObjectID id : objects.processes().value_or(std::vector<AudioObjectID>{})) {
+            if (objects.processIdentifier(id) == pid && objects.isRunningInput(id) == true) {
+                return id;
+            }
+        }
+        return std::nullopt;
+    };
+
+    int runningChanges = 0;
+    std::unique_ptr<Observation> observation;
+    std::optional<AudioObjectID> firstObject;
+    {
+        auto session = startSession();
+        ASSERT_TRUE(waitUntil(loop, [&] { return objects.defaultInputDevice().has_value(); }));
+        const auto recorder = startRecorder();
+        ASSERT_TRUE(waitUntil(loop, [&] { return recorderObject(recorder->pid()).has_value(); }));
+        firstObject = recorderObject(recorder->pid());
+        observation = objects.observeRunningInput(*firstObject, [&] { ++runningChanges; });
+        session.reset();
+        ASSERT_TRUE(waitUntil(loop, [&] { return !objects.processes().has_value(); }));
+        EXPECT_EQ(objects.isRunningInput(*firstObject), std::nullopt);
+        EXPECT_EQ(objects.defaultInputDevice(), std::nullopt);
+        EXPECT_EQ(runningChanges, 1);
+        EXPECT_EQ(states.back(), AudioServerState::unreachable);
+    }
+    const auto session = startSession();
+    ASSERT_TRUE(waitUntil(loop, [&] { return objects.defaultInputDevice().has_value(); }));
+    const auto recorder = startRecorder();
+    ASSERT_TRUE(waitUntil(loop, [&] { return recorderObject(recorder->pid()).has_value(); }));
+    EXPECT_NE(recorderObject(recorder->pid()), firstObject);
+    EXPECT_EQ(objects.state(), AudioServerState::serving);
+}
+
+} // namespace
+} // namespace brindle::pipewire

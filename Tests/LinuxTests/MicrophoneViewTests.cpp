@@ -1,0 +1,164 @@
+#include "BrindleRecorderLinux/PipeWire/MicrophoneView.hpp"
+
+#include "BrindleRecorderLinux/PipeWire/ListenerList.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace brindle::pipewire {
+namespace {
+
+using testing::ElementsAre;
+
+ClientRecord nativeClient(std::uint64_t serial, std::uint32_t id, int pid) {
+    return {
+        serial,
+        id,
+        {{"pipewire.sec.pid", std::to_string(pid)}, {"application.process.binary", "recorder"}}};
+}
+
+ClientRecord pulseClient(std::uint64_t serial, std::uint32_t id, int pid) {
+    return {
+        serial,
+        id,
+        {{"client.api", "pipewire-pulse"},
+         {"application.process.id", std::to_string(pid)},
+         {"application.process.binary", "recorder"}}};
+}
+
+NodeRecord streamOf(std::uint32_t id, std::uint32_t client) {
+    return {
+        id,
+        id,
+        NodeState::running,
+        {{"media.class", "Stream/Input/Audio"}, {"client.id", std::to_string(client)}}};
+}
+
+const NodeRecord microphone{
+    42, 42, NodeState::running, {{"media.class", "Audio/Source"}, {"node.name", "mic"}}};
+
+TEST(MicrophoneView, AProcessIsOneObjectHoweverManyClientsItHas) {
+    AudioGraph graph;
+    graph.clients = {nativeClient(1, 31, 500), nativeClient(2, 33, 600), pulseClient(3, 34, 500)};
+    graph.nodes = {microphone, streamOf(71, 34)};
+    graph.links = {{1, 42, 71, true}};
+    ObjectNumbers numbers;
+    const auto view = viewOf(graph, numbers);
+    ASSERT_EQ(view.processes.size(), 2U);
+    EXPECT_EQ(view.processes[0].process.pid, 500);
+    EXPECT_TRUE(view.processes[0].process.pidIsCertain);
+    EXPECT_TRUE(view.processes[0].isRecording);
+    EXPECT_EQ(view.processes[0].clients.size(), 2U);
+    EXPECT_EQ(view.processes[1].process.pid, 600);
+    EXPECT_FALSE(view.processes[1].isRecording);
+}
+
+TEST(MicrophoneView, ClientsThatTellNothingStayApart) {
+    AudioGraph graph;
+    graph.clients = {{1, 31, {}}, {2, 33, {}}};
+    ObjectNumbers numbers;
+    EXPECT_EQ(viewOf(graph, numbers).processes.size(), 2U);
+}
+
+TEST(MicrophoneView, TwoRunningCopiesOfASandboxedApplicationStayApart) {
+    const auto sandboxed = [](std::uint64_t serial, std::uint32_t id, std::string instance) {
+        return ClientRecord{
+            serial,
+            id,
+            {{"client.api", "pipewire-pulse"},
+             {"pipewire.access.portal.app_id", "us.zoom.Zoom"},
+             {"pipewire.access.portal.instance_id", std::move(instance)}}};
+    };
+    AudioGraph graph;
+    graph.clients = {sandboxed(1, 31, "a"), sandboxed(2, 33, "b"), sandboxed(3, 34, "a")};
+    ObjectNumbers numbers;
+    EXPECT_EQ(viewOf(graph, numbers).processes.size(), 2U);
+}
+
+TEST(MicrophoneView, ANumberStaysWithItsObjectAndIsNeverGivenAgain) {
+    AudioGraph graph;
+    graph.clients = {nativeClient(1, 31, 500)};
+    graph.nodes = {microphone};
+    ObjectNumbers numbers;
+    const auto first = viewOf(graph, numbers);
+    EXPECT_EQ(viewOf(graph, numbers).processes[0].id, first.processes[0].id);
+    EXPECT_EQ(viewOf(graph, numbers).devices[0].id, first.devices[0].id);
+    EXPECT_NE(first.processes[0].id, first.devices[0].id);
+
+    // A restarted server begins to count anew: the same serials are other objects.
+    viewOf(std::nullopt, numbers);
+    const auto later = viewOf(graph, numbers);
+    EXPECT_GT(later.processes[0].id, first.devices[0].id);
+    EXPECT_GT(later.devices[0].id, first.devices[0].id);
+}
+
+TEST(MicrophoneView, TheDefaultDeviceIsTheMicrophoneOfThatName) {
+    AudioGraph graph;
+    graph.nodes = {
+        {37, 37, NodeState::idle, {{"media.class", "Audio/Sink"}, {"node.name", "speakers"}}},
+        microphone};
+    ObjectNumbers numbers;
+    EXPECT_FALSE(viewOf(graph, numbers).defaultDevice);
+    graph.defaultSourceName = "mic";
+    const auto view = viewOf(graph, numbers);
+    ASSERT_TRUE(view.defaultDevice);
+    EXPECT_EQ(view.device(*view.defaultDevice)->uniqueID, "mic");
+    graph.defaultSourceName = "speakers";
+    EXPECT_FALSE(viewOf(graph, numbers).defaultDevice);
+    graph.defaultSourceName = "unplugged";
+    EXPECT_FALSE(viewOf(graph, numbers).defaultDevice);
+}
+
+TEST(MicrophoneView, IsEmptyWithoutAServer) {
+    ObjectNumbers numbers;
+    const auto view = viewOf(std::nullopt, numbers);
+    EXPECT_FALSE(view.isAvailable);
+    EXPECT_TRUE(view.processes.empty());
+    EXPECT_FALSE(view.defaultDevice);
+}
+
+TEST(ListenerList, CallsTheSubjectsListenersInOrder) {
+    ListenerList list;
+    std::vector<int> called;
+    const auto first = list.add(1, [&] { called.push_back(1); });
+    const auto other = list.add(2, [&] { called.push_back(2); });
+    const auto third = list.add(1, [&] { called.push_back(3); });
+    list.call(1);
+    EXPECT_THAT(called, ElementsAre(1, 3));
+}
+
+TEST(ListenerList, ListenersMayComeAndGoWhileTheyAreCalled) {
+    ListenerList list;
+    std::vector<int> called;
+    std::unique_ptr<Observation> first;
+    std::unique_ptr<Observation> second;
+    std::unique_ptr<Observation> added;
+    first = list.add(0, [&] {
+        called.push_back(1);
+        first.reset();
+        second.reset();
+        added = list.add(0, [&] { called.push_back(4); });
+    });
+    second = list.add(0, [&] { called.push_back(2); });
+    const auto third = list.add(0, [&] { called.push_back(3); });
+    list.call(0);
+    EXPECT_THAT(called, ElementsAre(1, 3));
+    list.call(0);
+    EXPECT_THAT(called, ElementsAre(1, 3, 3, 4));
+}
+
+TEST(ListenerList, AnObservationMayOutliveTheList) {
+    std::unique_ptr<Observation> observation;
+    {
+        ListenerList list;
+        observation = list.add(0, [] { FAIL(); });
+    }
+    observation.reset();
+}
+
+} // namespace
+} // namespace brindle::pipewire

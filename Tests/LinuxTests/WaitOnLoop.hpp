@@ -1,0 +1,16 @@
+// Waiting for something to become true while the main loop runs.
+#pragma once
+
+#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+
+#include <chrono>
+#include <functional>
+
+namespace brindle {
+
+/// Handles events until the condition holds; false when it does not within the (generous) limit.
+bool waitUntil(
+    PipeWireMainLoop& loop, const std::function<bool()>& condition,
+    std::chrono::seconds limit = std::chrono::seconds{60});
+
+} // namespace brindle
