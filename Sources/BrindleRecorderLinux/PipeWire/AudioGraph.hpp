@@ -53,6 +53,7 @@ struct AudioGraph {
     std::vector<ClientRecord> clients;
     std::vector<LinkRecord> links;
     std::optional<std::string> defaultSourceName; ///< `node.name` of the default microphone
+    std::optional<std::string> defaultCameraName; ///< `node.name` of the default camera
     bool hasAudioDevice = false;                  ///< a sound card, even one without a node
 
     friend bool operator==(const AudioGraph&, const AudioGraph&) = default;

@@ -139,14 +139,22 @@ MirroredDefaults::MirroredDefaults(MirrorSource source)
 }
 
 void MirroredDefaults::update(std::uint32_t subject, const char* key, const char* value) {
-    // No key means that all of the subject's values are gone.
-    const bool isOurs = key == nullptr || std::string_view{key} == "default.audio.source";
-    if (subject != PW_ID_CORE || !isOurs) {
+    if (subject != PW_ID_CORE) {
         return;
     }
-    auto name = key == nullptr || value == nullptr ? std::nullopt : nodeNameIn(value);
-    if (name != sourceName_) {
-        sourceName_ = std::move(name);
+    // No key means that all of the subject's values are gone.
+    if (key == nullptr || std::string_view{key} == "default.audio.source") {
+        set(sourceName_, key == nullptr ? nullptr : value);
+    }
+    if (key == nullptr || std::string_view{key} == "default.video.source") {
+        set(cameraName_, key == nullptr ? nullptr : value);
+    }
+}
+
+void MirroredDefaults::set(std::optional<std::string>& name, const char* value) {
+    auto newName = value == nullptr ? std::nullopt : nodeNameIn(value);
+    if (newName != name) {
+        name = std::move(newName);
         source_.changed();
     }
 }

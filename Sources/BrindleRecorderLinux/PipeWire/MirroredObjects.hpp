@@ -74,12 +74,15 @@ class MirroredDefaults {
   public:
     explicit MirroredDefaults(MirrorSource source);
     [[nodiscard]] const std::optional<std::string>& sourceName() const { return sourceName_; }
+    [[nodiscard]] const std::optional<std::string>& cameraName() const { return cameraName_; }
 
   private:
     void update(std::uint32_t subject, const char* key, const char* value);
+    void set(std::optional<std::string>& name, const char* value);
 
     MirrorSource source_;
     std::optional<std::string> sourceName_;
+    std::optional<std::string> cameraName_;
     ProxyHandle proxy_;
     Hook listener_;
 };

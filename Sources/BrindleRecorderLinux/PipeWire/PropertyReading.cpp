@@ -14,7 +14,10 @@ namespace {
 
 constexpr std::size_t longestValue = 1024;
 
-constexpr std::array<std::string_view, 28> usedKeys{
+constexpr std::array<std::string_view, 38> usedKeys{
+    "api.libcamera.location",
+    "api.libcamera.path",
+    "api.v4l2.path",
     "application.id",
     "application.name",
     "application.process.binary",
@@ -22,6 +25,12 @@ constexpr std::array<std::string_view, 28> usedKeys{
     "client.api",
     "client.id",
     "config.name",
+    "device.api",
+    "device.bus",
+    "device.devids",
+    "device.form-factor",
+    "device.form_factor",
+    "device.id",
     "media.category",
     "media.class",
     "media.name",
@@ -38,6 +47,7 @@ constexpr std::array<std::string_view, 28> usedKeys{
     "pipewire.access.portal.instance_id",
     "pipewire.sec.pid",
     "pipewire.snap.id",
+    "priority.session",
     "pulse.corked",
     "resample.peaks",
     "stream.capture.sink",

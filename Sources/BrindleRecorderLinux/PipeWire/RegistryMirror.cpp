@@ -71,6 +71,9 @@ AudioGraph RegistryMirror::graph() const {
         if (defaults->sourceName()) {
             graph.defaultSourceName = defaults->sourceName();
         }
+        if (defaults->cameraName()) {
+            graph.defaultCameraName = defaults->cameraName();
+        }
     }
     graph.hasAudioDevice = !audioDevices_.empty();
     return graph;

@@ -1,0 +1,82 @@
+#include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSystem.hpp"
+
+#include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSession.hpp"
+
+#include <algorithm>
+#include <utility>
+
+namespace brindle {
+
+namespace {
+
+constexpr std::uint64_t onlySubject = 0;
+
+const CaptureDeviceInfo*
+find(const std::vector<CaptureDeviceInfo>& devices, const std::string& uniqueID) {
+    const auto found = std::ranges::find(devices, uniqueID, &CaptureDeviceInfo::uniqueID);
+    return found == devices.end() ? nullptr : &*found;
+}
+
+} // namespace
+
+PipeWireCaptureSystem::PipeWireCaptureSystem(
+    MainLoop& mainLoop, pw_loop* loop, pipewire::AudioServer::Options options, SystemLog& log)
+    : mainLoop_{mainLoop}, log_{log}, server_{
+                                          mainLoop,
+                                          loop,
+                                          std::move(options),
+                                          {.changed = [this] { refresh(); },
+                                           .stateChanged =
+                                               [](pipewire::AudioServerState) {
+                                               }}} {}
+
+void PipeWireCaptureSystem::refresh() {
+    const auto graph = server_.graph();
+    auto devices = graph ? pipewire::discoverDevices(*graph) : pipewire::DiscoveredDevices{};
+    if (std::exchange(devices_, std::move(devices)) != devices_) {
+        listeners_.call(onlySubject);
+    }
+}
+
+std::vector<CaptureDeviceInfo> PipeWireCaptureSystem::discover(MediaType mediaType) const {
+    return mediaType == MediaType::video ? devices_.cameras : devices_.microphones;
+}
+
+std::optional<CaptureDeviceInfo> PipeWireCaptureSystem::systemPreferredCamera() const {
+    return std::nullopt;
+}
+
+std::optional<CaptureDeviceInfo> PipeWireCaptureSystem::defaultCamera() const {
+    const CaptureDeviceInfo* const camera =
+        devices_.defaultCameraID ? find(devices_.cameras, *devices_.defaultCameraID) : nullptr;
+    return camera == nullptr ? std::nullopt : std::optional{*camera};
+}
+
+std::unique_ptr<Observation> PipeWireCaptureSystem::observeDevices(std::function<void()> listener) {
+    return listeners_.add(onlySubject, std::move(listener));
+}
+
+std::shared_ptr<CaptureDevice> PipeWireCaptureSystem::device(const std::string& uniqueID) {
+    if (const CaptureDeviceInfo* const camera = find(devices_.cameras, uniqueID)) {
+        return std::make_shared<PipeWireCaptureDevice>(*camera, MediaType::video);
+    }
+    if (const CaptureDeviceInfo* const microphone = find(devices_.microphones, uniqueID)) {
+        return std::make_shared<PipeWireCaptureDevice>(*microphone, MediaType::audio);
+    }
+    return nullptr;
+}
+
+std::shared_ptr<CaptureSession> PipeWireCaptureSystem::makeSession() {
+    return std::make_shared<PipeWireCaptureSession>(mainLoop_, log_);
+}
+
+AuthorizationStatus PipeWireCaptureSystem::authorizationStatus(MediaType /*mediaType*/) const {
+    return server_.graph() ? AuthorizationStatus::authorized : AuthorizationStatus::denied;
+}
+
+void PipeWireCaptureSystem::requestAccess(
+    MediaType mediaType, std::function<void(bool granted)> answer) {
+    answer(authorizationStatus(mediaType) == AuthorizationStatus::authorized);
+}
+
+} // namespace brindle

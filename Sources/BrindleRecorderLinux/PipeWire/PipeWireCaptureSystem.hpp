@@ -1,0 +1,45 @@
+// Cameras and microphones of a PipeWire desktop, and sessions that record from them.
+#pragma once
+
+#include "BrindleRecorderApp/Platform/CaptureSystem.hpp"
+#include "BrindleRecorderApp/Platform/MainLoop.hpp"
+#include "BrindleRecorderApp/Platform/SystemLog.hpp"
+#include "BrindleRecorderLinux/PipeWire/AudioServer.hpp"
+#include "BrindleRecorderLinux/PipeWire/DeviceDiscovery.hpp"
+#include "BrindleRecorderLinux/PipeWire/ListenerList.hpp"
+
+namespace brindle {
+
+/// Outside a sandbox nobody is asked for access: a kind of device is authorised while the server
+/// can be reached, and denied while it cannot.
+class PipeWireCaptureSystem final : public CaptureSystem {
+  public:
+    /// Connects at once and keeps trying. `loop` is the loop that `mainLoop` runs; everything given
+    /// must outlive this.
+    PipeWireCaptureSystem(
+        MainLoop& mainLoop, pw_loop* loop, pipewire::AudioServer::Options options, SystemLog& log);
+
+    [[nodiscard]] std::vector<CaptureDeviceInfo> discover(MediaType mediaType) const override;
+    /// Nobody is preferred on this desktop beyond its default.
+    [[nodiscard]] std::optional<CaptureDeviceInfo> systemPreferredCamera() const override;
+    [[nodiscard]] std::optional<CaptureDeviceInfo> defaultCamera() const override;
+    [[nodiscard]] std::unique_ptr<Observation>
+    observeDevices(std::function<void()> listener) override;
+
+    [[nodiscard]] std::shared_ptr<CaptureDevice> device(const std::string& uniqueID) override;
+    [[nodiscard]] std::shared_ptr<CaptureSession> makeSession() override;
+
+    [[nodiscard]] AuthorizationStatus authorizationStatus(MediaType mediaType) const override;
+    void requestAccess(MediaType mediaType, std::function<void(bool granted)> answer) override;
+
+  private:
+    void refresh();
+
+    MainLoop& mainLoop_;
+    SystemLog& log_;
+    pipewire::DiscoveredDevices devices_;
+    pipewire::ListenerList listeners_;
+    pipewire::AudioServer server_;
+};
+
+} // namespace brindle
