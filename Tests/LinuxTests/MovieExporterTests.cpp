@@ -1,0 +1,751 @@
+#include "BrindleRecorderLinux/Media/FFmpegMovieExporter.hpp"
+#include "BrindleRecorderLinux/Media/PassthroughCopy.hpp"
+#include "LinuxTests/MovieFixtures.hpp"
+#include "Support/ManualMainLoop.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <functional>
+#include <thread>
+
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace brindle {
+namespace {
+
+using media::CopyControl;
+using media::copyMovie;
+using test::Bytes;
+using test::Packet;
+using test::Packets;
+using test::readPackets;
+using test::run;
+using test::TopLevelBox;
+using testing::HasSubstr;
+using Status = ExportSession::Status;
+
+constexpr std::chrono::seconds patience{60};
+
+struct Outcome {
+    Status status = Status::unknown;
+    std::optional<PlatformError> error;
+};
+
+class MovieExport : public testing::Test {
+  protected:
+    /// The recording that most tests damage, made once.
+    static const std::filesystem::path& recording() {
+        static const std::filesystem::path path = [] {
+            auto made = folder().path() / "recording.mov";
+            test::makeRecording(made);
+            return made;
+        }();
+        return path;
+    }
+    static const Bytes& recordingBytes() {
+        static const Bytes bytes = test::readFile(recording());
+        return bytes;
+    }
+
+    static std::filesystem::path fresh(const std::string& ending) { return folder().fresh(ending); }
+
+    Outcome
+    exportMovie(const std::filesystem::path& source, const std::filesystem::path& destination) {
+        const auto session = exporter.makePassthroughExport(source);
+        if (!session) {
+            return {};
+        }
+        session->setOutput(destination, MovieFileType::mpeg4);
+        bool completed = false;
+        session->exportAsynchronously([&] { completed = true; });
+        EXPECT_TRUE(mainLoop.runUntil([&] { return completed; }, patience)) << source;
+        return {session->status(), session->error()};
+    }
+
+    /// Writes the bytes to a file and exports it.
+    Outcome exportBytes(const Bytes& bytes, const std::filesystem::path& destination) {
+        const auto source = fresh(".mov");
+        test::writeFile(source, bytes);
+        const Outcome outcome = exportMovie(source, destination);
+        std::filesystem::remove(source);
+        return outcome;
+    }
+
+    std::optional<Seconds> durationOf(const std::filesystem::path& movie) {
+        std::optional<std::optional<Seconds>> answer;
+        exporter.loadDuration(movie, [&](std::optional<Seconds> duration) { answer = duration; });
+        EXPECT_TRUE(mainLoop.runUntil([&] { return answer.has_value(); }, patience));
+        return answer.value_or(std::nullopt);
+    }
+
+    test::ManualMainLoop mainLoop;
+    FFmpegMovieExporter exporter{mainLoop};
+
+  private:
+    static test::TemporaryFolder& folder() {
+        static test::TemporaryFolder shared;
+        return shared;
+    }
+};
+
+// What a damaged file still holds, reckoned from the intact one.
+
+/// Whether byte ranges overlap.
+bool overlap(std::int64_t start, std::int64_t end, std::int64_t otherStart, std::int64_t otherEnd) {
+    return start < otherEnd && otherStart < end;
+}
+
+/// What became of a packet in the damaged file.
+enum class Fate { kept, lost, either };
+
+/// The packets of a track that must come out when the bytes from `lostFrom` to `lostTo` have become
+/// zeros or have been cut off: those whose fragment header and content are whole, pictures only up
+/// to a lost one and again from the next key frame on. `either` where a single byte at the end of a
+/// block of sound is all that is lost, which nothing but decoding could find.
+std::vector<Fate> fates(
+    const Packets& packets, const std::vector<TopLevelBox>& boxes, std::int64_t lostFrom,
+    std::int64_t lostTo, const Bytes& original, bool isPicture) {
+    std::vector<Fate> result;
+    bool waitsForKey = false;
+    for (const Packet& packet : packets) {
+        const std::int64_t end = packet.position + packet.size;
+        const TopLevelBox* header = nullptr;
+        for (const TopLevelBox& box : boxes) {
+            if (box.type == "moof" && box.offset < packet.position) {
+                header = &box;
+            }
+        }
+        Fate fate = Fate::kept;
+        if (header == nullptr || overlap(header->offset, header->end(), lostFrom, lostTo)) {
+            fate = Fate::lost;
+        } else if (overlap(packet.position, end, lostFrom, lostTo)) {
+            const auto first = std::max(packet.position, lostFrom);
+            const auto last = std::min(end, lostTo);
+            const bool wasZero = std::all_of(
+                original.begin() + first, original.begin() + last,
+                [](std::uint8_t byte) { return byte == 0; });
+            const bool lastByteOnly = !isPicture && lostFrom == end - 1;
+            fate = wasZero || lastByteOnly ? Fate::either : Fate::lost;
+        }
+        if (isPicture && fate == Fate::lost) {
+            waitsForKey = true;
+        } else if (waitsForKey && !packet.isKey) {
+            fate = Fate::lost;
+        } else {
+            waitsForKey = false;
+        }
+        result.push_back(fate);
+    }
+    return result;
+}
+
+/// Compares what came out with what must have, bit for bit and time for time.
+void expectFates(
+    const Packets& before, const std::vector<Fate>& fates, const Packets& after,
+    const std::string& what) {
+    auto next = after.begin();
+    for (std::size_t index = 0; index < before.size(); ++index) {
+        const bool isThere = next != after.end() && next->hash == before[index].hash &&
+                             std::abs(next->decodeTime - before[index].decodeTime) < 0.001;
+        if (fates[index] == Fate::kept) {
+            ASSERT_TRUE(isThere) << what << ": packet " << index << " is missing";
+        } else if (fates[index] == Fate::lost) {
+            ASSERT_FALSE(isThere) << what << ": packet " << index << " is damaged but there";
+        }
+        next += isThere ? 1 : 0;
+    }
+    ASSERT_TRUE(next == after.end()) << what << ": packets that the source does not have";
+}
+
+/// The recording with a stretch turned into zeros, or cut off where `lostTo` is its end.
+class MovieExportDamage : public MovieExport {
+  protected:
+    void SetUp() override {
+        ASSERT_EQ(before.size(), 2U);
+        ASSERT_EQ(std::ranges::count(boxes, "moof", &TopLevelBox::type), 4);
+    }
+
+    void expectWhatIsReadable(
+        const Bytes& damaged, std::int64_t lostFrom, std::int64_t lostTo, bool decode) {
+        const std::string what =
+            "lost " + std::to_string(lostFrom) + " to " + std::to_string(lostTo);
+        const auto pictures = fates(before[0], boxes, lostFrom, lostTo, recordingBytes(), true);
+        const auto sound = fates(before[1], boxes, lostFrom, lostTo, recordingBytes(), false);
+        const bool anything = std::ranges::count(pictures, Fate::kept) > 0 ||
+                              std::ranges::count(sound, Fate::kept) > 0;
+        const auto output = fresh(".mp4");
+        const Outcome outcome = exportBytes(damaged, output);
+        if (!anything) {
+            EXPECT_EQ(outcome.status, Status::failed) << what;
+            EXPECT_FALSE(std::filesystem::exists(output)) << what;
+            return;
+        }
+        ASSERT_EQ(outcome.status, Status::completed)
+            << what << ": " << (outcome.error ? outcome.error->description : "");
+        const std::vector<Packets> after = readPackets(output);
+        // A track that nothing is left of is left out; which it is shows in its first packet.
+        const bool noPictures = std::ranges::count(pictures, Fate::kept) == 0;
+        const bool noSound = std::ranges::count(sound, Fate::kept) == 0;
+        ASSERT_EQ(after.size(), noPictures || noSound ? 1U : 2U) << what;
+        if (!noPictures) {
+            expectFates(before[0], pictures, after.front(), what + ", pictures");
+        }
+        if (!noSound) {
+            expectFates(before[1], sound, after.back(), what + ", sound");
+        }
+        if (decode) {
+            EXPECT_EQ(
+                run("ffmpeg -nostdin -v error -xerror -i " + output.string() + " -f null -"), "")
+                << what;
+        }
+        std::filesystem::remove(output);
+    }
+
+    void expectConvertsWhenCutAt(std::int64_t cut, bool decode) {
+        Bytes damaged = recordingBytes();
+        damaged.resize(static_cast<std::size_t>(cut));
+        expectWhatIsReadable(damaged, cut, size, decode);
+    }
+
+    [[nodiscard]] std::int64_t headerEnd() const {
+        return std::ranges::find(boxes, "moov", &TopLevelBox::type)->end();
+    }
+    std::int64_t randomPlace(std::int64_t from, std::int64_t to) {
+        return std::uniform_int_distribution{from, to - 1}(random);
+    }
+
+    std::vector<Packets> before = readPackets(recording());
+    std::vector<TopLevelBox> boxes = test::topLevelBoxes(recordingBytes());
+    std::int64_t size = static_cast<std::int64_t>(recordingBytes().size());
+    std::mt19937_64 random = test::seededRandom();
+};
+
+/// The start of a track in the presentation, once its priming has been skipped.
+double startOf(const Packets& packets) {
+    return std::ranges::min(packets, {}, &Packet::start).start;
+}
+
+struct SourceVariant {
+    const char* name;
+    const char* options;
+    bool isFragmented = true;
+};
+
+class MovieExportPassthrough : public MovieExport,
+                               public testing::WithParamInterface<SourceVariant> {};
+
+TEST_P(MovieExportPassthrough, KeepsEverySampleBitForBitWithItsTimes) {
+    const auto source = fresh(".mov");
+    test::makeRecording(source, GetParam().options);
+    const auto output = fresh(".mp4");
+    ASSERT_EQ(exportMovie(source, output).status, Status::completed);
+
+    const auto before = readPackets(source);
+    const auto after = readPackets(output);
+    ASSERT_EQ(after.size(), before.size());
+    for (std::size_t track = 0; track < before.size(); ++track) {
+        ASSERT_EQ(after[track].size(), before[track].size());
+        ASSERT_GT(before[track].size(), 500U);
+        for (std::size_t index = 0; index < before[track].size(); ++index) {
+            const Packet& then = before[track][index];
+            const Packet& now = after[track][index];
+            ASSERT_EQ(now.hash, then.hash) << track << ' ' << index;
+            ASSERT_EQ(now.isKey, then.isKey) << track << ' ' << index;
+            ASSERT_NEAR(now.decodeTime, then.decodeTime, 0.000'05) << track << ' ' << index;
+            ASSERT_NEAR(now.start, then.start, 0.000'05) << track << ' ' << index;
+        }
+    }
+    EXPECT_NEAR(
+        startOf(after[1]) - startOf(after[0]), startOf(before[1]) - startOf(before[0]), 0.000'05);
+    EXPECT_EQ(run("ffmpeg -nostdin -v error -xerror -i " + output.string() + " -f null -"), "");
+
+    // The last sample of a track is as long as it was, too. What an edit list cuts off in front
+    // counts in a fragmented movie's length and in no other's.
+    const auto lengthsBefore = test::trackDurations(source);
+    const auto lengthsAfter = test::trackDurations(output);
+    ASSERT_EQ(lengthsAfter.size(), lengthsBefore.size());
+    for (std::size_t track = 0; track < lengthsBefore.size(); ++track) {
+        const double cutOff = GetParam().isFragmented ? std::min(startOf(before[track]), 0.0) : 0.0;
+        EXPECT_NEAR(lengthsAfter[track], lengthsBefore[track] + cutOff, 0.001) << track;
+    }
+
+    const auto sourceSeconds = durationOf(source);
+    const auto outputSeconds = durationOf(output);
+    ASSERT_TRUE(sourceSeconds && outputSeconds);
+    EXPECT_NEAR(outputSeconds->count(), sourceSeconds->count(), 0.001);
+    EXPECT_NEAR(sourceSeconds->count(), 20, 0.35);
+}
+
+TEST_P(MovieExportPassthrough, PresentsTheSamePicturesAndSoundAtTheSameTimes) {
+    const auto source = fresh(".mov");
+    test::makeRecording(source, GetParam().options);
+    const auto output = fresh(".mp4");
+    ASSERT_EQ(exportMovie(source, output).status, Status::completed);
+    // When each picture and block of sound is presented, and what it looks and sounds like. Only a
+    // movie without fragments has its priming left out by the command, so that is done here.
+    for (const std::string track : {"v", "a"}) {
+        const auto presented = [&](const std::filesystem::path& movie) {
+            return run(
+                "ffmpeg -nostdin -v error -copyts -i " + movie.string() + " -map 0:" + track +
+                " -f framehash -hash CRC32 - | awk -F, '/^[^#]/ && $3 >= 0 { print $3 $6 }'");
+        };
+        const std::string before = presented(source);
+        EXPECT_GT(std::ranges::count(before, '\n'), 500) << before;
+        EXPECT_EQ(presented(output), before);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Sources, MovieExportPassthrough,
+    testing::Values(
+        SourceVariant{"OneFragmentOfBothTracksEveryFiveSeconds", ""},
+        SourceVariant{
+            "AFragmentForEveryKeyFrame", "-movflags frag_keyframe+empty_moov+default_base_moof"},
+        SourceVariant{
+            "FragmentsWithAnEditListForThePriming",
+            "-movflags frag_keyframe+delay_moov+default_base_moof"},
+        SourceVariant{"FragmentsWithAbsolutePlaces", "-movflags frag_keyframe+empty_moov"},
+        SourceVariant{"NoFragmentsAndTheIndexAtTheEnd", "-movflags +write_colr", false},
+        SourceVariant{"NoFragmentsAndTheIndexInFront", "-movflags faststart", false},
+        SourceVariant{
+            "PicturesReordered", "-movflags frag_keyframe+delay_moov+default_base_moof -bf 2"},
+        SourceVariant{
+            "SoundStartingLater", "-movflags frag_keyframe+delay_moov+default_base_moof "
+                                  "-af asetpts=PTS+0.3/TB"},
+        SourceVariant{
+            "PicturesStartingLater", "-movflags frag_keyframe+delay_moov+default_base_moof "
+                                     "-vf setpts=PTS+0.25/TB"}),
+    [](const auto& testCase) { return testCase.param.name; });
+
+TEST_F(MovieExport, PutsTheIndexInFrontOfTheDataInOnePass) {
+    const auto output = fresh(".mp4");
+    ASSERT_EQ(exportMovie(recording(), output).status, Status::completed);
+    const Bytes bytes = test::readFile(output);
+    const auto boxes = test::topLevelBoxes(bytes);
+    std::vector<std::string> types;
+    std::int64_t unused = 0;
+    for (const auto& box : boxes) {
+        types.push_back(box.type);
+        unused += box.type == "free" ? box.size : 0;
+    }
+    EXPECT_THAT(types, testing::ElementsAre("ftyp", "moov", "free", "free", "mdat"));
+    EXPECT_LT(unused, 4096);
+    EXPECT_EQ(boxes.back().end(), static_cast<std::int64_t>(bytes.size()));
+    const std::string brands{bytes.begin() + 8, bytes.begin() + boxes.front().size};
+    EXPECT_THAT(brands, HasSubstr("isom"));
+    const std::string index{bytes.begin() + boxes[1].offset, bytes.begin() + boxes[1].end()};
+    EXPECT_THAT(index, HasSubstr("avc1"));
+    EXPECT_THAT(index, HasSubstr("mp4a"));
+}
+
+TEST_F(MovieExport, CreatesTheFileForTheUserAlone) {
+    const auto output = fresh(".mp4");
+    const mode_t before = umask(0);
+    ASSERT_EQ(exportMovie(recording(), output).status, Status::completed);
+    umask(before);
+    struct stat status {};
+    ASSERT_EQ(stat(output.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0600U);
+}
+
+TEST_F(MovieExportDamage, ConvertsWhatIsLeftAfterACutAnywhere) {
+    for (int run = 0; run < 200; ++run) {
+        ASSERT_NO_FATAL_FAILURE(
+            expectConvertsWhenCutAt(randomPlace(headerEnd(), size), run % 20 == 0));
+    }
+}
+
+TEST_F(MovieExportDamage, ConvertsWhatIsLeftAfterACutInsideAFragmentsHeader) {
+    for (const TopLevelBox& box : boxes) {
+        if (box.type != "moof") {
+            continue;
+        }
+        for (const std::int64_t into :
+             {std::int64_t{0}, std::int64_t{3}, std::int64_t{4}, std::int64_t{8}, std::int64_t{9},
+              std::int64_t{24}, std::int64_t{60}, box.size / 2, box.size - 1, box.size,
+              box.size + 7, box.size + 8, box.size + 9}) {
+            ASSERT_NO_FATAL_FAILURE(expectConvertsWhenCutAt(box.offset + into, into == 9));
+        }
+    }
+}
+
+TEST_F(MovieExportDamage, RefusesACutInsideTheMoviesHeader) {
+    for (int run = 0; run < 20; ++run) {
+        ASSERT_NO_FATAL_FAILURE(expectConvertsWhenCutAt(randomPlace(0, headerEnd()), false));
+    }
+}
+
+TEST_F(MovieExportDamage, DropsATailOfZeros) {
+    for (int run = 0; run < 50; ++run) {
+        // What was cut off comes back as zeros of whole blocks, sometimes longer than it was.
+        constexpr std::int64_t block = 4096;
+        const std::int64_t from = randomPlace(headerEnd() / block + 1, size / block) * block;
+        Bytes damaged = recordingBytes();
+        damaged.resize(static_cast<std::size_t>(from));
+        damaged.resize(
+            static_cast<std::size_t>(from + randomPlace(1, 512) * block), std::uint8_t{0});
+        // Fragments behind the zeros do not exist.
+        ASSERT_NO_FATAL_FAILURE(expectWhatIsReadable(damaged, from, size, run % 10 == 0));
+    }
+}
+
+TEST_F(MovieExportDamage, LeavesOutWhatAHoleHasTakenUpToTheNextKeyFrame) {
+    for (int run = 0; run < 60; ++run) {
+        constexpr std::int64_t block = 4096;
+        const std::int64_t from = randomPlace(headerEnd() / block + 1, size / block) * block;
+        const std::int64_t to =
+            std::min(size, from + randomPlace(1, run % 2 == 0 ? 3 : 64) * block);
+        Bytes damaged = recordingBytes();
+        std::fill(damaged.begin() + from, damaged.begin() + to, std::uint8_t{0});
+        ASSERT_NO_FATAL_FAILURE(expectWhatIsReadable(damaged, from, to, run % 6 == 0));
+    }
+}
+
+TEST_F(MovieExportDamage, FindsTheNextFragmentBehindOneWhoseHeaderIsAHole) {
+    for (const TopLevelBox& box : boxes) {
+        if (box.type == "moof") {
+            Bytes damaged = recordingBytes();
+            std::fill(damaged.begin() + box.offset, damaged.begin() + box.end(), std::uint8_t{0});
+            ASSERT_NO_FATAL_FAILURE(expectWhatIsReadable(damaged, box.offset, box.end(), true));
+        }
+    }
+}
+
+TEST_F(MovieExportDamage, ReadsTheDataOfAFragmentWhoseDataHeaderIsGone) {
+    for (const TopLevelBox& box : boxes) {
+        if (box.type == "mdat") {
+            Bytes damaged = recordingBytes();
+            std::fill_n(damaged.begin() + box.offset, 8, std::uint8_t{0});
+            ASSERT_NO_FATAL_FAILURE(
+                expectWhatIsReadable(damaged, box.offset, box.offset + 8, true));
+        }
+    }
+}
+
+TEST_F(MovieExportDamage, MeasuresTheSourceAndTheOutputAlikeWhateverIsDamaged) {
+    for (int run = 0; run < 40; ++run) {
+        const std::int64_t from = randomPlace(boxes[3].end(), size);
+        Bytes damaged = recordingBytes();
+        if (run % 2 == 0) {
+            damaged.resize(static_cast<std::size_t>(from));
+        } else {
+            std::fill(damaged.begin() + from, damaged.end(), std::uint8_t{0});
+        }
+        const auto source = fresh(".mov");
+        test::writeFile(source, damaged);
+        const auto output = fresh(".mp4");
+        ASSERT_EQ(exportMovie(source, output).status, Status::completed) << from;
+        const auto sourceSeconds = durationOf(source);
+        const auto outputSeconds = durationOf(output);
+        ASSERT_TRUE(sourceSeconds && outputSeconds) << from;
+        EXPECT_NEAR(sourceSeconds->count(), outputSeconds->count(), 0.05) << from;
+        // Where the last sample starts; the longest lasts a thirtieth of a second.
+        double last = 0;
+        for (const Packets& track : readPackets(output)) {
+            last = std::max(last, track.back().start);
+        }
+        EXPECT_NEAR(outputSeconds->count(), last, 0.05) << from;
+        std::filesystem::remove(source);
+        std::filesystem::remove(output);
+    }
+}
+
+TEST_F(MovieExportDamage, MeasuresAShortOutputAsShort) {
+    const auto output = fresh(".mp4");
+    ASSERT_EQ(exportMovie(recording(), output).status, Status::completed);
+    // Half of the data of a file whose index stands in front and claims all of it.
+    Bytes half = test::readFile(output);
+    half.resize(half.size() / 2);
+    test::writeFile(output, half);
+    const auto seconds = durationOf(output);
+    ASSERT_TRUE(seconds);
+    EXPECT_GT(seconds->count(), 5);
+    EXPECT_LT(seconds->count(), 15);
+}
+
+TEST_F(MovieExportDamage, MovesTheIndexToTheEndWhenGapsMakeItOutgrowItsRoom) {
+    // Every third block of sound is destroyed: the table of durations, one entry long in the intact
+    // file, now alternates.
+    Bytes damaged = recordingBytes();
+    for (std::size_t index = 0; index < before[1].size(); index += 3) {
+        const Packet& packet = before[1][index];
+        std::fill_n(damaged.begin() + packet.position, packet.size, std::uint8_t{0});
+    }
+    const auto output = fresh(".mp4");
+    ASSERT_EQ(exportBytes(damaged, output).status, Status::completed);
+    std::vector<std::string> types;
+    for (const auto& box : test::topLevelBoxes(test::readFile(output))) {
+        types.push_back(box.type);
+    }
+    EXPECT_THAT(types, testing::ElementsAre("ftyp", "free", "free", "mdat", "moov"));
+    const auto after = readPackets(output);
+    ASSERT_EQ(after.size(), 2U);
+    EXPECT_EQ(after[0].size(), before[0].size());
+    // A block behind a destroyed one that happens to begin with a zero is taken for damaged too.
+    const std::size_t destroyed = (before[1].size() + 2) / 3;
+    EXPECT_LE(after[1].size(), before[1].size() - destroyed);
+    EXPECT_GE(after[1].size(), before[1].size() - destroyed - 20);
+    EXPECT_EQ(run("ffmpeg -nostdin -v error -xerror -i " + output.string() + " -f null -"), "");
+}
+
+TEST_F(MovieExportDamage, SurvivesRandomBytesAnywhere) {
+    for (int run = 0; run < 150; ++run) {
+        Bytes damaged = recordingBytes();
+        // Often in the headers, where a byte does most harm.
+        const TopLevelBox& box = boxes[static_cast<std::size_t>(
+            randomPlace(0, static_cast<std::int64_t>(boxes.size())))];
+        const std::int64_t end = box.type == "mdat" ? size : box.end();
+        const std::int64_t count = run % 3 == 0 ? randomPlace(1, 20'000) : randomPlace(1, 6);
+        for (std::int64_t index = 0; index < count; ++index) {
+            damaged[static_cast<std::size_t>(randomPlace(box.offset, end))] =
+                static_cast<std::uint8_t>(random());
+        }
+        const auto source = fresh(".mov");
+        test::writeFile(source, damaged);
+        const auto output = fresh(".mp4");
+        const Outcome outcome = exportMovie(source, output);
+        EXPECT_TRUE(outcome.status == Status::completed || outcome.error) << run;
+        if (outcome.status == Status::completed) {
+            EXPECT_TRUE(durationOf(output)) << run;
+        }
+        durationOf(source);
+        std::filesystem::remove(source);
+        std::filesystem::remove(output);
+    }
+}
+
+struct Unreadable {
+    const char* name;
+    std::function<Bytes(const Bytes& recording, std::int64_t headerEnd)> make;
+};
+
+TEST_F(MovieExportDamage, RefusesFilesWithoutOneReadableSampleAndWritesNothing) {
+    const std::vector<Unreadable> table{
+        {"empty",
+         [](const Bytes&, std::int64_t) {
+             return Bytes{};
+         }},
+        {"header only",
+         [](const Bytes& all, std::int64_t end) {
+             return Bytes{all.begin(), all.begin() + end};
+         }},
+        {"garbage",
+         [this](const Bytes&, std::int64_t) {
+             Bytes bytes(100'000);
+             std::ranges::generate(bytes, [this] { return static_cast<std::uint8_t>(random()); });
+             return bytes;
+         }},
+        {"zeros",
+         [](const Bytes&, std::int64_t) {
+             return Bytes(100'000);
+         }},
+        {"header and zeros",
+         [](const Bytes& all, std::int64_t end) {
+             Bytes bytes{all.begin(), all.begin() + end};
+             bytes.resize(bytes.size() + 100'000);
+             return bytes;
+         }},
+        {"fragments without their movie header", [](const Bytes& all, std::int64_t end) {
+             return Bytes{all.begin() + end, all.end()};
+         }}};
+    for (const Unreadable& unreadable : table) {
+        const auto source = fresh(".mov");
+        test::writeFile(source, unreadable.make(recordingBytes(), headerEnd()));
+        const auto output = fresh(".mp4");
+        const Outcome outcome = exportMovie(source, output);
+        EXPECT_EQ(outcome.status, Status::failed) << unreadable.name;
+        ASSERT_TRUE(outcome.error) << unreadable.name;
+        EXPECT_EQ(outcome.error->domain, "Movie") << unreadable.name;
+        EXPECT_FALSE(outcome.error->description.empty()) << unreadable.name;
+        EXPECT_FALSE(std::filesystem::exists(output)) << unreadable.name;
+        EXPECT_EQ(durationOf(source), std::nullopt) << unreadable.name;
+    }
+}
+
+TEST_F(MovieExport, HasNoSessionForWhatIsNoFile) {
+    EXPECT_EQ(exporter.makePassthroughExport(fresh(".mov")), nullptr);
+    EXPECT_EQ(exporter.makePassthroughExport("/"), nullptr);
+    const auto pipe = fresh(".mov");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_EQ(exporter.makePassthroughExport(pipe), nullptr);
+    EXPECT_EQ(durationOf(fresh(".mov")), std::nullopt);
+    EXPECT_EQ(durationOf("/"), std::nullopt);
+    EXPECT_EQ(durationOf(pipe), std::nullopt);
+}
+
+TEST_F(MovieExport, SaysWhenTheSourceHasGone) {
+    const auto source = fresh(".mov");
+    test::writeFile(source, recordingBytes());
+    const auto session = exporter.makePassthroughExport(source);
+    ASSERT_NE(session, nullptr);
+    std::filesystem::remove(source);
+    session->setOutput(fresh(".mp4"), MovieFileType::mpeg4);
+    bool completed = false;
+    session->exportAsynchronously([&] { completed = true; });
+    ASSERT_TRUE(mainLoop.runUntil([&] { return completed; }, patience));
+    EXPECT_EQ(session->status(), Status::failed);
+    ASSERT_TRUE(session->error());
+    EXPECT_EQ(session->error()->domain, "POSIX");
+    EXPECT_EQ(session->error()->code, ENOENT);
+}
+
+TEST_F(MovieExport, NeverWritesOverAFileThatIsThere) {
+    const auto output = fresh(".mp4");
+    test::writeFile(output, {1, 2, 3});
+    const Outcome outcome = exportMovie(recording(), output);
+    EXPECT_EQ(outcome.status, Status::failed);
+    ASSERT_TRUE(outcome.error);
+    EXPECT_EQ(outcome.error->domain, "POSIX");
+    EXPECT_EQ(outcome.error->code, EEXIST);
+    EXPECT_EQ(test::readFile(output), (Bytes{1, 2, 3}));
+}
+
+TEST_F(MovieExport, WritesMpeg4AndNothingElse) {
+    const auto session = exporter.makePassthroughExport(recording());
+    EXPECT_EQ(session->supportedFileTypes(), std::vector{MovieFileType::mpeg4});
+    const auto output = fresh(".mov");
+    session->setOutput(output, MovieFileType::quickTime);
+    bool completed = false;
+    session->exportAsynchronously([&] { completed = true; });
+    ASSERT_TRUE(mainLoop.runUntil([&] { return completed; }, patience));
+    EXPECT_EQ(session->status(), Status::failed);
+    EXPECT_FALSE(std::filesystem::exists(output));
+}
+
+TEST_F(MovieExport, FailsWithTheSystemsErrorWhenTheDiskIsFull) {
+    const auto disk = fresh("-disk");
+    std::filesystem::create_directory(disk);
+    if (mount("tmpfs", disk.c_str(), "tmpfs", 0, "size=1m") != 0) {
+        GTEST_SKIP() << "a small file system needs the right to mount one";
+    }
+    const Outcome outcome = exportMovie(recording(), disk / "full.mp4");
+    umount2(disk.c_str(), MNT_DETACH);
+    EXPECT_EQ(outcome.status, Status::failed);
+    ASSERT_TRUE(outcome.error);
+    EXPECT_EQ(outcome.error->domain, "POSIX");
+    EXPECT_EQ(outcome.error->code, ENOSPC);
+    EXPECT_EQ(outcome.error->description, "No space left on device");
+}
+
+TEST_F(MovieExport, FailsWhenTheFolderIsMissing) {
+    const Outcome outcome = exportMovie(recording(), fresh("") / "output.mp4");
+    EXPECT_EQ(outcome.status, Status::failed);
+    ASSERT_TRUE(outcome.error);
+    EXPECT_EQ(outcome.error->code, ENOENT);
+}
+
+TEST_F(MovieExport, IsCancelledBeforeItBegins) {
+    const auto session = exporter.makePassthroughExport(recording());
+    const auto output = fresh(".mp4");
+    session->setOutput(output, MovieFileType::mpeg4);
+    session->cancel();
+    bool completed = false;
+    session->exportAsynchronously([&] { completed = true; });
+    EXPECT_EQ(session->status(), Status::exporting);
+    ASSERT_TRUE(mainLoop.runUntil([&] { return completed; }, patience));
+    EXPECT_EQ(session->status(), Status::cancelled);
+    EXPECT_FALSE(std::filesystem::exists(output));
+}
+
+TEST_F(MovieExport, ASessionThatGoesWhileItRunsTellsNobody) {
+    bool told = false;
+    for (int round = 0; round < 20; ++round) {
+        auto running = exporter.makePassthroughExport(recording());
+        auto waiting = exporter.makePassthroughExport(recording());
+        running->setOutput(fresh(".mp4"), MovieFileType::mpeg4);
+        waiting->setOutput(fresh(".mp4"), MovieFileType::mpeg4);
+        running->exportAsynchronously([&] { told = true; });
+        waiting->exportAsynchronously([&] { told = true; });
+        // Every other time it is well on its way.
+        const auto deadline = std::chrono::steady_clock::now() + patience;
+        while (round % 2 == 0 && running->progress() == 0) {
+            ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+            std::this_thread::yield();
+        }
+    }
+    // Later work of the same thread comes after whatever the sessions could still have done.
+    EXPECT_TRUE(durationOf(recording()));
+    mainLoop.runPosted();
+    EXPECT_FALSE(told);
+}
+
+TEST_F(MovieExport, OutlivesNothingThatItHandedOut) {
+    std::shared_ptr<ExportSession> session;
+    std::optional<std::optional<Seconds>> duration;
+    bool completed = false;
+    {
+        FFmpegMovieExporter shortLived{mainLoop};
+        session = shortLived.makePassthroughExport(recording());
+        session->setOutput(fresh(".mp4"), MovieFileType::mpeg4);
+        session->exportAsynchronously([&] { completed = true; });
+        shortLived.loadDuration(recording(), [&](auto answer) { duration = answer; });
+    }
+    EXPECT_TRUE(mainLoop.runUntil([&] { return completed && duration.has_value(); }, patience));
+    EXPECT_EQ(session->status(), Status::completed);
+}
+
+/// Calls a function at every read.
+class WatchedBytes final : public test::MemoryBytes {
+  public:
+    WatchedBytes(Bytes bytes, std::function<int()> atRead)
+        : MemoryBytes{std::move(bytes)}, atRead_{std::move(atRead)} {}
+    Expected<std::size_t, int>
+    readAt(std::int64_t offset, std::span<std::uint8_t> buffer) override {
+        if (const int errorNumber = atRead_(); errorNumber != 0) {
+            return unexpected{errorNumber};
+        }
+        return MemoryBytes::readAt(offset, buffer);
+    }
+
+  private:
+    std::function<int()> atRead_;
+};
+
+TEST_F(MovieExport, EndsSoonAfterItHasBeenCancelledInTheMiddle) {
+    CopyControl control;
+    int readsAfterwards = 0;
+    WatchedBytes source{recordingBytes(), [&] {
+                            readsAfterwards += control.cancelled ? 1 : 0;
+                            control.cancelled = control.cancelled || control.progress > 0.4;
+                            return 0;
+                        }};
+    const auto copied = copyMovie(source, fresh(".mp4"), control);
+    ASSERT_FALSE(copied);
+    EXPECT_EQ(copied.error().code, ECANCELED);
+    EXPECT_LT(control.progress, 0.7);
+    EXPECT_LE(readsAfterwards, 1);
+}
+
+TEST_F(MovieExport, TellsItsProgressWithoutEverGoingBack) {
+    CopyControl control;
+    std::vector<double> seen;
+    WatchedBytes source{recordingBytes(), [&] {
+                            seen.push_back(control.progress);
+                            return 0;
+                        }};
+    ASSERT_TRUE(copyMovie(source, fresh(".mp4"), control));
+    EXPECT_TRUE(std::ranges::is_sorted(seen));
+    EXPECT_GE(std::ranges::count_if(seen, [](double part) { return part > 0 && part < 1; }), 5);
+    EXPECT_EQ(control.progress, 1);
+}
+
+TEST_F(MovieExport, DoesNotTakeAReadErrorForTheEndOfTheMovie) {
+    CopyControl control;
+    WatchedBytes source{recordingBytes(), [&] {
+                            return control.progress > 0.5 ? EIO : 0;
+                        }};
+    const auto copied = copyMovie(source, fresh(".mp4"), control);
+    ASSERT_FALSE(copied);
+    EXPECT_EQ(copied.error().domain, "POSIX");
+    EXPECT_EQ(copied.error().code, EIO);
+}
+
+} // namespace
+} // namespace brindle
