@@ -349,15 +349,14 @@ Task<void> AppModel::processCaptureFailure(RecorderError error) {
     }
     setCaptureWarning(RecordingMessages::problemAt(time, message, continuedIn));
     tellUser(RecordingMessages::restarting(message));
-    co_await beginRecording(
-        *roomCode,
-        Continuation{
-            .baseName = *continuedIn,
-            .continuedBaseName = baseName,
-            .sidecarPath = folder_.sidecarURL(baseName),
-            .movPath = folder_.movURL(baseName),
-        },
-        decision.audioOnly);
+    // A variable of its own: g++ 12 destroys an aggregate that is made within a co_await twice.
+    Continuation continuation{
+        .baseName = *continuedIn,
+        .continuedBaseName = baseName,
+        .sidecarPath = folder_.sidecarURL(baseName),
+        .movPath = folder_.movURL(baseName),
+    };
+    co_await beginRecording(*roomCode, std::move(continuation), decision.audioOnly);
 }
 
 void AppModel::blockCameraNamed(const std::string& localizedName) {
