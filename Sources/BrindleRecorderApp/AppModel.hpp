@@ -205,6 +205,8 @@ class AppModel {
     std::optional<std::string> currentBaseName_;
     std::optional<Sidecar> currentSidecar_;
 
+    std::set<std::string> begunBaseNames_; ///< by this run of the program, finished ones included
+
     // The failure history of the current call.
     std::map<std::string, int> failureCountByRoom_;
     std::set<std::string> blockedCameraIDs_;

@@ -87,6 +87,7 @@ Task<void> AppModel::beginRecording(
     const ResolvedDevices resolved = resolveDevices(audioOnly);
     const std::string baseName = continuing ? continuing->baseName : uniqueBaseName();
     Sidecar sidecar = makeSidecar(roomCode, continuing, resolved);
+    begunBaseNames_.insert(baseName);
     // Before capture starts: whatever interrupts the recording, the next launch finds it by this.
     writeSidecar(baseName, sidecar);
     if (const auto opened = openDevices(resolved, folder_.movURL(baseName))) {
@@ -392,8 +393,15 @@ Task<void> AppModel::finaliseAfterCaptureFailure(
 // Repairing
 
 Task<void> AppModel::repairInterruptedRecordings() {
-    const auto interrupted = InterruptedScan::scan(folder_, environment_.fileManager);
-    if (!interrupted || interrupted->empty()) {
+    auto interrupted = InterruptedScan::scan(folder_, environment_.fileManager);
+    if (!interrupted) {
+        co_return;
+    }
+    // The user may have started a recording before the launch has come this far.
+    std::erase_if(*interrupted, [this](const InterruptedRecording& recording) {
+        return begunBaseNames_.contains(recording.baseName);
+    });
+    if (interrupted->empty()) {
         co_return;
     }
     for (const InterruptedRecording& recording : *interrupted) {
