@@ -176,7 +176,9 @@ class AppModel {
     Task<void> keep(std::string baseName, Sidecar sidecar);
     void keepWhateverWasRecorded(
         const std::string& baseName, const Sidecar& sidecar, const RecorderError& error);
-    Task<void> processCaptureFailure(RecorderError error);
+    /// `failedBaseName`: of the segment that was being recorded when it failed.
+    Task<void>
+    processCaptureFailure(RecorderError error, std::optional<std::string> failedBaseName);
     void blockCameraNamed(const std::string& localizedName);
     Task<void> finaliseAfterCaptureFailure(
         std::string baseName, Sidecar sidecar, RecorderError error,

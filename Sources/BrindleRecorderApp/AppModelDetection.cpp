@@ -73,7 +73,9 @@ AppModel::AppModel(const AppEnvironment& environment, RecordingsFolder folder)
         return sessionState.get().isRecording();
     };
     recorder_.onFailure = [this](const RecorderError& error) {
-        pendingWork_.enqueue([this, error] { return processCaptureFailure(error); });
+        pendingWork_.enqueue([this, error, failed = currentBaseName_] {
+            return processCaptureFailure(error, failed);
+        });
     };
     // A folder that cannot be made now is tried again when a recording begins.
     static_cast<void>(folder_.createIfNeeded(environment_.fileManager));

@@ -311,7 +311,12 @@ void AppModel::keepWhateverWasRecorded(
 
 // Failing
 
-Task<void> AppModel::processCaptureFailure(RecorderError error) {
+Task<void> AppModel::processCaptureFailure(
+    RecorderError error, std::optional<std::string> failedBaseName) {
+    if (currentBaseName_ && currentBaseName_ != failedBaseName) {
+        // A stop that was asked for before has ended that segment, and the next one records.
+        co_return;
+    }
     const auto roomCode = sessionState.get().roomCode();
     if (!roomCode) {
         co_return;
