@@ -2,12 +2,17 @@
 
 PRESET ?= dev
 
-.PHONY: help demo run test coverage bench lint analyze format install-dependencies clean
+SEED ?=
+CALLS ?=
+
+.PHONY: help demo run test simulate coverage bench lint analyze format install-dependencies clean
 
 help:
 	@echo 'make demo                  watch a call being recorded, in a private desktop session'
 	@echo 'make test [PRESET=dev]     build and run every test (presets: dev, clang, release, asan, tsan)'
 	@echo 'make run                   run the recorder here, in this desktop session'
+	@echo 'make simulate [CALLS=10000] [SEED=7]  live through calls, crashes and power failures; with SEED'
+	@echo '                            alone repeat that one world'
 	@echo 'make coverage              line coverage of the core by its own tests'
 	@echo 'make bench                 print the measured claims'
 	@echo 'make lint                  formatting, clang-tidy, layering, the build with clang'
@@ -29,6 +34,12 @@ test:
 	@scripts/install-dependencies build demo test
 	@scripts/build $(PRESET)
 	@scripts/run-tests $(PRESET)
+
+simulate:
+	@scripts/install-dependencies build test
+	@scripts/build $(PRESET) Simulation
+	@build/$(PRESET)/Tests/Simulation/Simulation $(if $(SEED),--seed $(SEED)) \
+		$(if $(CALLS),--calls $(CALLS),$(if $(SEED),--replay))
 
 coverage:
 	@scripts/install-dependencies build test coverage

@@ -311,8 +311,8 @@ void AppModel::keepWhateverWasRecorded(
 
 // Failing
 
-Task<void> AppModel::processCaptureFailure(
-    RecorderError error, std::optional<std::string> failedBaseName) {
+Task<void>
+AppModel::processCaptureFailure(RecorderError error, std::optional<std::string> failedBaseName) {
     if (currentBaseName_ && currentBaseName_ != failedBaseName) {
         // A stop that was asked for before has ended that segment, and the next one records.
         co_return;

@@ -126,6 +126,13 @@ std::optional<std::errc> InMemoryFileManager::enter(Operation operation, const P
 
 // --- Losing power ---
 
+void InMemoryFileManager::syncFile(const Path& path) {
+    const std::lock_guard lock{mutex_};
+    if (const NodePointer node = find(path)) {
+        node->syncedBytes = node->contents.size();
+    }
+}
+
 void InMemoryFileManager::losePower() {
     const std::lock_guard lock{mutex_};
     tree_ = durable_;

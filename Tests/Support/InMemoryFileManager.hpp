@@ -76,6 +76,8 @@ class InMemoryFileManager final : public FileManager {
 
     // --- Losing power ---
 
+    /// Syncs what a file holds to the disk, as whoever writes it through a descriptor would.
+    void syncFile(const std::filesystem::path& path);
     /// Loses whatever was not synced: files hold what they held when they were last synced, and
     /// folders list what they listed when they were last synced.
     void losePower();

@@ -1,0 +1,6 @@
+# The .mov goes before the .mp4 is known to be whole.
+set(OLD [[    const auto temporary = temporaryFor(destination);
+    const auto sourceDuration = co_await duration(source);]])
+set(NEW [[    const auto temporary = temporaryFor(destination);
+    const auto sourceDuration = co_await duration(source);
+    fileManager_.removeFile(source);]])

@@ -1,0 +1,61 @@
+// One run of the program: the real application on a simulated desktop, from launch to death.
+#pragma once
+
+#include "BrindleRecorderApp/AppModel.hpp"
+#include "BrindleRecorderCore/DiagnosticLog.hpp"
+#include "Simulation/Scene.hpp"
+#include "Simulation/SimulatedCapture.hpp"
+#include "Simulation/SimulatedDisk.hpp"
+#include "Simulation/SimulatedExporter.hpp"
+#include "Simulation/Timeline.hpp"
+#include "Support/FakeLoginItems.hpp"
+#include "Support/FakeUserNotifications.hpp"
+#include "Support/FakeWorkspace.hpp"
+
+#include <memory>
+
+namespace brindle::simulation {
+
+/// The services that outlive a run of the program.
+struct Desktop {
+    AudioObjects& audioObjects;
+    ProcessRegistry& processRegistry;
+    WindowList& windowList;
+    DefaultsStore& defaults;
+};
+
+class ProgramRun {
+  public:
+    ProgramRun(Scene& scene, const Desktop& desktop);
+    /// Nothing that the program does on its way out reaches the disk.
+    ~ProgramRun();
+    ProgramRun(const ProgramRun&) = delete;
+    ProgramRun& operator=(const ProgramRun&) = delete;
+
+    [[nodiscard]] AppModel& model() { return *model_; }
+    [[nodiscard]] SimulatedMainLoop& mainLoop() { return mainLoop_; }
+    [[nodiscard]] SimulatedQueue& queue() { return queue_; }
+    [[nodiscard]] SimulatedDisk& disk() { return disk_; }
+    [[nodiscard]] SimulatedCaptureSystem& capture() { return capture_; }
+    [[nodiscard]] test::FakeUserNotifications& notifications() { return notifications_; }
+
+  private:
+    class LogToHistory;
+    class NoSystemLog;
+
+    Scene& scene_;
+    SimulatedMainLoop mainLoop_;
+    SimulatedQueue queue_;
+    SimulatedDisk disk_;
+    SimulatedCaptureSystem capture_;
+    SimulatedExporter exporter_;
+    test::FakeUserNotifications notifications_;
+    test::FakeLoginItems loginItems_;
+    test::FakeWorkspace workspace_;
+    std::unique_ptr<LogToHistory> logFiles_;
+    std::unique_ptr<DiagnosticLog> diagnosticLog_;
+    std::unique_ptr<NoSystemLog> systemLog_;
+    std::unique_ptr<AppModel> model_;
+};
+
+} // namespace brindle::simulation

@@ -1,0 +1,142 @@
+// What one simulated world consists of beside the program: chance, time, the disk, the hardware,
+// and a true account of what was recorded.
+#pragma once
+
+#include "BrindleRecorderApp/Platform/CaptureSystem.hpp"
+#include "BrindleRecorderCore/DeviceSelection.hpp"
+#include "Simulation/Timeline.hpp"
+#include "Support/InMemoryFileManager.hpp"
+#include "Support/RandomSource.hpp"
+
+#include <fmt/format.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace brindle::simulation {
+
+/// What a run adds up to.
+struct Statistics {
+    double simulatedSeconds = 0;
+    std::uint64_t worlds = 0;
+    std::uint64_t steps = 0;
+    std::uint64_t calls = 0;
+    std::uint64_t recordings = 0; ///< movie files begun
+    std::uint64_t crashes = 0;
+    std::uint64_t powerFailures = 0;
+    std::uint64_t captureFailures = 0;
+    std::uint64_t exportFailures = 0;
+    std::uint64_t diskFaults = 0;
+    std::uint64_t clicks = 0;
+    std::uint64_t repairs = 0;
+    double secondsKept = 0;
+    double secondsLost = 0; ///< captured, but in no fragment on the disk when the program died
+    double secondsDiscarded = 0;
+
+    void add(const Statistics& other);
+    [[nodiscard]] std::string summary() const;
+};
+
+/// One piece of a movie. A movie file is the text of its fragments one after another, so that what
+/// survives can be told from what does not.
+struct Fragment {
+    unsigned segment = 0;
+    unsigned number = 0;
+    unsigned milliseconds = 0;
+
+    [[nodiscard]] std::string text() const {
+        return fmt::format("{:06}.{:04} {:05}\n", segment, number, milliseconds);
+    }
+    static constexpr std::size_t textSize = 18;
+};
+
+/// The whole fragments at the beginning of a movie; a torn one ends it.
+std::vector<Fragment> readableFragments(const std::string& movie);
+Seconds durationOf(const std::vector<Fragment>& fragments);
+
+/// The truth about one movie file that a capture began.
+struct Segment {
+    unsigned id = 0;
+    std::string baseName;
+    std::string room; ///< as the sidecar says that was there before it
+    Date startedAt{};
+    std::vector<unsigned> written; ///< milliseconds of each fragment in the file
+    std::size_t safe = 0;          ///< so many of them are synced
+    bool mayBeDiscarded = false;   ///< the user asked for it
+    bool closed = false;           ///< nobody writes it any more
+    bool captureFailed = false;    ///< something happened to it that the program may report
+    bool failureMustShow = false;  ///< it did while nobody had asked for the end
+    bool cutOff = false;           ///< the program died before it had finished the sidecar
+    bool sidecarExcused = false;   ///< the disk failed while the sidecar was written
+    std::optional<std::string> lastSidecar; ///< what it was when last looked at
+};
+
+struct Scene {
+    explicit Scene(std::uint64_t seed, bool keepHistory);
+
+    const std::filesystem::path root{"/movies"};
+    test::RandomSource random;
+    Timeline timeline;
+    test::InMemoryFileManager files;
+    Statistics statistics;
+
+    // --- The hardware, and what the user allows ---
+    std::vector<CaptureDeviceInfo> cameras;
+    std::vector<CaptureDeviceInfo> microphones;
+    std::set<std::string> brokenDevices; ///< there, but cannot be opened
+    std::map<MediaType, AuthorizationStatus> authorization;
+    unsigned captureFailurePercent = 0; ///< how many captures come to grief
+    unsigned exportFailurePercent = 0;
+
+    // --- The account ---
+    std::vector<Segment> segments;
+    std::set<std::string> touched; ///< base names whose files changed since last looked at
+    int writing = 0;               ///< movie files being written now
+    /// Copied by every answer of the world that a job may be waiting for.
+    std::shared_ptr<int> outside = std::make_shared<int>();
+    std::optional<Date> lastTrouble;      ///< when anything last gave the program reason to give up
+    std::optional<Date> lastSlow;         ///< when the disk last kept it waiting
+    Seconds blocked{0};                   ///< how long it did since somebody last asked
+    std::optional<Date> lastSick;         ///< when it last failed or was full
+    std::optional<std::string> violation; ///< the first rule found broken
+
+    [[nodiscard]] bool isWaitedFor() const { return outside.use_count() > 1; }
+    void trouble() { lastTrouble = timeline.now(); }
+    void violate(std::string what) {
+        if (!violation) {
+            violation = std::move(what);
+        }
+    }
+    /// A random span between two.
+    Seconds between(double least, double most) {
+        return Seconds{least + (most - least) * static_cast<double>(random.below(100'001)) / 1e5};
+    }
+
+    template <class... Arguments>
+    void note(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
+        if (keepHistory_) {
+            write(fmt::format(format, std::forward<Arguments>(arguments)...));
+        }
+    }
+    [[nodiscard]] bool keepsHistory() const { return keepHistory_; }
+    [[nodiscard]] const std::deque<std::string>& history() const { return history_; }
+    [[nodiscard]] std::string clockText() const;
+
+  private:
+    void write(std::string line);
+
+    bool keepHistory_;
+    Date start_;
+    std::deque<std::string> history_;
+};
+
+} // namespace brindle::simulation

@@ -1,0 +1,158 @@
+// Cameras, microphones and a media library that write movies of fragments, and come to grief in
+// every way that the seam allows.
+#pragma once
+
+#include "BrindleRecorderApp/Platform/CaptureSystem.hpp"
+#include "BrindleRecorderApp/Platform/MainLoop.hpp"
+#include "Simulation/Scene.hpp"
+#include "Simulation/SimulatedDisk.hpp"
+#include "Support/FakeListeners.hpp"
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace brindle::simulation {
+
+/// How a capture goes on, once it has begun.
+enum class Fate {
+    fine,
+    startFails,         ///< no file is made
+    noFrames,           ///< the camera delivers nothing
+    stalls,             ///< after a while nothing is written any more
+    runtimeError,       ///< after a while the session reports an error
+    endsWithError,      ///< after a while the file is closed with an error
+    endsWithoutError,   ///< after a while the file is closed
+    endsThoughComplete, ///< after a while the file is closed, complete, with an error
+};
+
+/// What the capture of one run of the program shares.
+struct CaptureContext {
+    Scene& scene;
+    SimulatedDisk& disk;
+    MainLoop& mainLoop;
+    /// Whether the program means to record at the moment, and nobody has asked for an end.
+    std::function<bool()> programRecords;
+    /// The room that the sidecar of that base name tells.
+    std::function<std::string(const std::string&)> roomOf;
+};
+
+class SimulatedSession;
+
+/// Writes one movie. Called on the session queue and by time itself, never re-entrantly.
+class SimulatedOutput final : public MovieFileOutput,
+                              public std::enable_shared_from_this<SimulatedOutput> {
+  public:
+    SimulatedOutput(
+        std::shared_ptr<CaptureContext> context, std::weak_ptr<SimulatedSession> session)
+        : context_{std::move(context)}, session_{std::move(session)} {}
+    ~SimulatedOutput() override;
+    SimulatedOutput(const SimulatedOutput&) = delete;
+    SimulatedOutput& operator=(const SimulatedOutput&) = delete;
+
+    void setMovieFragmentInterval(Seconds interval) override { fragmentInterval_ = interval; }
+    [[nodiscard]] bool hasConnection(MediaType /*mediaType*/) const override { return true; }
+    void setVideoSettings(const VideoOutputSettings& /*settings*/) override {}
+    void setAudioSettings(const AudioOutputSettings& /*settings*/) override {}
+    void startRecording(const std::filesystem::path& path, FinishCallback onFinish) override;
+    void stopRecording() override;
+    [[nodiscard]] bool isRecording() const override { return recording_; }
+    [[nodiscard]] Seconds recordedDuration() const override;
+
+  private:
+    void begin();
+    void meetFate(Fate fate);
+    void nextFragment();
+    /// Writes what was captured since the last fragment; false when the disk does not take it.
+    bool writeFragment(bool syncAtOnce);
+    void closeFile();
+    void finish(const std::optional<PlatformError>& error);
+    void noteFailure(const char* what);
+    [[nodiscard]] Segment& segment() const { return context_->scene.segments[segmentIndex_]; }
+
+    std::shared_ptr<CaptureContext> context_;
+    std::weak_ptr<SimulatedSession> session_;
+    Seconds fragmentInterval_{0};
+    std::filesystem::path path_;
+    FinishCallback onFinish_;
+    std::size_t segmentIndex_ = 0;
+    Fate fate_ = Fate::fine;
+    bool recording_ = false;
+    bool stopAsked_ = false;
+    bool frozen_ = false;
+    Seconds captured_{0}; ///< when frozen
+    Date startedAt_{};
+    Seconds inFragments_{0};
+};
+
+class SimulatedSession final : public CaptureSession,
+                               public std::enable_shared_from_this<SimulatedSession> {
+  public:
+    explicit SimulatedSession(std::shared_ptr<CaptureContext> context)
+        : context_{std::move(context)} {}
+
+    void reportRuntimeError(const std::optional<PlatformError>& error) const {
+        listeners_.call(error);
+    }
+    /// Nobody listens any more once the program has given the capture up.
+    [[nodiscard]] bool isListenedTo() const { return listeners_.count() > 0; }
+    [[nodiscard]] bool hasCamera() const { return hasCamera_; }
+
+    void beginConfiguration() override {}
+    void commitConfiguration() override {}
+    [[nodiscard]] Expected<std::shared_ptr<CaptureInput>, PlatformError>
+    makeInput(const std::shared_ptr<CaptureDevice>& device) override;
+    [[nodiscard]] bool canAddInput(const std::shared_ptr<CaptureInput>& /*input*/) const override {
+        return true;
+    }
+    void addInput(const std::shared_ptr<CaptureInput>& /*input*/) override {}
+    [[nodiscard]] bool canSetPreset(SessionPreset /*preset*/) const override { return true; }
+    void setPreset(SessionPreset /*preset*/) override {}
+    [[nodiscard]] std::shared_ptr<MovieFileOutput> makeMovieFileOutput() override;
+    [[nodiscard]] bool
+    canAddOutput(const std::shared_ptr<MovieFileOutput>& /*output*/) const override {
+        return true;
+    }
+    void addOutput(const std::shared_ptr<MovieFileOutput>& /*output*/) override {}
+    [[nodiscard]] std::unique_ptr<Observation>
+    observeRuntimeErrors(RuntimeErrorListener listener) override {
+        return listeners_.add(std::move(listener));
+    }
+    void startRunning() override {}
+    void stopRunning() override {}
+
+  private:
+    std::shared_ptr<CaptureContext> context_;
+    test::FakeListeners<std::optional<PlatformError>> listeners_;
+    bool hasCamera_ = false;
+};
+
+class SimulatedCaptureSystem final : public CaptureSystem {
+  public:
+    explicit SimulatedCaptureSystem(CaptureContext context)
+        : context_{std::make_shared<CaptureContext>(std::move(context))} {}
+
+    void fireDevicesChanged() { deviceListeners_.call(); }
+
+    [[nodiscard]] std::vector<CaptureDeviceInfo> discover(MediaType mediaType) const override;
+    [[nodiscard]] std::optional<CaptureDeviceInfo> systemPreferredCamera() const override {
+        return std::nullopt;
+    }
+    [[nodiscard]] std::optional<CaptureDeviceInfo> defaultCamera() const override;
+    [[nodiscard]] std::unique_ptr<Observation>
+    observeDevices(std::function<void()> listener) override {
+        return deviceListeners_.add(std::move(listener));
+    }
+    [[nodiscard]] std::shared_ptr<CaptureDevice> device(const std::string& uniqueID) override;
+    [[nodiscard]] std::shared_ptr<CaptureSession> makeSession() override;
+    [[nodiscard]] AuthorizationStatus authorizationStatus(MediaType mediaType) const override;
+    void requestAccess(MediaType mediaType, std::function<void(bool granted)> answer) override;
+
+  private:
+    std::shared_ptr<CaptureContext> context_;
+    test::FakeListeners<> deviceListeners_;
+};
+
+} // namespace brindle::simulation

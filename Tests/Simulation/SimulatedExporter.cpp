@@ -1,0 +1,166 @@
+#include "Simulation/SimulatedExporter.hpp"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace brindle::simulation {
+
+namespace {
+
+using Status = ExportSession::Status;
+
+class SimulatedExport final : public ExportSession,
+                              public std::enable_shared_from_this<SimulatedExport> {
+  public:
+    SimulatedExport(
+        std::shared_ptr<SimulatedExporter::Context> context, std::filesystem::path source,
+        Status outcome, bool shortened, bool supported)
+        : context_{std::move(context)}, source_{std::move(source)}, outcome_{outcome},
+          shortened_{shortened}, supported_{supported} {}
+
+    [[nodiscard]] std::vector<MovieFileType> supportedFileTypes() const override {
+        return supported_ ? std::vector{MovieFileType::quickTime, MovieFileType::mpeg4}
+                          : std::vector{MovieFileType::quickTime};
+    }
+    void setOutput(const std::filesystem::path& path, MovieFileType /*fileType*/) override {
+        output_ = path;
+    }
+    void exportAsynchronously(std::function<void()> completion) override;
+    void cancel() override { outcome_ = Status::cancelled; }
+    [[nodiscard]] Status status() const override { return status_; }
+    [[nodiscard]] std::optional<PlatformError> error() const override { return error_; }
+    [[nodiscard]] double progress() const override { return 0.5; }
+
+  private:
+    void copy();
+    void failWith(const char* description) {
+        status_ = Status::failed;
+        error_ = PlatformError{
+            .domain = "Simulation", .code = 2, .description = description, .underlying = {}};
+    }
+
+    std::shared_ptr<SimulatedExporter::Context> context_;
+    std::filesystem::path source_;
+    std::filesystem::path output_;
+    Status outcome_;
+    bool shortened_;
+    bool supported_;
+    Status status_ = Status::unknown;
+    std::optional<PlatformError> error_;
+};
+
+void SimulatedExport::exportAsynchronously(std::function<void()> completion) {
+    Scene& scene = context_->scene;
+    status_ = Status::exporting;
+    const Seconds duration =
+        scene.random.chance(4) ? scene.between(20, 90) : scene.between(0.01, 1.5);
+    // Something of the output is there from the beginning.
+    context_->disk.createSyncedFile(output_, "");
+    scene.timeline.after(
+        duration,
+        [weakly = weak_from_this(), waited = scene.outside, completion = std::move(completion)] {
+            const auto self = weakly.lock();
+            if (!self || self->context_->disk.isDead()) {
+                return;
+            }
+            self->copy();
+            self->context_->mainLoop.post(completion);
+        });
+}
+
+void SimulatedExport::copy() {
+    Scene& scene = context_->scene;
+    if (outcome_ != Status::completed) {
+        ++scene.statistics.exportFailures;
+        scene.note(
+            "export: of {} ends with status {}", source_.filename().native(),
+            static_cast<int>(outcome_));
+        if (outcome_ == Status::failed && scene.random.chance(80)) {
+            failWith("cannot copy");
+        }
+        status_ = outcome_;
+        return;
+    }
+    auto fragments = readableFragments(scene.files.contents(source_).value_or(""));
+    if (fragments.empty()) {
+        failWith("nothing to copy");
+        return;
+    }
+    if (shortened_ && durationOf(fragments) > Seconds{1.1}) {
+        // More is missing than a rounding of durations explains.
+        double missing = 0;
+        while (missing <= 1000) {
+            missing += fragments.back().milliseconds;
+            fragments.pop_back();
+        }
+        ++scene.statistics.exportFailures;
+        scene.note("export: of {} comes out too short", source_.filename().native());
+    }
+    std::string text;
+    for (const Fragment& fragment : fragments) {
+        text += fragment.text();
+    }
+    if (!context_->disk.appendMedia(output_, text) || !context_->disk.syncMedia(output_)) {
+        ++scene.statistics.exportFailures;
+        failWith("no space left");
+        return;
+    }
+    scene.note("export: of {} done", source_.filename().native());
+    status_ = Status::completed;
+}
+
+} // namespace
+
+std::shared_ptr<ExportSession>
+SimulatedExporter::makePassthroughExport(const std::filesystem::path& source) {
+    Scene& scene = context_->scene;
+    bool shortened = false;
+    bool supported = true;
+    Status outcome = Status::completed;
+    if (scene.random.chance(scene.exportFailurePercent)) {
+        switch (scene.random.below(8)) {
+        case 0:
+            ++scene.statistics.exportFailures;
+            scene.note("export: of {} cannot be made", source.filename().native());
+            return nullptr;
+        case 1:
+            ++scene.statistics.exportFailures;
+            scene.note("export: of {} to mp4 is not supported", source.filename().native());
+            supported = false;
+            break;
+        case 2:
+            outcome = Status::cancelled;
+            break;
+        case 3:
+        case 4:
+            outcome = Status::failed;
+            break;
+        default:
+            shortened = true;
+            break;
+        }
+    }
+    return std::make_shared<SimulatedExport>(context_, source, outcome, shortened, supported);
+}
+
+void SimulatedExporter::loadDuration(
+    const std::filesystem::path& movie, std::function<void(std::optional<Seconds>)> answer) {
+    Scene& scene = context_->scene;
+    scene.timeline.after(
+        scene.between(0, 0.2), [weakly = std::weak_ptr{context_}, waited = scene.outside,
+                                sceneAt = &scene, movie, answer = std::move(answer)] {
+            const auto context = weakly.lock();
+            if (!context || context->disk.isDead()) {
+                return;
+            }
+            std::optional<Seconds> duration;
+            const auto contents = sceneAt->files.contents(movie);
+            if (contents && !sceneAt->random.chance(sceneAt->exportFailurePercent / 4)) {
+                duration = durationOf(readableFragments(*contents));
+            }
+            context->mainLoop.post([answer, duration] { answer(duration); });
+        });
+}
+
+} // namespace brindle::simulation

@@ -1,0 +1,585 @@
+#include "Simulation/World.hpp"
+
+#include "BrindleRecorderCore/InterruptedScan.hpp"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+namespace brindle::simulation {
+
+namespace {
+
+struct Kind {
+    const char* bundleID;
+    const char* family;
+    bool isBrowser;
+};
+
+const std::vector<Kind> kinds{
+    {"us.zoom.xos", "zoom", false},           {"com.microsoft.teams2", "teams", false},
+    {"com.hnc.Discord", "discord", false},    {"com.google.Chrome", "chrome", true},
+    {"org.mozilla.firefox", "firefox", true}, {"com.example.recorder", "other", false},
+    {"com.apple.dictation", "", false}, // never a call
+};
+
+constexpr AudioObjectID microphoneObject = 1;
+constexpr std::int64_t plenty = 500'000'000'000;
+/// How long session and capture may tell different things while nobody is waited for.
+constexpr Seconds mostDisagreement{4};
+
+CaptureDeviceInfo device(const char* id) {
+    return {.uniqueID = id, .localizedName = std::string{"Device "} + id};
+}
+
+} // namespace
+
+World::World(std::uint64_t seed, bool keepHistory) : scene_{seed, keepHistory}, ledger_{scene_} {}
+
+World::~World() {
+    run_.reset();
+}
+
+// --- The computer ---
+
+void World::setUp() {
+    scene_.cameras = {device("cam-1"), device("cam-2")};
+    scene_.microphones = {device("mic-1"), device("mic-2")};
+    const auto usual = [&] {
+        return scene_.random.chance(10) ? AuthorizationStatus::notDetermined
+                                        : AuthorizationStatus::authorized;
+    };
+    scene_.authorization = {{MediaType::video, usual()}, {MediaType::audio, usual()}};
+    // Every world has its own climate, so that rare troubles also meet alone.
+    const std::vector<unsigned> climates{0, 10, 30, 60};
+    scene_.captureFailurePercent = scene_.random.oneOf(climates);
+    scene_.exportFailurePercent = scene_.random.oneOf(climates) / 2;
+    audio_.setDevice(microphoneObject, {.uniqueID = "mic-1", .runningSomewhere = false});
+    audio_.setDefaultInputDevice(microphoneObject);
+    windows_.permitted = scene_.random.chance(80);
+    defaults_.setBoolean("askBeforeRecording", scene_.random.chance(20));
+    if (scene_.random.chance(30)) {
+        defaults_.setStringArray("disabledCallFamilies", {});
+    }
+    moment_.asksFirst = defaults_.boolean("askBeforeRecording").value_or(false);
+    scheduleCall();
+    scheduleClick();
+    scheduleMishap();
+}
+
+void World::scheduleCall() {
+    const Seconds pause =
+        scene_.random.chance(25) ? scene_.between(20, 40) : scene_.between(0.5, 20);
+    scene_.timeline.after(pause, [this] { beginCall(); });
+}
+
+void World::beginCall() {
+    if (calm_) {
+        return;
+    }
+    constexpr std::size_t mostAtOnce = 3;
+    if (programs_.size() < mostAtOnce) {
+        const Kind& kind = scene_.random.oneOf(kinds);
+        Program program;
+        program.id = ++nextObject_;
+        program.pid = static_cast<std::int32_t>(program.id);
+        program.bundleID = kind.bundleID;
+        program.family = kind.family;
+        program.isBrowser = kind.isBrowser;
+        program.showsMeeting = scene_.random.chance(60);
+        registry_.bundleIDs[program.pid] = program.bundleID;
+        ++scene_.statistics.calls;
+        scene_.note("program {} ({}) takes the microphone", program.bundleID, program.id);
+        programs_.push_back(program);
+        refreshWindows();
+        audio_.setProcess(
+            program.id, {.runningInput = true, .pid = program.pid, .bundleID = program.bundleID});
+        scene_.timeline.after(
+            scene_.random.chance(20) ? scene_.between(0.1, 8) : scene_.between(4, 45),
+            [this, id = program.id] { endCall(id); });
+        if (program.isBrowser && scene_.random.chance(60)) {
+            scene_.timeline.after(
+                scene_.between(0, 30), [this, id = program.id] { changeTab(id); });
+        }
+        audio_.fireProcesses();
+    }
+    scheduleCall();
+}
+
+void World::endCall(AudioObjectID id) {
+    const auto found = std::ranges::find(programs_, id, &Program::id);
+    if (found == programs_.end()) {
+        return;
+    }
+    scene_.note("program {} ({}) lets the microphone go", found->bundleID, id);
+    programs_.erase(found);
+    refreshWindows();
+    if (scene_.random.chance(50)) {
+        audio_.setRunningInput(id, false);
+        audio_.fireRunningInput(id);
+    } else {
+        audio_.removeProcess(id);
+        audio_.fireProcesses();
+    }
+}
+
+void World::changeTab(AudioObjectID id) {
+    const auto found = std::ranges::find(programs_, id, &Program::id);
+    if (found != programs_.end()) {
+        found->showsMeeting = !found->showsMeeting;
+        scene_.note("browser {} shows {}", id, found->showsMeeting ? "a meeting" : "the news");
+        refreshWindows();
+    }
+}
+
+void World::refreshWindows() {
+    std::vector<WindowRecord> records;
+    for (const Program& program : programs_) {
+        if (program.isBrowser) {
+            records.push_back(
+                {.ownerPid = program.pid,
+                 .ownerBundleID = {},
+                 .name = program.showsMeeting ? "Meet - abc" : "The news"});
+        }
+    }
+    windows_.records = std::move(records);
+}
+
+std::vector<Moment::Holder> World::holders() const {
+    const auto& disabled = run_->model().settings.disabledCallFamilies.get();
+    std::vector<Moment::Holder> holders;
+    for (const Program& program : programs_) {
+        if (program.family.empty() || disabled.contains(program.family)) {
+            continue;
+        }
+        // A family's windows are all one to the program.
+        const bool meets =
+            windows_.permitted && std::ranges::any_of(programs_, [&](const Program& other) {
+                return other.family == program.family && other.showsMeeting;
+            });
+        holders.push_back(
+            {program.family, program.family != "other" && (!program.isBrowser || meets)});
+    }
+    return holders;
+}
+
+void World::scheduleMishap() {
+    scene_.timeline.after(scene_.between(1, 120), [this] {
+        if (calm_) {
+            return;
+        }
+        switch (scene_.random.below(12)) {
+        case 0:
+        case 1:
+        case 2:
+            changeDevices();
+            break;
+        case 3:
+            troubleTheDisk();
+            break;
+        case 4:
+            changePermissions();
+            break;
+        default:
+            planDeath();
+            break;
+        }
+        scheduleMishap();
+    });
+}
+
+void World::changeDevices() {
+    auto& devices = scene_.random.chance(60) ? scene_.cameras : scene_.microphones;
+    const std::vector<const char*> ids = &devices == &scene_.cameras
+                                             ? std::vector{"cam-1", "cam-2", "cam-3"}
+                                             : std::vector{"mic-1", "mic-2", "mic-3"};
+    const auto info = device(scene_.random.oneOf(ids));
+    if (scene_.random.chance(40)) {
+        if (scene_.brokenDevices.erase(info.uniqueID) == 0) {
+            scene_.brokenDevices.insert(info.uniqueID);
+        }
+        scene_.note("device {} changes its mind about being opened", info.uniqueID);
+        return;
+    }
+    const auto found = std::ranges::find(devices, info);
+    scene_.note("device {} {}", info.uniqueID, found == devices.end() ? "plugged" : "pulled");
+    if (found == devices.end()) {
+        devices.push_back(info);
+    } else {
+        devices.erase(found);
+    }
+    run_->capture().fireDevicesChanged();
+}
+
+void World::troubleTheDisk() {
+    switch (scene_.random.below(3)) {
+    case 0:
+        scene_.note("disk: sick");
+        run_->disk().setSickness(10 + static_cast<unsigned>(scene_.random.below(40)), 0);
+        scene_.timeline.after(scene_.between(1, 30), [this] {
+            run_->disk().setSickness(0, 0);
+            scene_.note("disk: healthy");
+        });
+        break;
+    case 1:
+        scene_.note("disk: slow");
+        run_->disk().setSickness(0, 10);
+        scene_.timeline.after(scene_.between(1, 20), [this] { run_->disk().setSickness(0, 0); });
+        break;
+    default:
+        scene_.note("disk: nearly full");
+        diskIsLow_ = true;
+        scene_.files.setRoomLeft(static_cast<std::int64_t>(scene_.random.below(600)));
+        scene_.files.setAvailableCapacity(scene_.random.chance(50) ? 900'000'000 : 3'000'000'000);
+        scene_.timeline.after(scene_.between(5, 60), [this] {
+            diskIsLow_ = false;
+            scene_.files.setRoomLeft(std::nullopt);
+            scene_.files.setAvailableCapacity(plenty);
+            scene_.note("disk: has room again");
+        });
+        break;
+    }
+}
+
+void World::changePermissions() {
+    const MediaType mediaType = scene_.random.chance(50) ? MediaType::video : MediaType::audio;
+    scene_.note("user: takes access back for a while");
+    scene_.authorization[mediaType] =
+        scene_.random.chance(50) ? AuthorizationStatus::denied : AuthorizationStatus::notDetermined;
+    scene_.timeline.after(scene_.between(10, 60), [this, mediaType] {
+        scene_.authorization[mediaType] = AuthorizationStatus::authorized;
+    });
+}
+
+bool World::isStandingTrouble() const {
+    const bool microphoneOff =
+        scene_.authorization.at(MediaType::audio) != AuthorizationStatus::authorized;
+    return diskIsLow_ || run_->disk().isSick() || microphoneOff || !scene_.brokenDevices.empty() ||
+           scene_.microphones.empty();
+}
+
+// --- The user ---
+
+void World::scheduleClick() {
+    scene_.timeline.after(scene_.between(1, 90), [this] {
+        if (!calm_) {
+            click();
+            scheduleClick();
+        }
+    });
+}
+
+void World::click() {
+    AppModel& model = run_->model();
+    ++scene_.statistics.clicks;
+    switch (scene_.random.below(6)) {
+    case 0:
+    case 1:
+        scene_.note("user: record now");
+        moment_.userStarted = true;
+        model.recordNowFromMenu();
+        break;
+    case 2:
+    case 3:
+        scene_.note("user: stop");
+        ledger_.endWasAskedFor();
+        moment_.userStopped = true;
+        model.stopRecordingFromMenu();
+        break;
+    case 4:
+        scene_.note("user: stop and discard");
+        ledger_.endWasAskedFor();
+        if (const auto room = model.sessionState.get().roomCode();
+            room && model.sessionState.get().isRecording()) {
+            moment_.userStopped = true;
+            ledger_.mayDiscard(*room);
+        }
+        model.stopAndDiscard();
+        break;
+    default:
+        changeSettings();
+        break;
+    }
+}
+
+void World::changeSettings() {
+    AppModel& model = run_->model();
+    const std::vector<const char*> families{"zoom", "teams", "chrome", "other"};
+    if (scene_.random.chance(30)) {
+        moment_.asksFirst = !moment_.asksFirst;
+        scene_.note("user: ask before recording: {}", moment_.asksFirst);
+        model.settings.askBeforeRecording.set(moment_.asksFirst);
+    } else if (scene_.random.chance(50)) {
+        const std::string family = scene_.random.oneOf(families);
+        const bool enabled = scene_.random.chance(60);
+        scene_.note("user: family {} {}", family, enabled ? "on" : "off");
+        model.setAutoRecord(family, enabled);
+    } else {
+        scene_.note("user: prefers another device");
+        model.settings.preferredVideoDeviceID.set("cam-2");
+        model.settings.preferredAudioDeviceID.set("mic-2");
+    }
+}
+
+void World::answerPrompts() {
+    auto& notifications = run_->notifications();
+    for (; promptsSeen_ < notifications.posted.size(); ++promptsSeen_) {
+        const NotificationRequest request = notifications.posted[promptsSeen_];
+        scene_.note("notification: {}", request.body);
+        if (constexpr std::string_view recovered = "Recovered ";
+            request.body.starts_with(recovered)) {
+            scene_.statistics.repairs += std::stoull(request.body.substr(recovered.size()));
+        }
+        if (!request.label) {
+            continue;
+        }
+        moment_.asked = true;
+        scene_.timeline.after(
+            scene_.between(0.2, 30), [this, launch = launches_, label = *request.label] {
+                if (launch != launches_ || !run_->notifications().shown.contains("ask-" + label)) {
+                    return;
+                }
+                const std::vector<const char*> answers{
+                    Notifier::recordAction, Notifier::skipAction,
+                    NotificationResponse::defaultAction, NotificationResponse::dismissAction};
+                const std::string answer = scene_.random.oneOf(answers);
+                scene_.note("user: answers {} with {}", label, answer);
+                moment_.userAccepted = answer == Notifier::recordAction ||
+                                       answer == NotificationResponse::defaultAction;
+                moment_.userDeclined = answer == Notifier::skipAction;
+                run_->notifications().respondToAsk(label, answer);
+            });
+    }
+}
+
+// --- The program ---
+
+void World::launch() {
+    ++launches_;
+    scene_.note("program: launched");
+    oracle_ = DetectionOracle{};
+    promptsSeen_ = 0;
+    lastSession_ = {};
+    disagreement_ = {};
+    disagreed_ = false;
+    run_ = std::make_unique<ProgramRun>(scene_, Desktop{audio_, registry_, windows_, defaults_});
+    run_->model().launch();
+    scene_.timeline.after(
+        scene_.random.chance(70) ? Seconds{0.1} : scene_.between(0, 12),
+        [this, launch = launches_] {
+            auto& notifications = run_->notifications();
+            if (launch == launches_ && !notifications.authorizationRequests.empty()) {
+                scene_.note("user: answers about notifications");
+                oracle_.beginWatching(scene_.timeline.now());
+                notifications.answerAuthorization(scene_.random.chance(90));
+            }
+        });
+}
+
+void World::planDeath() {
+    powerFailsAtDeath_ = scene_.random.chance(50);
+    if (scene_.random.chance(50)) {
+        run_->disk().die();
+    } else {
+        run_->disk().dieAfter(static_cast<int>(scene_.random.below(8)) + 1);
+    }
+}
+
+void World::killProgram(bool powerFails) {
+    run_.reset();
+    if (powerFails) {
+        scene_.note("the power fails");
+        ++scene_.statistics.powerFailures;
+        scene_.files.losePower(scene_.random.below(1'000'000'000));
+    } else {
+        scene_.note("the program is killed");
+        ++scene_.statistics.crashes;
+    }
+    ledger_.programDied(powerFails);
+    ledger_.checkAll();
+    scene_.files.forgetCalls();
+    scene_.timeline.pass(scene_.between(0, 5));
+    launch();
+}
+
+bool World::step() {
+    const Date now = scene_.timeline.now();
+    SimulatedQueue& queue = run_->queue();
+    const bool queueReady = queue.hasWork() && queue.readyAt() <= now;
+    const bool posted = run_->mainLoop().hasPosts();
+    if (queueReady && (!posted || scene_.random.chance(50))) {
+        queue.runOne();
+        if (scene_.random.chance(15)) {
+            queue.blockUntil(
+                scene_.timeline.now() + std::chrono::milliseconds{scene_.random.below(3000)});
+        }
+    } else if (posted) {
+        run_->mainLoop().runOnePost();
+    } else {
+        const auto due = scene_.timeline.nextDue();
+        if (queue.hasWork() && (!due || queue.readyAt() < *due)) {
+            scene_.timeline.moveTo(queue.readyAt());
+            queue.runOne();
+        } else {
+            scene_.timeline.runNext();
+        }
+    }
+    ++scene_.statistics.steps;
+    return afterStep();
+}
+
+bool World::afterStep() {
+    if (run_->disk().isDead()) {
+        moment_ = Moment{.asksFirst = moment_.asksFirst};
+        killProgram(powerFailsAtDeath_);
+    } else {
+        answerPrompts();
+        if (isStandingTrouble()) {
+            scene_.trouble();
+        }
+        if (run_->disk().isSick() || diskIsLow_) {
+            ledger_.excuse();
+        }
+        moment_.now = scene_.timeline.now();
+        moment_.holders = holders();
+        moment_.session = run_->model().sessionState.get();
+        moment_.lastTrouble = scene_.lastTrouble;
+        moment_.lastSlow = scene_.lastSlow;
+        const bool turning = moment_.session != lastSession_ || !scene_.touched.empty();
+        if (auto wrong = oracle_.judge(moment_)) {
+            scene_.violate(*std::move(wrong));
+        }
+        if (moment_.session != lastSession_) {
+            scene_.note(
+                "session: {} {}", moment_.session.roomCode().value_or("idle"),
+                moment_.session.isRecording() ? "recording" : "");
+            if (!moment_.session.isRecording()) {
+                ledger_.endWasAskedFor();
+            }
+            lastSession_ = moment_.session;
+        }
+        ledger_.checkTouched();
+        watchSession(secondsBetween(lastLook_, moment_.now));
+        lastLook_ = moment_.now;
+        moment_ = Moment{.asksFirst = moment_.asksFirst};
+        // The worst moment for a click or the end of the world is when something has just begun.
+        if (turning && !calm_ && !scene_.violation) {
+            if (scene_.random.chance(3)) {
+                click();
+                return afterStep();
+            }
+            if (scene_.random.chance(2)) {
+                planDeath();
+            }
+        }
+    }
+    return !scene_.violation;
+}
+
+/// A recording runs exactly when the session says so, as soon as nobody else is waited for.
+void World::watchSession(Seconds passed) {
+    const Seconds blocked = std::exchange(scene_.blocked, Seconds{0});
+    if (disagreed_) {
+        disagreement_ += passed - blocked;
+    }
+    const bool agree = lastSession_.isRecording() == (scene_.writing > 0);
+    if (agree) {
+        disagreement_ = {};
+    }
+    disagreed_ = !agree && !scene_.isWaitedFor() && !run_->queue().hasWork();
+    if (disagreement_ > mostDisagreement) {
+        scene_.violate(
+            lastSession_.isRecording() ? "the session records, and nothing is captured"
+                                       : "a capture runs that the session knows nothing of");
+    }
+}
+
+void World::runFor(Seconds duration) {
+    const Date end =
+        scene_.timeline.now() + std::chrono::duration_cast<std::chrono::nanoseconds>(duration);
+    while (scene_.timeline.now() < end && step()) {
+    }
+}
+
+/// The user ends the program, which must come to its end.
+bool World::quit() {
+    constexpr Seconds mostPatience{600};
+    scene_.note("user: quits");
+    bool done = false;
+    ledger_.endWasAskedFor();
+    moment_.userStopped = true;
+    run_->model().prepareToQuit([&done] { done = true; });
+    const Date begun = scene_.timeline.now();
+    while (!done && afterStep() && step()) {
+        if (secondsBetween(begun, scene_.timeline.now()) > mostPatience) {
+            scene_.violate("the program does not come to its end");
+        }
+    }
+    if (!scene_.violation && scene_.writing > 0) {
+        scene_.violate("a capture runs on when the program has come to its end");
+    }
+    return !scene_.violation;
+}
+
+bool World::settle() {
+    constexpr Seconds longEnough{200};
+    calm_ = true;
+    const auto heal = [this] {
+        run_->disk().setSickness(0, 0);
+        run_->disk().dieAfter(std::nullopt);
+        scene_.files.setRoomLeft(std::nullopt);
+        scene_.files.setAvailableCapacity(plenty);
+        scene_.files.stopFailing();
+        diskIsLow_ = false;
+        while (!programs_.empty()) {
+            endCall(programs_.front().id);
+        }
+    };
+    heal();
+    killProgram(scene_.random.chance(50));
+    if (scene_.random.chance(50)) {
+        // The repair itself is cut off.
+        runFor(scene_.between(0, 3));
+        killProgram(scene_.random.chance(50));
+    }
+    runFor(longEnough);
+    if (scene_.violation || !quit()) {
+        return false;
+    }
+    const auto left = InterruptedScan::scan(RecordingsFolder{scene_.root}, scene_.files);
+    if (!left || !left->empty()) {
+        scene_.violate("an interrupted recording is left after a launch in peace");
+    }
+    ledger_.checkSettled();
+    const auto contents = [this] {
+        std::map<std::filesystem::path, std::string> all;
+        for (const auto& path : scene_.files.files()) {
+            all[path] = scene_.files.contents(path).value_or("");
+        }
+        return all;
+    };
+    const auto before = contents();
+    run_.reset();
+    launch();
+    runFor(Seconds{30});
+    if (!scene_.violation && contents() != before) {
+        scene_.violate("another launch changed something");
+    }
+    return !scene_.violation;
+}
+
+bool World::live(unsigned calls) {
+    const Date begun = scene_.timeline.now();
+    setUp();
+    launch();
+    lastLook_ = scene_.timeline.now();
+    while (scene_.statistics.calls < calls && step()) {
+    }
+    const bool well = !scene_.violation && settle();
+    ++scene_.statistics.worlds;
+    scene_.statistics.simulatedSeconds = secondsBetween(begun, scene_.timeline.now()).count();
+    ledger_.close(scene_.statistics);
+    return well;
+}
+
+} // namespace brindle::simulation

@@ -1,0 +1,103 @@
+// One simulated world: a user with a computer, programs that come and go, and the real application
+// running on it, being killed, losing power, and being launched again.
+#pragma once
+
+#include "BrindleRecorderApp/AppModel.hpp"
+#include "Simulation/DetectionOracle.hpp"
+#include "Simulation/Ledger.hpp"
+#include "Simulation/ProgramRun.hpp"
+#include "Simulation/Scene.hpp"
+#include "Support/FakeAudioObjects.hpp"
+#include "Support/FakeProcessRegistry.hpp"
+#include "Support/FakeWindowList.hpp"
+#include "Support/InMemoryDefaultsStore.hpp"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace brindle::simulation {
+
+class World {
+  public:
+    /// Everything that happens in it follows from the seed.
+    World(std::uint64_t seed, bool keepHistory);
+    ~World();
+    World(const World&) = delete;
+    World& operator=(const World&) = delete;
+
+    /// Lives through so many calls, and then through the launches that must leave all in order.
+    /// False as soon as a rule was found broken.
+    bool live(unsigned calls);
+
+    [[nodiscard]] const Scene& scene() const { return scene_; }
+
+  private:
+    /// A program that uses the microphone.
+    struct Program {
+        AudioObjectID id = 0;
+        std::int32_t pid = 0;
+        std::string bundleID;
+        std::string family; ///< as the settings know it
+        bool isBrowser = false;
+        bool showsMeeting = false;
+    };
+
+    // The computer
+    void setUp();
+    void scheduleCall();
+    void beginCall();
+    void endCall(AudioObjectID id);
+    void changeTab(AudioObjectID id);
+    void refreshWindows();
+    void scheduleMishap();
+    void changeDevices();
+    void troubleTheDisk();
+    void changePermissions();
+    [[nodiscard]] bool isStandingTrouble() const;
+    [[nodiscard]] std::vector<Moment::Holder> holders() const;
+
+    // The user
+    void scheduleClick();
+    void click();
+    void answerPrompts();
+    void changeSettings();
+
+    // The program
+    void launch();
+    void afterLaunch();
+    void killProgram(bool powerFails);
+    void planDeath();
+    bool step();
+    bool afterStep();
+    void runFor(Seconds duration);
+    bool quit();
+    void watchSession(Seconds passed);
+    bool settle();
+
+    Scene scene_;
+    Ledger ledger_;
+    test::FakeAudioObjects audio_;
+    test::FakeProcessRegistry registry_;
+    test::FakeWindowList windows_;
+    test::InMemoryDefaultsStore defaults_;
+    std::unique_ptr<ProgramRun> run_;
+    DetectionOracle oracle_;
+    Moment moment_; ///< being filled during a step
+
+    std::vector<Program> programs_;
+    std::uint64_t nextObject_ = 100;
+    std::uint64_t launches_ = 0;
+    bool calm_ = false; ///< nothing happens any more but what the program does itself
+    bool powerFailsAtDeath_ = false;
+    bool diskIsLow_ = false;
+    std::size_t promptsSeen_ = 0;
+    SessionState lastSession_;
+    Date lastLook_{};
+    bool disagreed_ = false;
+    Seconds disagreement_{0}; ///< how long session and capture have told different things
+};
+
+} // namespace brindle::simulation
