@@ -337,7 +337,7 @@ TEST_F(Family, TheBrowsersAudioServiceBelongsToTheWebApplicationThatTheBrowserWa
     const std::string browser = "/opt/google/chrome/chrome";
     add(grandparent, 1, program(browser, {browser, "--app-id=kjgfgldnnfoeklkmfkjfagphfepbbdan"}));
     add(parent, grandparent, program(browser, {browser, "--type=zygote"}));
-    add(pid, parent, program(browser, {browser, "--type=utility"}));
+    add(pid, parent, program(browser, {browser + " --type=utility --lang=en"}));
     EXPECT_EQ(identity(), meetApp);
 }
 

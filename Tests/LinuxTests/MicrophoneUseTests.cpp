@@ -66,6 +66,8 @@ TEST(MicrophoneUse, CountsRecordingsFromEveryKindOfMicrophone) {
         {"from a virtual microphone", {}, NodeState::running, {virtualMicrophoneID}},
         {"from a headset's duplex node", {}, NodeState::running, {duplexID}},
         {"from the microphone and a speaker", {}, NodeState::running, {speakerID, microphoneID}},
+        {"moved from a speaker to the microphone after it was made",
+         {{"stream.capture.sink", "true"}}},
         {"asks to be passive", {{"node.passive", "in-follow"}}},
         {"says that it is no meter",
          {{"stream.monitor", "false"},
@@ -94,6 +96,10 @@ std::vector<Situation> nonCalls() {
          {{"stream.capture.sink", "true"}},
          running,
          {speakerID}},
+        {"a recording of what a headset's duplex node plays",
+         {{"stream.capture.sink", "true"}},
+         running,
+         {duplexID}},
         {"moved to a speaker after it was made", {}, running, {speakerID}},
         {"linked to a player directly", {}, running, {playerID}},
         {"linked to a camera", {}, running, {cameraID}},
@@ -147,6 +153,7 @@ TEST(MicrophoneUse, AMicrophoneIsInUseOnlyByARecording) {
     for (const Situation& situation : nonCalls()) {
         const AudioGraph graph = graphOf(situation);
         EXPECT_FALSE(isRecordedFrom(*nodeWithID(graph, microphoneID), graph)) << situation.what;
+        EXPECT_FALSE(isRecordedFrom(*nodeWithID(graph, duplexID), graph)) << situation.what;
     }
 }
 

@@ -302,6 +302,21 @@ TEST_F(PipeWireAudioObjectsTest, ARecordingOfTheSpeakerDoesNotCount) {
     expectOnlyAReferenceRecorderCounts();
 }
 
+TEST_F(PipeWireAudioObjectsTest, ARecordingOfTheSpeakerCountsOnceTheMicrophoneIsLinkedIn) {
+    watchServer();
+    const ChildProcess recorder{
+        BRINDLE_PULSE_STREAM,
+        {BRINDLE_PULSE_STREAM, "recording", "virt-speakers.monitor"},
+        {.hasInput = true}};
+    ASSERT_TRUE(
+        waitUntil(loop_, [&] { return serverHasRunningInput("stream.capture.sink", "true"); }));
+    EXPECT_FALSE(records(recorder.pid()));
+    ASSERT_EQ(runToEnd({"pw-link", "virt-mic:capture_MONO", "pulse-stream:input_FL"}), 0);
+    ASSERT_TRUE(waitUntil(loop_, [&] { return records(recorder.pid()); }));
+    ASSERT_EQ(runToEnd({"pw-link", "-d", "virt-mic:capture_MONO", "pulse-stream:input_FL"}), 0);
+    ASSERT_TRUE(waitUntil(loop_, [&] { return !records(recorder.pid()); }));
+}
+
 TEST_F(PipeWireAudioObjectsTest, AStreamThatIsMovedToTheSpeakerStopsCountingAndBackAgain) {
     const ChildProcess recorder{
         BRINDLE_PULSE_STREAM, {BRINDLE_PULSE_STREAM, "recording", "virt-mic"}, {.hasInput = true}};

@@ -30,8 +30,15 @@ bool isOpenRecording(const NodeRecord& node) {
     const Properties& properties = node.properties;
     return property(properties, "media.class") == "Stream/Input/Audio" &&
            node.state == NodeState::running && !isSet(properties, "pulse.corked") &&
-           !isLevelMeter(properties) && !isSet(properties, "stream.capture.sink") &&
-           !isPlumbing(properties);
+           !isLevelMeter(properties) && !isPlumbing(properties);
+}
+
+/// Whether what the stream gets from there is a microphone's sound.
+bool isMicrophoneOf(const NodeRecord& origin, const NodeRecord& stream) {
+    // A stream that asked for what a loudspeaker plays gets just that from a node which is both.
+    // Moved to a microphone it records from it all the same.
+    const bool isBoth = property(origin.properties, "media.class") == "Audio/Duplex";
+    return isMicrophone(origin) && !(isBoth && isSet(stream.properties, "stream.capture.sink"));
 }
 
 } // namespace
@@ -52,7 +59,7 @@ bool recordsFromMicrophone(const NodeRecord& node, const AudioGraph& graph) {
             return false;
         }
         const NodeRecord* const origin = nodeWithID(graph, link.outputNode);
-        return origin != nullptr && isMicrophone(*origin);
+        return origin != nullptr && isMicrophoneOf(*origin, node);
     });
 }
 
@@ -62,7 +69,7 @@ bool isRecordedFrom(const NodeRecord& microphone, const AudioGraph& graph) {
             return false;
         }
         const NodeRecord* const stream = nodeWithID(graph, link.inputNode);
-        return stream != nullptr && isOpenRecording(*stream);
+        return stream != nullptr && isOpenRecording(*stream) && isMicrophoneOf(microphone, *stream);
     });
 }
 

@@ -123,11 +123,14 @@ const ApplicationRow* rowOfApplicationID(std::string_view name) {
     return row != nullptr ? row : ApplicationTable::find(IdentitySource::flatpak, name);
 }
 
-/// Chromium and what is built on it mark their helpers so.
+/// Chromium and what is built on it mark their helpers so. Some helpers show all their arguments as
+/// one, with blanks between.
 bool isHelper(const ProcessEvidence& evidence) {
     return std::any_of(
-        evidence.arguments.begin(), evidence.arguments.end(),
-        [](std::string_view argument) { return argument.starts_with("--type="); });
+        evidence.arguments.begin(), evidence.arguments.end(), [](std::string_view argument) {
+            return argument.starts_with("--type=") ||
+                   argument.find(" --type=") != std::string_view::npos;
+        });
 }
 
 bool isShell(const ProcessEvidence& evidence) {
