@@ -9,6 +9,7 @@
 #include "BrindleRecorderLinux/CommandLine/Options.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalNotifications.hpp"
+#include "BrindleRecorderLinux/CommandLine/WhoCommand.hpp"
 #include "BrindleRecorderLinux/Files/JsonDefaultsStore.hpp"
 #include "BrindleRecorderLinux/Media/FFmpegMovieExporter.hpp"
 #include "BrindleRecorderLinux/PipeWire/AudioServerStateText.hpp"
@@ -17,7 +18,7 @@
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
 #include "BrindleRecorderLinux/SystemLog/SyslogSystemLog.hpp"
-#include "BrindleRecorderLinux/Windows/UnavailableWindowList.hpp"
+#include "BrindleRecorderLinux/Windows/DesktopWindowList.hpp"
 
 #include <csignal>
 #include <cstdio>
@@ -63,12 +64,14 @@ int runHeadless() {
     const EventLog log{diagnosticLog, systemLog, clock};
     TerminalNotifications notifications{stderr};
     const ProcProcessRegistry processes;
-    const UnavailableWindowList windows;
     PipeWireAudioObjects audioObjects{
         mainLoop, mainLoop.loop(), processes, pipewire::AudioServer::Options::ofThisSession(),
         [&log](pipewire::AudioServerState state) {
             log.both(EventLog::Level::info, pipewire::describe(state));
         }};
+    const DesktopWindowList windows{processes, mainLoop.loop(), [&audioObjects] {
+                                        return audioObjects.graph();
+                                    }};
     PipeWireCaptureSystem captureSystem{
         mainLoop, mainLoop.loop(), pipewire::AudioServer::Options::ofThisSession(), systemLog};
     HeadlessWorkspace workspace;
@@ -109,6 +112,20 @@ int runHeadless() {
     return exitSuccess;
 }
 
+int showWho(bool once) {
+    PipeWireMainLoop mainLoop;
+    for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP}) {
+        if (!mainLoop.onSignal(signalNumber, [&mainLoop] { mainLoop.quit(); })) {
+            printLine(stderr, "brindle-recorder: the system refuses to deliver signals");
+            return exitCouldNotRun;
+        }
+    }
+    // Whoever reads our output may go; the command ends then by itself.
+    std::signal(SIGPIPE, SIG_IGN);
+    PosixFileManager files;
+    return WhoCommand{mainLoop, files, once}.run() ? exitSuccess : exitCouldNotRun;
+}
+
 int run(const std::vector<std::string_view>& arguments) {
     const auto options = Options::parse(arguments);
     if (!options) {
@@ -125,6 +142,8 @@ int run(const std::vector<std::string_view>& arguments) {
         return exitSuccess;
     case Options::Command::runHeadless:
         return runHeadless();
+    case Options::Command::showWho:
+        return showWho(options->once);
     }
     return exitBadUsage;
 }

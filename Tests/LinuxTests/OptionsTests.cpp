@@ -25,6 +25,19 @@ TEST(Options, NamesTheArgumentThatIsWrong) {
     EXPECT_EQ(Options::parse({"record"}).error(), "unrecognized argument 'record'");
 }
 
+TEST(Options, AsksWhoOnceOrOnAndOn) {
+    EXPECT_EQ(*Options::parse({"--who"}), (Options{Command::showWho, /*once=*/false}));
+    EXPECT_EQ(*Options::parse({"--who", "--once"}), (Options{Command::showWho, /*once=*/true}));
+    EXPECT_EQ(*Options::parse({"--once", "--who"}), (Options{Command::showWho, /*once=*/true}));
+}
+
+TEST(Options, RefusesWhatDoesNotGoTogether) {
+    EXPECT_EQ(Options::parse({"--once"}).error(), "--once goes with --who");
+    EXPECT_EQ(Options::parse({"--headless", "--once"}).error(), "--once goes with --who");
+    EXPECT_EQ(
+        Options::parse({"--headless", "--who"}).error(), "--headless and --who exclude each other");
+}
+
 TEST(Options, SaysSoWhenThereIsNothingToRun) {
     EXPECT_EQ(
         Options::parse({}).error(), "there is no user interface here yet; run it with --headless");

@@ -5,8 +5,23 @@
 
 namespace brindle {
 
+namespace {
+
+std::optional<Options::Command> commandNamed(std::string_view argument) {
+    if (argument == "--headless") {
+        return Options::Command::runHeadless;
+    }
+    if (argument == "--who") {
+        return Options::Command::showWho;
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
 Expected<Options, std::string> Options::parse(const std::vector<std::string_view>& arguments) {
-    std::optional<Options> options;
+    std::optional<Command> command;
+    bool once = false;
     for (const std::string_view argument : arguments) {
         if (argument == "--help" || argument == "-h") {
             return Options{Command::showHelp};
@@ -14,26 +29,41 @@ Expected<Options, std::string> Options::parse(const std::vector<std::string_view
         if (argument == "--version" || argument == "-V") {
             return Options{Command::showVersion};
         }
-        if (argument != "--headless") {
+        if (argument == "--once") {
+            once = true;
+            continue;
+        }
+        const auto named = commandNamed(argument);
+        if (!named) {
             return unexpected{fmt::format(
                 "unrecognized {} '{}'", argument.starts_with('-') ? "option" : "argument",
                 argument)};
         }
-        options = Options{Command::runHeadless};
+        if (command && command != named) {
+            return unexpected{std::string{"--headless and --who exclude each other"}};
+        }
+        command = named;
     }
-    if (!options) {
+    if (once && command != Command::showWho) {
+        return unexpected{std::string{"--once goes with --who"}};
+    }
+    if (!command) {
         return unexpected{
             std::string{"there is no user interface here yet; run it with --headless"}};
     }
-    return *options;
+    return Options{*command, once};
 }
 
 std::string_view Options::helpText() {
     return R"(Usage: brindle-recorder --headless
+       brindle-recorder --who [--once]
 Records your own camera and microphone while you are in a call.
 
   --headless     run without a user interface: print each change of the status
                  on standard output, notifications on standard error
+  --who          say who uses the microphone and what follows from it, and again
+                 whenever that changes, until interrupted; nothing is recorded
+  --once         with --who: say it once and exit
   -h, --help     show this text and exit
   -V, --version  show the version and exit
 

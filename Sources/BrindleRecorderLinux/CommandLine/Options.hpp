@@ -10,9 +10,11 @@
 namespace brindle {
 
 struct Options {
-    enum class Command { showHelp, showVersion, runHeadless };
+    enum class Command { showHelp, showVersion, runHeadless, showWho };
 
     Command command = Command::showHelp;
+    /// With `showWho`: answer once instead of following the changes.
+    bool once = false;
 
     /// Reads the arguments after the program's name. Fails with one line for a person that says
     /// which argument is wrong. `--help` and `--version` win over everything after them.

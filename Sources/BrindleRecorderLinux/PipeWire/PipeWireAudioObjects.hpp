@@ -27,6 +27,8 @@ class PipeWireAudioObjects final : public AudioObjects {
         pipewire::AudioServer::Options options, StateListener stateChanged);
 
     [[nodiscard]] pipewire::AudioServerState state() const { return server_.state(); }
+    /// All that the server knows, for who looks at more than microphones.
+    [[nodiscard]] std::optional<pipewire::AudioGraph> graph() const { return server_.graph(); }
 
     [[nodiscard]] bool canListProcesses() const override { return true; }
     [[nodiscard]] std::optional<std::vector<AudioObjectID>> processes() const override;

@@ -1,0 +1,85 @@
+#include "BrindleRecorderLinux/CommandLine/WhoCommand.hpp"
+
+#include "BrindleRecorderApp/MicActivityMonitor.hpp"
+#include "BrindleRecorderApp/Settings.hpp"
+#include "BrindleRecorderApp/WhoWatch.hpp"
+#include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
+#include "BrindleRecorderLinux/Files/JsonDefaultsStore.hpp"
+#include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
+#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
+#include "BrindleRecorderLinux/Windows/DesktopWindowList.hpp"
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace brindle {
+
+namespace {
+
+CallDetectorConfig configurationOfThisUser(FileManager& files, std::FILE* errors) {
+    JsonDefaultsStore defaults{
+        files, JsonDefaultsStore::standardFile(), [errors](const std::string& line) {
+            printLine(errors, "brindle-recorder: " + line);
+        }};
+    CallDetectorConfig config;
+    config.disabledFamilies = Settings{defaults}.disabledCallFamilies.get();
+    return config;
+}
+
+} // namespace
+
+bool WhoCommand::run() const {
+    const CallDetectorConfig config = configurationOfThisUser(files, errors);
+    bool isFirst = true;
+    const auto print = [&](const std::vector<std::string>& lines) {
+        if (!std::exchange(isFirst, false)) {
+            printLine(output, "");
+        }
+        for (const std::string& line : lines) {
+            printLine(output, line);
+        }
+        if (std::ferror(output) != 0) {
+            mainLoop.quit(); // nobody reads any more
+        }
+    };
+
+    bool hasAnswered = false;
+    std::function<void()> answer;
+    const auto stateChanged = [&](pipewire::AudioServerState state) {
+        if (state == pipewire::AudioServerState::serving) {
+            // The view of the server is complete once this call has returned.
+            mainLoop.post([&answer] { answer(); });
+            return;
+        }
+        printLine(errors, "brindle-recorder: no PipeWire server that carries sound answers");
+        if (once) {
+            mainLoop.quit();
+        }
+    };
+    const ProcProcessRegistry processes;
+    PipeWireAudioObjects audioObjects{
+        mainLoop, mainLoop.loop(), processes, pipewire::AudioServer::Options::ofThisSession(),
+        stateChanged};
+    const DesktopWindowList windows{processes, mainLoop.loop(), [&audioObjects] {
+                                        return audioObjects.graph();
+                                    }};
+    MicActivityMonitor monitor{audioObjects, processes, windows};
+    std::optional<WhoWatch> watch;
+    answer = [&] {
+        if (once) {
+            print(WhoWatch::answer(monitor, config));
+            mainLoop.quit();
+        } else if (!watch) {
+            watch.emplace(mainLoop, monitor, config, print);
+        }
+        hasAnswered = true;
+    };
+    mainLoop.run();
+    return hasAnswered || !once;
+}
+
+} // namespace brindle

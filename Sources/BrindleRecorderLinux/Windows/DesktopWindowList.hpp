@@ -1,0 +1,35 @@
+// Every window title that this desktop lets us read, from wherever it can be had.
+#pragma once
+
+#include "BrindleRecorderLinux/Windows/CombinedWindowList.hpp"
+#include "BrindleRecorderLinux/Windows/StreamTitles.hpp"
+#include "BrindleRecorderLinux/Windows/WaylandWindowList.hpp"
+#include "BrindleRecorderLinux/Windows/X11WindowList.hpp"
+
+#include <optional>
+#include <vector>
+
+namespace brindle {
+
+/// The windows first, then the titles of streams. The windows are those that the compositor lists,
+/// among which are its X11 programs'; where there is none that lists any, the X server's.
+class DesktopWindowList final : public WindowList {
+  public:
+    /// Connects to what the environment names. Registry and loop must outlive this.
+    DesktopWindowList(
+        const ProcessRegistry& processes, pw_loop* loop, StreamTitles::GraphSource graph);
+
+    [[nodiscard]] bool titlesPermitted() const override;
+    [[nodiscard]] std::optional<std::vector<WindowRecord>> windows() const override;
+
+  private:
+    [[nodiscard]] const WindowList& sources() const;
+
+    WaylandWindowList wayland_;
+    X11WindowList x11_;
+    StreamTitles streams_;
+    CombinedWindowList onWayland_;
+    CombinedWindowList onX11_;
+};
+
+} // namespace brindle

@@ -1,0 +1,34 @@
+// The page titles that Firefox gives its sound streams, which can be read on every desktop.
+#pragma once
+
+#include "BrindleRecorderApp/Platform/WindowList.hpp"
+#include "BrindleRecorderLinux/PipeWire/AudioGraph.hpp"
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+namespace brindle {
+
+/// For each Firefox that records from a microphone: the titles of the pages that it plays, which
+/// follow the pages, and of the page that it records for, which stays as it was when the recording
+/// began. Each title once. Other programs put nothing of the kind there. Pure.
+std::vector<WindowRecord> pageTitlesIn(const pipewire::AudioGraph& graph);
+
+/// Titles are permitted only while there are any, so that a desktop that shows no windows does not
+/// pass for one that does.
+class StreamTitles final : public WindowList {
+  public:
+    /// Answers nothing while no sound server does.
+    using GraphSource = std::function<std::optional<pipewire::AudioGraph>()>;
+
+    explicit StreamTitles(GraphSource graph);
+
+    [[nodiscard]] bool titlesPermitted() const override;
+    [[nodiscard]] std::optional<std::vector<WindowRecord>> windows() const override;
+
+  private:
+    GraphSource graph_;
+};
+
+} // namespace brindle

@@ -1,0 +1,125 @@
+// Who uses the microphone, asked of a private session with real programs.
+#include "BrindleRecorderLinux/CommandLine/WhoCommand.hpp"
+
+#include "BrindleRecorderCore/PosixFileManager.hpp"
+#include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
+#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
+#include "LinuxTests/ChildProcess.hpp"
+#include "LinuxTests/WaitOnLoop.hpp"
+#include "LinuxTests/XServer.hpp"
+#include "Support/EnvironmentVariable.hpp"
+#include "Support/TemporaryFolder.hpp"
+
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+namespace brindle {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+class WhoCommandTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (std::getenv("BRINDLE_SESSION") == nullptr) {
+            GTEST_SKIP() << "needs the servers of scripts/private-session";
+        }
+        if (!hasProgram("pacat")) {
+            GTEST_SKIP() << "needs pacat (Debian: pulseaudio-utils)";
+        }
+        output_ = std::tmpfile();
+        ASSERT_NE(output_, nullptr);
+    }
+    void TearDown() override {
+        if (output_ != nullptr) {
+            std::fclose(output_);
+        }
+    }
+
+    /// pacat under another name, which is what tells programs apart.
+    [[nodiscard]] std::string programNamed(const std::string& name) const {
+        const auto program = folder_.path() / name;
+        std::filesystem::copy_file(std::filesystem::canonical("/usr/bin/pacat"), program);
+        return program;
+    }
+    [[nodiscard]] std::string printed() const {
+        std::fflush(output_);
+        std::rewind(output_);
+        std::string text;
+        std::array<char, 4096> part{};
+        std::size_t length = 0;
+        while ((length = std::fread(part.data(), 1, part.size(), output_)) > 0) {
+            text.append(part.data(), length);
+        }
+        return text;
+    }
+    /// What the command answers once the server counts as many users.
+    std::string askWhile(std::size_t users) {
+        PipeWireMainLoop loop;
+        const ProcProcessRegistry processes;
+        const PipeWireAudioObjects objects{
+            loop, loop.loop(), processes, pipewire::AudioServer::Options::ofThisSession(),
+            [](pipewire::AudioServerState) {
+            }};
+        EXPECT_TRUE(waitUntil(loop, [&] {
+            std::size_t recording = 0;
+            for (const AudioObjectID id :
+                 objects.processes().value_or(std::vector<AudioObjectID>{})) {
+                recording += objects.isRunningInput(id).value_or(false) ? 1U : 0U;
+            }
+            return recording == users;
+        }));
+        PipeWireMainLoop own;
+        PosixFileManager files;
+        EXPECT_TRUE((WhoCommand{own, files, /*once=*/true, output_, output_}.run()));
+        return printed();
+    }
+
+    test::TemporaryFolder folder_;
+    std::FILE* output_ = nullptr;
+};
+
+TEST_F(WhoCommandTest, SaysThatNobodyIsThere) {
+    EXPECT_EQ(askWhile(0), "Nobody uses the microphone.\n");
+}
+
+TEST_F(WhoCommandTest, NamesAnUnknownProgram) {
+    const ChildProcess program{
+        programNamed("unheard-of"), {"unheard-of", "--record", "--raw", "/dev/null"}};
+    EXPECT_EQ(
+        askWhile(1),
+        fmt::format(
+            "unheard-of, pid {}: not a call, because it is not a known call program, and other "
+            "programs are switched off in the settings\n",
+            program.pid()));
+}
+
+TEST_F(WhoCommandTest, NamesTheSiteOfAMeetingButNotItsTitle) {
+    const ChildProcess program{
+        programNamed("firefox"),
+        {"firefox", "--record", "--raw", "--stream-name=Salary of Jo - Google Meet", "/dev/null"}};
+    EXPECT_EQ(
+        askWhile(1),
+        fmt::format(
+            "org.mozilla.firefox, pid {}, Firefox, meet.google.com: a call after 5 s\n",
+            program.pid()));
+}
+
+TEST_F(WhoCommandTest, SaysSoWhereNoServerCanTell) {
+    const test::EnvironmentVariable nowhere{"XDG_RUNTIME_DIR", folder_.path().c_str()};
+    PipeWireMainLoop loop;
+    PosixFileManager files;
+    EXPECT_FALSE((WhoCommand{loop, files, /*once=*/true, output_, output_}.run()));
+    EXPECT_THAT(printed(), HasSubstr("no PipeWire server"));
+}
+
+} // namespace
+} // namespace brindle
