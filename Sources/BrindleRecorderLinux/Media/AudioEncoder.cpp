@@ -104,6 +104,8 @@ void AudioEncoder::keep(std::vector<PacketHandle> fresh, std::vector<PacketHandl
     for (PacketHandle& packet : fresh) {
         // The run-up lies before zero.
         if (packet->pts >= 0) {
+            // What comes after a run-up is told without a duration.
+            packet->duration = packet->duration > 0 ? packet->duration : context_->frame_size;
             packets.push_back(std::move(packet));
         }
     }

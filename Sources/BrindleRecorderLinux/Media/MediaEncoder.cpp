@@ -5,6 +5,10 @@
 #include <cstddef>
 #include <utility>
 
+extern "C" {
+#include <libavutil/log.h>
+}
+
 namespace brindle::media {
 
 namespace {
@@ -24,6 +28,9 @@ Expected<std::unique_ptr<MediaEncoder>, PlatformError> MediaEncoder::open(
     const std::optional<VideoOutputSettings>& video,
     const std::optional<AudioOutputSettings>& audio, std::chrono::nanoseconds fragmentInterval,
     Sink sink) {
+    // What goes wrong comes back as values; the library would also tell it on our standard error,
+    // with every damaged picture of a camera and the story of every encoder.
+    av_log_set_level(AV_LOG_FATAL);
     // The constructor is private, which make_unique cannot reach.
     std::unique_ptr<MediaEncoder> encoder{new MediaEncoder{fragmentInterval, std::move(sink)}};
     if (video) {
