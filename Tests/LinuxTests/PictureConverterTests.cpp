@@ -158,36 +158,11 @@ TEST(PictureConverter, RefusesWhatWouldBeReadBeyondItsEnd) {
     EXPECT_EQ(converter.convert(unknown), nullptr);
 }
 
-/// A white picture compressed as a camera would.
-std::vector<std::uint8_t> whiteJpeg() {
-    const AVCodec* const codec = avcodec_find_encoder(AV_CODEC_ID_MJPEG);
-    const CodecHandle encoder{avcodec_alloc_context3(codec)};
-    encoder->width = 64;
-    encoder->height = 36;
-    encoder->pix_fmt = AV_PIX_FMT_YUVJ422P;
-    encoder->time_base = {1, 30};
-    EXPECT_GE(avcodec_open2(encoder.get(), codec, nullptr), 0);
-    const FrameHandle frame{av_frame_alloc()};
-    frame->format = encoder->pix_fmt;
-    frame->width = encoder->width;
-    frame->height = encoder->height;
-    EXPECT_GE(av_frame_get_buffer(frame.get(), 0), 0);
-    for (int line = 0; line < frame->height; ++line) {
-        std::fill_n(frame->data[0] + line * frame->linesize[0], 64, std::uint8_t{255});
-        std::fill_n(frame->data[1] + line * frame->linesize[1], 32, std::uint8_t{128});
-        std::fill_n(frame->data[2] + line * frame->linesize[2], 32, std::uint8_t{128});
-    }
-    const PacketHandle packet{av_packet_alloc()};
-    EXPECT_GE(avcodec_send_frame(encoder.get(), frame.get()), 0);
-    EXPECT_GE(avcodec_receive_packet(encoder.get(), packet.get()), 0);
-    return {packet->data, packet->data + packet->size};
-}
-
 TEST(PictureConverter, DecodesMotionJpegAndSurvivesDamage) {
     PictureConverter converter{1920, 1080};
     CapturedPicture picture;
     picture.format.coding = PictureFormat::Coding::motionJpeg;
-    picture.bytes = whiteJpeg();
+    picture.bytes = test::whiteJpeg(64, 36);
     for (int repetition = 0; repetition < 3; ++repetition) {
         const AVFrame* const frame = converter.convert(picture);
         ASSERT_NE(frame, nullptr);

@@ -1,5 +1,7 @@
 #include "SyntheticMedia.hpp"
 
+#include <array>
+#include <cerrno>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -40,6 +42,34 @@ toneBlock(media::Moment time, int count, double amplitude, double frequency, int
     sound.bytes.resize(samples.size() * sizeof(float));
     std::memcpy(sound.bytes.data(), samples.data(), sound.bytes.size());
     return sound;
+}
+
+std::vector<std::uint8_t> whiteJpeg(int width, int height) {
+    const AVCodec* const codec = avcodec_find_encoder(AV_CODEC_ID_MJPEG);
+    const media::CodecHandle encoder{avcodec_alloc_context3(codec)};
+    const media::FrameHandle frame{av_frame_alloc()};
+    const media::PacketHandle packet{av_packet_alloc()};
+    encoder->width = frame->width = width;
+    encoder->height = frame->height = height;
+    encoder->pix_fmt = AV_PIX_FMT_YUVJ422P;
+    frame->format = encoder->pix_fmt;
+    encoder->time_base = {1, 30};
+    if (avcodec_open2(encoder.get(), codec, nullptr) < 0 ||
+        av_frame_get_buffer(frame.get(), 0) < 0) {
+        return {};
+    }
+    constexpr std::array levels{255, 128, 128};
+    for (int plane = 0; plane < 3; ++plane) {
+        const int bytes = frame->linesize[plane] * height;
+        std::memset(
+            frame->data[plane], levels.at(static_cast<std::size_t>(plane)),
+            static_cast<std::size_t>(bytes));
+    }
+    if (avcodec_send_frame(encoder.get(), frame.get()) < 0 ||
+        avcodec_receive_packet(encoder.get(), packet.get()) < 0) {
+        return {};
+    }
+    return {packet->data, packet->data + packet->size};
 }
 
 TemporaryFolder::TemporaryFolder() {

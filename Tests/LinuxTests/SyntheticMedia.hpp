@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <vector>
 
 namespace brindle::test {
 
@@ -17,6 +18,9 @@ greyPicture(media::Moment time, int brightness, int width = 320, int height = 18
 media::CapturedSound toneBlock(
     media::Moment time, int count, double amplitude, double frequency = 1000,
     int sampleRate = 48'000);
+
+/// A white picture, compressed as cameras do it.
+std::vector<std::uint8_t> whiteJpeg(int width, int height);
 
 /// A folder of its own that goes with the object.
 class TemporaryFolder {
