@@ -124,6 +124,67 @@ TEST(DeviceDiscovery, DevicesOfTheBoardAreBuiltIn) {
     EXPECT_FALSE(devices.cameras[1].isBuiltIn);
 }
 
+TEST(DeviceDiscovery, ADeviceIsWhatItsHardwareIs) {
+    struct Case {
+        const char* what;
+        Properties hardware;
+        bool isBuiltIn;
+    };
+    const FixedHardware isFixed = [](std::string_view path) -> std::optional<bool> {
+        return path == "/devices/inner" ? std::optional{true} : std::nullopt;
+    };
+    for (const Case& given :
+         {Case{"on the board", {{"device.bus", "pci"}}, true},
+          Case{"on USB", {{"device.bus", "usb"}}, false},
+          Case{
+              "on an inner port",
+              {{"device.bus", "usb"}, {"device.sysfs.path", "/devices/inner"}},
+              true},
+          Case{
+              "on an outer port",
+              {{"device.bus", "usb"}, {"device.sysfs.path", "/devices/outer"}},
+              false},
+          Case{"by radio", {{"device.bus", "bluetooth"}}, false}, Case{"unknown", {}, false}}) {
+        AudioGraph graph = graphOf({node(
+            1, {{"media.class", "Audio/Source"}, {"node.name", "source"}, {"device.id", "7"}})});
+        graph.devices = {
+            {.serial = 8, .id = 8, .properties = {{"device.bus", "pci"}}},
+            {.serial = 7, .id = 7, .properties = given.hardware}};
+        EXPECT_EQ(discoverDevices(graph, isFixed).microphones.at(0).isBuiltIn, given.isBuiltIn)
+            << given.what;
+    }
+}
+
+TEST(DeviceDiscovery, TheKernelsOwnInterfaceOfACameraComesBeforeAnother) {
+    AudioGraph graph = graphOf({
+        node(1, with(camera("libcamera_input.one", "One"), {{"device.id", "11"}})),
+        node(2, with(camera("v4l2_input.one", "One"), {{"device.id", "12"}})),
+    });
+    graph.devices = {
+        {.serial = 11,
+         .id = 11,
+         .properties = {{"device.api", "libcamera"}, {"device.devids", "[ 20864 ]"}}},
+        {.serial = 12,
+         .id = 12,
+         .properties = {{"device.api", "v4l2"}, {"device.devids", "20864"}}}};
+    const auto devices = discoverDevices(graph);
+    ASSERT_EQ(devices.cameras.size(), 1U);
+    EXPECT_EQ(devices.cameras[0].uniqueID, "v4l2_input.one");
+}
+
+TEST(DeviceDiscovery, NothingOutsideTheKernelsTreeIsAskedWhetherItIsFixed) {
+    EXPECT_EQ(isFixedHardware(""), std::nullopt);
+    EXPECT_EQ(isFixedHardware("/etc"), std::nullopt);
+    EXPECT_EQ(isFixedHardware("/devices/../../etc"), std::nullopt);
+    EXPECT_EQ(isFixedHardware("/devices/no/such/thing"), std::nullopt);
+}
+
+TEST(DeviceDiscovery, LongNamesAreCutBetweenCharacters) {
+    const auto devices =
+        discoverDevices(graphOf({node(1, camera("one", std::string(255, 'x') + "\u00e4\u00f6"))}));
+    EXPECT_EQ(devices.cameras.at(0).localizedName, std::string(255, 'x'));
+}
+
 TEST(DeviceDiscovery, HostileNamesAreBoundedAndHoldNoControlCharacters) {
     const auto devices = discoverDevices(graphOf({
         node(1, camera("long", std::string(100'000, 'x'))),

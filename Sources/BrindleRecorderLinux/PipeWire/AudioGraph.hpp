@@ -30,6 +30,15 @@ struct NodeRecord {
     friend bool operator==(const NodeRecord&, const NodeRecord&) = default;
 };
 
+/// The hardware behind nodes.
+struct DeviceRecord {
+    std::uint64_t serial = 0;
+    std::uint32_t id = 0; ///< what a node's `device.id` refers to
+    Properties properties;
+
+    friend bool operator==(const DeviceRecord&, const DeviceRecord&) = default;
+};
+
 struct ClientRecord {
     std::uint64_t serial = 0;
     std::uint32_t id = 0; ///< what a node's `client.id` refers to
@@ -50,6 +59,7 @@ struct LinkRecord {
 /// The objects whose particulars are known, each kind in the server's order.
 struct AudioGraph {
     std::vector<NodeRecord> nodes;
+    std::vector<DeviceRecord> devices;
     std::vector<ClientRecord> clients;
     std::vector<LinkRecord> links;
     std::optional<std::string> defaultSourceName; ///< `node.name` of the default microphone

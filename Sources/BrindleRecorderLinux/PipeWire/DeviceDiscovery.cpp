@@ -4,8 +4,11 @@
 
 #include <algorithm>
 #include <charconv>
+#include <filesystem>
+#include <fstream>
 #include <set>
 #include <string_view>
+#include <utility>
 
 namespace brindle::pipewire {
 
@@ -29,10 +32,34 @@ firstPresent(const Properties& properties, std::initializer_list<std::string_vie
     return {};
 }
 
-/// Names come from firmware and from other programs: without control characters and not endless.
+/// A node's properties, and where it has none of that name, those of the hardware behind it.
+Properties withHardware(const NodeRecord& node, const AudioGraph& graph) {
+    Properties properties = node.properties;
+    const std::string_view id = property(properties, "device.id");
+    const auto device = std::ranges::find_if(graph.devices, [id](const DeviceRecord& record) {
+        return !id.empty() && std::to_string(record.id) == id;
+    });
+    if (device != graph.devices.end()) {
+        properties.insert(device->properties.begin(), device->properties.end());
+    }
+    return properties;
+}
+
+/// Names come from firmware and from other programs: without control characters and not endless,
+/// cut between characters.
 std::string readableName(std::string_view name) {
+    if (name.size() > longestName) {
+        constexpr unsigned continuationMask = 0xc0;
+        constexpr unsigned continuation = 0x80;
+        std::size_t end = longestName;
+        while (end > 0 &&
+               (static_cast<unsigned char>(name[end]) & continuationMask) == continuation) {
+            --end;
+        }
+        name = name.substr(0, end);
+    }
     std::string readable;
-    for (const char character : name.substr(0, longestName)) {
+    for (const char character : name) {
         const auto byte = static_cast<unsigned char>(character);
         if (byte >= 0x20 && byte != 0x7f) {
             readable += character;
@@ -41,8 +68,9 @@ std::string readableName(std::string_view name) {
     return readable;
 }
 
-/// Sound chips on the board and cameras that say they face the user or are built in.
-bool isBuiltIn(const Properties& properties) {
+/// Sound chips on the board, cameras that say they are built in, and what hangs on an inner USB
+/// port.
+bool isBuiltIn(const Properties& properties, const FixedHardware& isFixed) {
     const auto formFactor = firstPresent(properties, {"device.form-factor", "device.form_factor"});
     if (!formFactor.empty()) {
         return formFactor == "internal";
@@ -51,23 +79,38 @@ bool isBuiltIn(const Properties& properties) {
     if (!location.empty()) {
         return location == "front" || location == "back";
     }
-    return property(properties, "device.bus") == "pci";
+    const auto bus = property(properties, "device.bus");
+    return bus == "pci" ||
+           (bus == "usb" && isFixed(property(properties, "device.sysfs.path")).value_or(false));
 }
 
-CaptureDeviceInfo deviceInfo(const NodeRecord& node) {
-    const Properties& properties = node.properties;
+CaptureDeviceInfo
+deviceInfo(const NodeRecord& node, const AudioGraph& graph, const FixedHardware& isFixed) {
+    const Properties& own = node.properties;
     return CaptureDeviceInfo{
-        .uniqueID = std::string{property(properties, "node.name")},
+        .uniqueID = std::string{property(own, "node.name")},
         .localizedName =
-            readableName(firstPresent(properties, {"node.description", "node.nick", "node.name"})),
-        .isBuiltIn = isBuiltIn(properties),
+            readableName(firstPresent(own, {"node.description", "node.nick", "node.name"})),
+        .isBuiltIn = isBuiltIn(withHardware(node, graph), isFixed),
     };
 }
 
 /// What is the same for every interface through which one camera is offered; empty where nothing
-/// tells.
-std::string_view hardwareOf(const Properties& properties) {
-    return firstPresent(properties, {"device.devids", "api.v4l2.path"});
+/// tells. The kernel's numbers of a device come alone or in a list like [ 20864 ].
+std::set<std::string, std::less<>> hardwareOf(const Properties& properties) {
+    std::set<std::string, std::less<>> marks;
+    std::string number;
+    for (const char character : std::string{property(properties, "device.devids")} + ' ') {
+        if (character >= '0' && character <= '9') {
+            number += character;
+        } else if (!number.empty()) {
+            marks.insert(std::exchange(number, {}));
+        }
+    }
+    if (const auto path = property(properties, "api.v4l2.path"); !path.empty()) {
+        marks.emplace(path);
+    }
+    return marks;
 }
 
 int sessionPriority(const NodeRecord& node) {
@@ -78,18 +121,34 @@ int sessionPriority(const NodeRecord& node) {
 }
 
 std::vector<const NodeRecord*> camerasOf(const AudioGraph& graph) {
-    std::vector<const NodeRecord*> cameras;
-    std::set<std::string_view> seen;
+    struct Camera {
+        const NodeRecord* node;
+        std::set<std::string, std::less<>> hardware;
+        bool isKernels; ///< offered by the kernel's own interface, which programs know it by
+    };
+    std::vector<Camera> cameras;
     for (const NodeRecord& node : graph.nodes) {
         if (!isCamera(node) || property(node.properties, "node.name").empty()) {
             continue;
         }
-        const auto hardware = hardwareOf(node.properties);
-        if (hardware.empty() || seen.insert(hardware).second) {
-            cameras.push_back(&node);
+        const Properties properties = withHardware(node, graph);
+        Camera camera{&node, hardwareOf(properties), property(properties, "device.api") == "v4l2"};
+        const auto twin = std::ranges::find_if(cameras, [&camera](const Camera& other) {
+            return std::ranges::any_of(camera.hardware, [&other](const std::string& mark) {
+                return other.hardware.contains(mark);
+            });
+        });
+        if (twin == cameras.end()) {
+            cameras.push_back(std::move(camera));
+        } else if (camera.isKernels && !twin->isKernels) {
+            *twin = std::move(camera);
         }
     }
-    return cameras;
+    std::vector<const NodeRecord*> nodes;
+    for (const Camera& camera : cameras) {
+        nodes.push_back(camera.node);
+    }
+    return nodes;
 }
 
 std::optional<std::string>
@@ -109,16 +168,33 @@ defaultCameraID(const AudioGraph& graph, const std::vector<const NodeRecord*>& c
 
 } // namespace
 
-DiscoveredDevices discoverDevices(const AudioGraph& graph) {
+std::optional<bool> isFixedHardware(std::string_view sysfsPath) {
+    if (!sysfsPath.starts_with("/devices/") || sysfsPath.find("..") != std::string_view::npos) {
+        return std::nullopt;
+    }
+    const std::filesystem::path top{"/sys/devices"};
+    std::filesystem::path folder{"/sys" + std::string{sysfsPath}};
+    // The word is with the USB device, some folders above its camera or sound card.
+    for (; folder != top && folder.has_relative_path(); folder = folder.parent_path()) {
+        std::ifstream file{folder / "removable"};
+        std::string word;
+        if (file >> word) {
+            return word == "unknown" ? std::nullopt : std::optional{word == "fixed"};
+        }
+    }
+    return std::nullopt;
+}
+
+DiscoveredDevices discoverDevices(const AudioGraph& graph, const FixedHardware& isFixed) {
     DiscoveredDevices devices;
     const auto cameras = camerasOf(graph);
     for (const NodeRecord* camera : cameras) {
-        devices.cameras.push_back(deviceInfo(*camera));
+        devices.cameras.push_back(deviceInfo(*camera, graph, isFixed));
     }
     devices.defaultCameraID = defaultCameraID(graph, cameras);
     for (const NodeRecord& node : graph.nodes) {
         if (isMicrophone(node) && !property(node.properties, "node.name").empty()) {
-            devices.microphones.push_back(deviceInfo(node));
+            devices.microphones.push_back(deviceInfo(node, graph, isFixed));
         }
     }
     return devices;

@@ -4,8 +4,10 @@
 #include "BrindleRecorderCore/DeviceSelection.hpp"
 #include "BrindleRecorderLinux/PipeWire/AudioGraph.hpp"
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace brindle::pipewire {
@@ -20,9 +22,18 @@ struct DiscoveredDevices {
     friend bool operator==(const DiscoveredDevices&, const DiscoveredDevices&) = default;
 };
 
-/// A camera that the server offers through several interfaces appears once. Loudspeakers' monitors
-/// and captured screens never appear. Without a choice of the session manager the default camera is
-/// the one with the highest priority there, the first of equals.
-DiscoveredDevices discoverDevices(const AudioGraph& graph);
+/// Answers whether the hardware at that path below /sys cannot be taken out of the machine; nothing
+/// when the system does not say.
+using FixedHardware = std::function<std::optional<bool>(std::string_view sysfsPath)>;
+
+/// Asks the kernel, which knows it of USB devices.
+std::optional<bool> isFixedHardware(std::string_view sysfsPath);
+
+/// A camera that the server offers through several interfaces appears once, by the kernel's own
+/// where that is one of them. Loudspeakers' monitors and captured screens never appear. Without a
+/// choice of the session manager the default camera is the one with the highest priority there, the
+/// first of equals.
+DiscoveredDevices
+discoverDevices(const AudioGraph& graph, const FixedHardware& isFixed = isFixedHardware);
 
 } // namespace brindle::pipewire

@@ -67,6 +67,33 @@ void MirroredNode::update(const pw_node_info& info) {
     }
 }
 
+MirroredDevice::MirroredDevice(MirrorSource source)
+    : source_{std::move(source)}, proxy_{bindNewest(
+                                      source_, PW_TYPE_INTERFACE_Device, PW_VERSION_DEVICE)} {
+    static const pw_device_events events = [] {
+        pw_device_events callbacks{};
+        callbacks.version = PW_VERSION_DEVICE_EVENTS;
+        callbacks.info = [](void* self, const pw_device_info* info) {
+            static_cast<MirroredDevice*>(self)->update(*info);
+        };
+        return callbacks;
+    }();
+    if (proxy_ != nullptr) {
+        pw_proxy_add_object_listener(proxy_.get(), listener_.get(), &events, this);
+    }
+}
+
+void MirroredDevice::update(const pw_device_info& info) {
+    DeviceRecord updated = record_.value_or(DeviceRecord{source_.serial, source_.id, {}});
+    if ((info.change_mask & PW_DEVICE_CHANGE_MASK_PROPS) != 0) {
+        updated.properties = propertiesOf(info.props);
+    }
+    if (updated != record_) {
+        record_ = std::move(updated);
+        source_.changed();
+    }
+}
+
 MirroredClient::MirroredClient(MirrorSource source)
     : source_{std::move(source)}, proxy_{bindNewest(
                                       source_, PW_TYPE_INTERFACE_Client, PW_VERSION_CLIENT)} {

@@ -12,6 +12,7 @@
 #include <string>
 
 struct pw_client_info;
+struct pw_device_info;
 struct pw_link_info;
 struct pw_node_info;
 struct pw_registry;
@@ -37,6 +38,20 @@ class MirroredNode {
 
     MirrorSource source_;
     std::optional<NodeRecord> record_;
+    ProxyHandle proxy_;
+    Hook listener_;
+};
+
+class MirroredDevice {
+  public:
+    explicit MirroredDevice(MirrorSource source);
+    [[nodiscard]] const std::optional<DeviceRecord>& record() const { return record_; }
+
+  private:
+    void update(const pw_device_info& info);
+
+    MirrorSource source_;
+    std::optional<DeviceRecord> record_;
     ProxyHandle proxy_;
     Hook listener_;
 };

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t longestValue = 1024;
 
-constexpr std::array<std::string_view, 38> usedKeys{
+constexpr std::array<std::string_view, 39> usedKeys{
     "api.libcamera.location",
     "api.libcamera.path",
     "api.v4l2.path",
@@ -31,6 +31,7 @@ constexpr std::array<std::string_view, 38> usedKeys{
     "device.form-factor",
     "device.form_factor",
     "device.id",
+    "device.sysfs.path",
     "media.category",
     "media.class",
     "media.name",

@@ -65,6 +65,7 @@ RegistryMirror::RegistryMirror(pw_core* core, std::function<void()> changed)
 AudioGraph RegistryMirror::graph() const {
     AudioGraph graph;
     graph.nodes = recordsInServerOrder<NodeRecord>(nodes_);
+    graph.devices = recordsInServerOrder<DeviceRecord>(devices_);
     graph.clients = recordsInServerOrder<ClientRecord>(clients_);
     graph.links = recordsInServerOrder<LinkRecord>(links_);
     for (const auto& [id, defaults] : defaults_) {
@@ -95,17 +96,18 @@ void RegistryMirror::add(
         kind == PW_TYPE_INTERFACE_Metadata &&
         announcedProperty(announced, PW_KEY_METADATA_NAME) == "default") {
         defaults_[id] = std::make_unique<MirroredDefaults>(std::move(source));
-    } else if (
-        kind == PW_TYPE_INTERFACE_Device &&
-        announcedProperty(announced, PW_KEY_MEDIA_CLASS) == "Audio/Device") {
-        audioDevices_.insert(id);
-        changed_();
+    } else if (kind == PW_TYPE_INTERFACE_Device) {
+        devices_[id] = std::make_unique<MirroredDevice>(std::move(source));
+        if (announcedProperty(announced, PW_KEY_MEDIA_CLASS) == "Audio/Device") {
+            audioDevices_.insert(id);
+            changed_();
+        }
     }
 }
 
 void RegistryMirror::remove(std::uint32_t id) {
-    const std::size_t removed = nodes_.erase(id) + clients_.erase(id) + links_.erase(id) +
-                                defaults_.erase(id) + audioDevices_.erase(id);
+    const std::size_t removed = nodes_.erase(id) + devices_.erase(id) + clients_.erase(id) +
+                                links_.erase(id) + defaults_.erase(id) + audioDevices_.erase(id);
     if (removed > 0) {
         changed_();
     }

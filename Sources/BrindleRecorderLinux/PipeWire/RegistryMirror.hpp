@@ -35,6 +35,7 @@ class RegistryMirror {
     ProxyHandle registry_;
     // By the server's id, which is free for another object once the first is removed.
     std::map<std::uint32_t, std::unique_ptr<MirroredNode>> nodes_;
+    std::map<std::uint32_t, std::unique_ptr<MirroredDevice>> devices_;
     std::map<std::uint32_t, std::unique_ptr<MirroredClient>> clients_;
     std::map<std::uint32_t, std::unique_ptr<MirroredLink>> links_;
     std::map<std::uint32_t, std::unique_ptr<MirroredDefaults>> defaults_;
