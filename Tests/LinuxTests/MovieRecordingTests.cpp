@@ -1,5 +1,6 @@
 #include "BrindleRecorderLinux/Media/MovieRecording.hpp"
 
+#include "MovieFixtures.hpp"
 #include "MovieInspection.hpp"
 #include "SyntheticMedia.hpp"
 

@@ -2,6 +2,7 @@
 
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "DesktopDevices.hpp"
+#include "MovieFixtures.hpp"
 #include "MovieInspection.hpp"
 #include "SyntheticMedia.hpp"
 #include "TestCamera.hpp"

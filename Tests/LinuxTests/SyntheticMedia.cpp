@@ -1,13 +1,9 @@
 #include "SyntheticMedia.hpp"
 
 #include <array>
-#include <cerrno>
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
 #include <numbers>
-#include <string>
-#include <system_error>
 #include <vector>
 
 namespace brindle::test {
@@ -70,19 +66,6 @@ std::vector<std::uint8_t> whiteJpeg(int width, int height) {
         return {};
     }
     return {packet->data, packet->data + packet->size};
-}
-
-TemporaryFolder::TemporaryFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "brindle-test.XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) {
-        throw std::system_error{errno, std::generic_category(), "mkdtemp"};
-    }
-    path_ = name;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
 }
 
 } // namespace brindle::test

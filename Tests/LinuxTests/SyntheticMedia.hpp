@@ -5,7 +5,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <filesystem>
 #include <vector>
 
 namespace brindle::test {
@@ -21,18 +20,5 @@ media::CapturedSound toneBlock(
 
 /// A white picture, compressed as cameras do it.
 std::vector<std::uint8_t> whiteJpeg(int width, int height);
-
-/// A folder of its own that goes with the object.
-class TemporaryFolder {
-  public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    [[nodiscard]] const std::filesystem::path& path() const { return path_; }
-
-  private:
-    std::filesystem::path path_;
-};
 
 } // namespace brindle::test
