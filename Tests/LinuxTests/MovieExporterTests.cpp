@@ -89,8 +89,8 @@ class MovieExport : public testing::Test {
     FFmpegMovieExporter exporter{mainLoop};
 
   private:
-    static test::TemporaryFolder& folder() {
-        static test::TemporaryFolder shared;
+    static test::MovieFolder& folder() {
+        static test::MovieFolder shared;
         return shared;
     }
 };

@@ -18,7 +18,7 @@
 
 namespace brindle::test {
 
-TemporaryFolder::TemporaryFolder() {
+MovieFolder::MovieFolder() {
     std::string name = (std::filesystem::temp_directory_path() / "brindle-movies.XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr) {
         throw std::system_error{errno, std::generic_category(), name};
@@ -26,12 +26,12 @@ TemporaryFolder::TemporaryFolder() {
     path_ = name;
 }
 
-TemporaryFolder::~TemporaryFolder() {
+MovieFolder::~MovieFolder() {
     std::error_code ignored;
     std::filesystem::remove_all(path_, ignored);
 }
 
-std::filesystem::path TemporaryFolder::fresh(const std::string& ending) {
+std::filesystem::path MovieFolder::fresh(const std::string& ending) {
     return path_ / (std::to_string(++given_) + ending);
 }
 

@@ -14,12 +14,12 @@ namespace brindle::test {
 using Bytes = std::vector<std::uint8_t>;
 
 /// A folder that goes with its owner.
-class TemporaryFolder {
+class MovieFolder {
   public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    MovieFolder();
+    ~MovieFolder();
+    MovieFolder(const MovieFolder&) = delete;
+    MovieFolder& operator=(const MovieFolder&) = delete;
 
     [[nodiscard]] const std::filesystem::path& path() const { return path_; }
     /// A path in the folder that no other call has answered.
