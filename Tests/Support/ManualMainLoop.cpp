@@ -48,16 +48,24 @@ std::size_t ManualMainLoop::runPosted() {
 
 void ManualMainLoop::advanceBy(std::chrono::nanoseconds duration) {
     const auto end = now_ + duration;
-    runPosted();
-    while (!timers_->empty() && timers_->begin()->first.first <= end) {
-        const auto next = timers_->begin();
-        moveTo(next->first.first);
-        const auto work = std::move(next->second);
-        timers_->erase(next);
-        work();
-        runPosted();
+    while (runNextUntil(end)) {
     }
-    moveTo(end);
+}
+
+bool ManualMainLoop::runNextUntil(std::chrono::nanoseconds end) {
+    if (runOnePosted()) {
+        return true;
+    }
+    if (timers_->empty() || timers_->begin()->first.first > end) {
+        moveTo(end);
+        return false;
+    }
+    const auto next = timers_->begin();
+    moveTo(next->first.first);
+    const auto work = std::move(next->second);
+    timers_->erase(next);
+    work();
+    return true;
 }
 
 bool ManualMainLoop::runUntil(const std::function<bool()>& condition, std::chrono::seconds limit) {

@@ -40,6 +40,11 @@ class ManualMainLoop final : public MainLoop {
         advanceBy(std::chrono::duration_cast<std::chrono::nanoseconds>(duration));
     }
 
+    /// Runs the oldest posted piece of work alone or, when there is none, lets time pass to the
+    /// next timer and runs that alone. False when nothing more happens until `end`, where time then
+    /// is.
+    bool runNextUntil(std::chrono::nanoseconds end);
+
     /// Runs posted work, waiting for other threads to post more, until the condition holds. False
     /// when it still does not after `limit` of real time.
     bool runUntil(

@@ -1,0 +1,232 @@
+// How a launch repairs what an earlier run of the program left unfinished.
+#include "BrindleRecorderApp/AppModel.hpp"
+
+#include "BrindleRecorderCore/SidecarStore.hpp"
+#include "Support/AppScene.hpp"
+#include "Support/ExampleSidecar.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+
+namespace brindle {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+using Operation = test::InMemoryFileManager::Operation;
+
+const Date startedAt = *InternetDateTime::parse("2025-03-14T08:30:12Z");
+const Date lastWrittenAt = *InternetDateTime::parse("2025-03-14T08:55:00Z");
+
+class AppModelRepair : public testing::Test, protected test::AppScene {
+  protected:
+    /// A recording that never came to its end.
+    void leaveInterrupted(const std::string& baseName, bool withMovie) {
+        auto interrupted = test::exampleSidecar();
+        interrupted.startedAt = startedAt;
+        interrupted.endedAt.reset();
+        interrupted.notes.clear();
+        files.putFile(
+            folder.sidecarURL(baseName), SidecarCoding::encode(interrupted, TimeZone::utc()));
+        if (withMovie) {
+            files.putFile(folder.movURL(baseName), "captured");
+            files.setModificationDate(folder.movURL(baseName), lastWrittenAt);
+        }
+    }
+};
+
+TEST_F(AppModelRepair, AMovieIsConvertedAndItsSidecarClosedAtTheMoviesDate) {
+    leaveInterrupted("b", true);
+    launch();
+    EXPECT_THAT(folderContents(), ElementsAre("b.json", "b.mp4"));
+    const auto repaired = sidecar("b");
+    EXPECT_TRUE(repaired.interrupted);
+    EXPECT_EQ(repaired.endedAt, lastWrittenAt);
+    EXPECT_EQ(repaired.startedAt, startedAt);
+    EXPECT_THAT(
+        repaired.notes,
+        ElementsAre("Recording was interrupted; the .mov was remuxed to .mp4 on next launch."));
+    EXPECT_THAT(notices(), ElementsAre("Recovered 1 interrupted recording(s)."));
+}
+
+TEST_F(AppModelRepair, WithoutAMovieTheSidecarIsClosedAtItsOwnStart) {
+    leaveInterrupted("c", false);
+    launch();
+    EXPECT_THAT(folderContents(), ElementsAre("c.json"));
+    const auto repaired = sidecar("c");
+    EXPECT_TRUE(repaired.interrupted);
+    EXPECT_EQ(repaired.endedAt, startedAt);
+    EXPECT_THAT(
+        repaired.notes, ElementsAre("Recording was interrupted and no .mov file was found."));
+    EXPECT_THAT(notices(), ElementsAre("Recovered 1 interrupted recording(s)."));
+}
+
+TEST_F(AppModelRepair, AnMp4WithoutItsMovCountsAsNoMovieAndStays) {
+    leaveInterrupted("d", false);
+    files.putFile(folder.mp4URL("d"), "converted");
+    launch();
+    EXPECT_EQ(files.contents(folder.mp4URL("d")), "converted");
+    EXPECT_EQ(sidecar("d").endedAt, startedAt);
+    EXPECT_THAT(
+        sidecar("d").notes, ElementsAre("Recording was interrupted and no .mov file was found."));
+}
+
+TEST_F(AppModelRepair, AMovieWhoseDateCannotBeReadEndsAtItsStart) {
+    leaveInterrupted("b", true);
+    files.failEveryCall(Operation::modificationDate);
+    launch();
+    EXPECT_EQ(sidecar("b").endedAt, startedAt);
+    EXPECT_THAT(folderContents(), ElementsAre("b.json", "b.mp4"));
+}
+
+TEST_F(AppModelRepair, AMovieThatCannotBeConvertedStaysAndIsNoted) {
+    leaveInterrupted("b", true);
+    exporter().script().canBeMade = false;
+    launch();
+    EXPECT_EQ(files.contents(folder.movURL("b")), "captured");
+    EXPECT_THAT(
+        sidecar("b").notes,
+        ElementsAre(
+            "Recording was interrupted; remux to .mp4 failed, the .mov was left in place."));
+    EXPECT_EQ(sidecar("b").endedAt, lastWrittenAt);
+    EXPECT_TRUE(sidecar("b").interrupted);
+    EXPECT_THAT(notices(), ElementsAre("Recovered 1 interrupted recording(s)."));
+}
+
+TEST_F(AppModelRepair, ASidecarThatHasBecomeUnreadableIsSkippedButCounted) {
+    leaveInterrupted("a", true);
+    leaveInterrupted("b", true);
+    leaveInterrupted("c", true);
+    const auto before = files.contents(folder.sidecarURL("b"));
+    // The scan reads all three, then the repair reads each again.
+    files.failCall(Operation::readFile, 5);
+    launch();
+    EXPECT_THAT(notices(), ElementsAre("Recovered 3 interrupted recording(s)."));
+    EXPECT_THAT(
+        folderContents(), ElementsAre("a.json", "a.mp4", "b.json", "b.mov", "c.json", "c.mp4"));
+    EXPECT_EQ(files.contents(folder.sidecarURL("b")), before);
+}
+
+TEST_F(AppModelRepair, TwoLaunchesRepairARecordingOnlyOnce) {
+    leaveInterrupted("b", true);
+    leaveInterrupted("c", false);
+    launch();
+    const auto first = files.contents(folder.sidecarURL("b"));
+    EXPECT_THAT(notices(), SizeIs(1));
+    kill();
+    start();
+    launch();
+    EXPECT_THAT(notices(), SizeIs(1));
+    EXPECT_EQ(files.contents(folder.sidecarURL("b")), first);
+    EXPECT_THAT(sidecar("c").notes, SizeIs(1));
+}
+
+TEST_F(AppModelRepair, ASidecarThatCannotBeWrittenBackIsFoundAgainByTheNextLaunch) {
+    leaveInterrupted("b", true);
+    files.failEveryCall(Operation::createSyncedFile);
+    launch();
+    EXPECT_EQ(sidecar("b").endedAt, std::nullopt);
+    files.stopFailing();
+    kill();
+    start();
+    launch();
+    EXPECT_EQ(sidecar("b").endedAt, startedAt) << "its movie is an .mp4 by now";
+    EXPECT_THAT(notices(), SizeIs(2));
+}
+
+TEST_F(AppModelRepair, AnEmptyFolderNeedsNoRepair) {
+    launch();
+    EXPECT_THAT(notices(), IsEmpty());
+    EXPECT_THAT(folderContents(), IsEmpty());
+}
+
+TEST_F(AppModelRepair, FinishedRecordingsNeedNoRepair) {
+    files.putFile(
+        folder.sidecarURL("a"), SidecarCoding::encode(test::exampleSidecar(), TimeZone::utc()));
+    files.putFile(folder.movURL("a"), "captured");
+    launch();
+    EXPECT_THAT(notices(), IsEmpty());
+    EXPECT_THAT(folderContents(), ElementsAre("a.json", "a.mov"));
+}
+
+TEST_F(AppModelRepair, AFolderThatCannotBeReadIsLeftAlone) {
+    leaveInterrupted("b", true);
+    files.failEveryCall(Operation::contentsOfDirectory);
+    launch();
+    EXPECT_THAT(notices(), IsEmpty());
+    EXPECT_THAT(folderContents(), ElementsAre("b.json", "b.mov"));
+}
+
+TEST_F(AppModelRepair, RecordingsAreRepairedOneAtATimeOldestFirst) {
+    leaveInterrupted("2025-03-14_0900", true);
+    leaveInterrupted("2025-03-13_0900", true);
+    exporter().script().finishAtOnce = false;
+    launch();
+    EXPECT_THAT(linesAbout("remux start"), SizeIs(1));
+    EXPECT_THAT(linesAbout("remux start: 2025-03-13_0900.mov"), SizeIs(1));
+    EXPECT_THAT(notices(), IsEmpty());
+    exporter().finish();
+    settle();
+    EXPECT_NE(sidecar("2025-03-13_0900").endedAt, std::nullopt);
+    EXPECT_THAT(linesAbout("remux start: 2025-03-14_0900.mov"), SizeIs(1));
+    exporter().finish();
+    settle();
+    EXPECT_THAT(notices(), ElementsAre("Recovered 2 interrupted recording(s)."));
+}
+
+TEST_F(AppModelRepair, TheFolderSizeIsShownAnew) {
+    leaveInterrupted("b", true);
+    EXPECT_EQ(model().folderSizeText.get(), "0 bytes");
+    launch();
+    EXPECT_THAT(model().folderSizeText.get(), Not("0 bytes"));
+}
+
+TEST_F(AppModelRepair, SidecarsAreWrittenInTheZoneOfTheMoment) {
+    const auto kathmandu = TimeZone::named("Asia/Kathmandu");
+    ASSERT_TRUE(kathmandu);
+    timeZone = *kathmandu;
+    leaveInterrupted("b", true);
+    launch();
+    EXPECT_THAT(
+        files.contents(folder.sidecarURL("b")),
+        testing::Optional(testing::HasSubstr("2025-03-14T14:40:00+05:45")));
+}
+
+TEST_F(AppModelRepair, ACallIsRecordedWhileTheRepairGoesOn) {
+    leaveInterrupted("b", true);
+    exporter().script().finishAtOnce = false;
+    launch();
+    zoomTakesTheMicrophone();
+    runFor(5s);
+    EXPECT_THAT(captured, SizeIs(1));
+    exporter().finish();
+    settle();
+    EXPECT_THAT(folderContents(), Contains("b.mp4"));
+    EXPECT_EQ(files.contents(captured.front()), "captured");
+    EXPECT_EQ(sessionInWords(), "recording zoom#1");
+}
+
+TEST_F(AppModelRepair, WhatThisRunRecordsIsNotInterrupted) {
+    leaveInterrupted("b", true);
+    model().launch();
+    settle();
+    // The user records by hand before having answered whether the program may notify.
+    model().recordNowFromMenu();
+    runFor(10s);
+    notifications.answerAuthorization(true);
+    runFor(10s);
+    EXPECT_THAT(notices(), ElementsAre("Recovered 1 interrupted recording(s)."));
+    EXPECT_EQ(files.contents(folder.movURL(firstBaseName)), "captured") << "still being written";
+    EXPECT_EQ(sidecar(firstBaseName).endedAt, std::nullopt);
+    EXPECT_FALSE(sidecar(firstBaseName).interrupted);
+}
+
+} // namespace
+} // namespace brindle
