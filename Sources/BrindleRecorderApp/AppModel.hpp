@@ -176,13 +176,16 @@ class AppModel {
     Task<void> keep(std::string baseName, Sidecar sidecar);
     void keepWhateverWasRecorded(
         const std::string& baseName, const Sidecar& sidecar, const RecorderError& error);
-    /// `failedBaseName`: of the segment that was being recorded when it failed.
-    Task<void>
-    processCaptureFailure(RecorderError error, std::optional<std::string> failedBaseName);
+    /// `failedRoom` and `failedBaseName`: of the segment that was being recorded when it failed.
+    Task<void> processCaptureFailure(
+        RecorderError error, std::optional<std::string> failedRoom,
+        std::optional<std::string> failedBaseName);
     void blockCameraNamed(const std::string& localizedName);
     Task<void> finaliseAfterCaptureFailure(
         std::string baseName, Sidecar sidecar, RecorderError error,
         std::optional<std::string> continuedIn);
+    /// Has the call not recorded again. Does nothing once the session is about another one.
+    void recordingDidFail(const std::string& roomCode);
     void writeSidecar(const std::string& baseName, const Sidecar& sidecar);
     [[nodiscard]] std::string uniqueBaseName() const;
     void tellUser(const std::string& body);

@@ -73,8 +73,11 @@ AppModel::AppModel(const AppEnvironment& environment, RecordingsFolder folder)
         return sessionState.get().isRecording();
     };
     recorder_.onFailure = [this](const RecorderError& error) {
-        pendingWork_.enqueue([this, error, failed = currentBaseName_] {
-            return processCaptureFailure(error, failed);
+        // Taken now: when the job's turn comes, the session may be about another call.
+        const auto room = currentSidecar_ ? std::optional{currentSidecar_->roomCode}
+                                          : sessionState.get().roomCode();
+        pendingWork_.enqueue([this, error, room, baseName = currentBaseName_] {
+            return processCaptureFailure(error, room, baseName);
         });
     };
     // A folder that cannot be made now is tried again when a recording begins.

@@ -76,12 +76,12 @@ Task<void> AppModel::beginRecording(
     // Whatever is wrong with the folder shows when the free space is read.
     static_cast<void>(folder_.createIfNeeded(environment_.fileManager));
     if (!diskSpaceAllowsRecording()) {
-        session_.recordingDidFail(false);
+        recordingDidFail(roomCode);
         co_return;
     }
     if (!co_await microphoneIsGranted()) {
         tellUser(RecordingMessages::microphoneDenied);
-        session_.recordingDidFail(false);
+        recordingDidFail(roomCode);
         co_return;
     }
     const ResolvedDevices resolved = resolveDevices(audioOnly);
@@ -200,6 +200,7 @@ AppModel::openDevices(const ResolvedDevices& resolved, const std::filesystem::pa
 }
 
 void AppModel::giveUpOpening(const std::string& baseName, Sidecar sidecar, bool continuing) {
+    const std::string roomCode = sidecar.roomCode;
     log_.diagnostic("nothing could be opened for " + baseName);
     if (continuing) {
         setCaptureWarning(RecordingMessages::nothingReopened);
@@ -209,7 +210,7 @@ void AppModel::giveUpOpening(const std::string& baseName, Sidecar sidecar, bool 
     sidecar = SidecarUpdate::noting(std::move(sidecar), RecordingNotes::nothingOpened);
     writeSidecar(
         baseName, SidecarUpdate::finished(std::move(sidecar), environment_.dateProvider.now()));
-    session_.recordingDidFail(false);
+    recordingDidFail(roomCode);
     refreshStatusLine();
 }
 
@@ -311,26 +312,27 @@ void AppModel::keepWhateverWasRecorded(
 
 // Failing
 
-Task<void>
-AppModel::processCaptureFailure(RecorderError error, std::optional<std::string> failedBaseName) {
+Task<void> AppModel::processCaptureFailure(
+    RecorderError error, std::optional<std::string> failedRoom,
+    std::optional<std::string> failedBaseName) {
     if (currentBaseName_ && currentBaseName_ != failedBaseName) {
         // A stop that was asked for before has ended that segment, and the next one records.
         co_return;
     }
-    const auto roomCode = sessionState.get().roomCode();
-    if (!roomCode) {
+    if (!failedRoom || !sessionState.get().roomCode()) {
         co_return;
     }
-    const int failures = ++failureCountByRoom_[*roomCode];
+    const std::string roomCode = *failedRoom;
+    const int failures = ++failureCountByRoom_[roomCode];
     const RecoveryDecision decision = CaptureRecoveryPolicy::decide(
-        error.failureKind(), failures, sessionState.get().isRecording());
+        error.failureKind(), failures, sessionState.get() == SessionState::recording(roomCode));
     const std::string message = error.userMessage();
     log_.diagnostic(fmt::format(
-        "capture failure #{} in room {}: {} file={} decision={}", failures, *roomCode, message,
+        "capture failure #{} in room {}: {} file={} decision={}", failures, roomCode, message,
         currentBaseName_.value_or("-"), describe(decision)));
     if (!currentBaseName_ || !currentSidecar_) {
         tellUser(message);
-        session_.recordingDidFail(false);
+        recordingDidFail(roomCode);
         co_return;
     }
     const std::string baseName = *std::exchange(currentBaseName_, std::nullopt);
@@ -349,7 +351,7 @@ AppModel::processCaptureFailure(RecorderError error, std::optional<std::string> 
     if (!continuedIn) {
         setCaptureWarning(RecordingMessages::stoppedAt(time, message));
         tellUser(message);
-        session_.recordingDidFail(false);
+        recordingDidFail(roomCode);
         refreshStatusLine();
         co_return;
     }
@@ -362,7 +364,7 @@ AppModel::processCaptureFailure(RecorderError error, std::optional<std::string> 
         .sidecarPath = folder_.sidecarURL(baseName),
         .movPath = folder_.movURL(baseName),
     };
-    co_await beginRecording(*roomCode, std::move(continuation), decision.audioOnly);
+    co_await beginRecording(roomCode, std::move(continuation), decision.audioOnly);
 }
 
 void AppModel::blockCameraNamed(const std::string& localizedName) {
@@ -434,6 +436,13 @@ Task<void> AppModel::repairInterruptedRecordings() {
 }
 
 // Shared steps
+
+void AppModel::recordingDidFail(const std::string& roomCode) {
+    // By the time of a job the session may be recording another call, whose own start still waits.
+    if (sessionState.get() == SessionState::recording(roomCode)) {
+        session_.recordingDidFail(false);
+    }
+}
 
 void AppModel::writeSidecar(const std::string& baseName, const Sidecar& sidecar) {
     const auto written = SidecarStore::write(
