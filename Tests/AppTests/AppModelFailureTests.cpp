@@ -470,6 +470,18 @@ TEST_F(AppModelFailure, ALateFailureLeavesTheNextRecordingAlone) {
     EXPECT_THAT(folderContents(), Contains("2026-03-14_0930-2.mp4"));
 }
 
+TEST_F(AppModelFailure, AFailureBetweenAStopAndTheNextStartLeavesTheNextRecordingAlone) {
+    recordZoomCall();
+    model().stopRecordingFromMenu();
+    deviceDies();
+    model().recordNowFromMenu(); // all before any of it is seen to
+    runFor(10s);
+    EXPECT_EQ(sessionInWords(), "recording manual#2");
+    model().stopRecordingFromMenu();
+    settle();
+    EXPECT_FALSE(capture.output().isRecording()) << "nothing runs on that nobody can stop";
+}
+
 TEST_F(AppModelFailure, ARestartThatFailsAfterItsCallLeavesTheNextRecordingAlone) {
     recordZoomCall();
     exporter().script().finishAtOnce = false;
