@@ -1,7 +1,7 @@
 #include "BrindleRecorderLinux/Media/FragmentedMovieWriter.hpp"
 #include "BrindleRecorderLinux/Media/MediaEncoder.hpp"
 
-#include "MovieFixtures.hpp"
+#include "Support/TemporaryFolder.hpp"
 #include "MovieInspection.hpp"
 #include "SyntheticMedia.hpp"
 

@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/Media/MovieRecording.hpp"
 
-#include "MovieFixtures.hpp"
+#include "Support/TemporaryFolder.hpp"
 #include "MovieInspection.hpp"
 #include "SyntheticMedia.hpp"
 

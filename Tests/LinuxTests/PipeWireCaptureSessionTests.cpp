@@ -1,7 +1,7 @@
 #include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSession.hpp"
 
 #include "DesktopDevices.hpp"
-#include "MovieFixtures.hpp"
+#include "Support/TemporaryFolder.hpp"
 #include "MovieInspection.hpp"
 #include "Support/ManualMainLoop.hpp"
 #include "SyntheticMedia.hpp"

@@ -2,7 +2,7 @@
 
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "DesktopDevices.hpp"
-#include "MovieFixtures.hpp"
+#include "Support/TemporaryFolder.hpp"
 #include "MovieInspection.hpp"
 #include "SyntheticMedia.hpp"
 #include "TestCamera.hpp"
