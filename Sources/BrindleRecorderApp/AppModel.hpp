@@ -90,7 +90,7 @@ class AppModel {
     void openRecordingsFolder();
 
     /// The user wants the program to end. Whoever runs the main loop decides how.
-    void requestQuit();
+    void requestQuit() const;
     std::function<void()> onQuitRequest;
 
     /// Switches automatic recording of a call family on or off.

@@ -251,7 +251,7 @@ void AppModel::openRecordingsFolder() {
     environment_.workspace.openFolder(folder_.root);
 }
 
-void AppModel::requestQuit() {
+void AppModel::requestQuit() const {
     if (onQuitRequest) {
         onQuitRequest();
     }

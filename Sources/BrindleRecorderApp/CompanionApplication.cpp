@@ -25,7 +25,7 @@ std::optional<std::filesystem::path> enclosingApplication(const std::filesystem:
 std::optional<std::filesystem::path>
 CompanionApplication::find(const Workspace& workspace, const ProcessRegistry& processRegistry) {
     if (const auto own = workspace.ownApplication()) {
-        const auto enclosing = enclosingApplication(*own);
+        auto enclosing = enclosingApplication(*own);
         if (enclosing &&
             processRegistry.bundleIdentifierOfApplication(*enclosing) == bundleIdentifier) {
             return enclosing;

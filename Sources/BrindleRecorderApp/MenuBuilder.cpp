@@ -133,7 +133,7 @@ MenuItem MenuBuilder::devicePicker(const DevicePicker& picker) {
     if (picker.devices.empty()) {
         return submenu(picker.id, picker.title, {text(picker.id + ".none", picker.noneFound)});
     }
-    const auto choose = [this, &picker](std::optional<std::string> uniqueID) {
+    const auto choose = [this, &picker](const std::optional<std::string>& uniqueID) {
         return [&model = model_, &preferred = picker.preferred, uniqueID] {
             preferred.set(uniqueID);
             model.refreshStatusLine();

@@ -14,7 +14,6 @@ namespace brindle {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;

@@ -18,10 +18,7 @@ namespace brindle {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::Contains;
-using testing::EndsWith;
 using testing::IsEmpty;
-using testing::Not;
 
 class AppModelLifetime : public testing::Test, protected test::AppScene {};
 

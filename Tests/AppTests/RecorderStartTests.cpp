@@ -10,7 +10,6 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::HasSubstr;
-using testing::IsSupersetOf;
 using testing::Not;
 
 using RecorderStart = test::RecorderFixture;

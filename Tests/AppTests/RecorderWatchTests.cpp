@@ -17,7 +17,6 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 
 using RecorderWatch = test::RecorderFixture;
 

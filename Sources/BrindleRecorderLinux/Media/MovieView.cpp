@@ -13,10 +13,10 @@ namespace {
 constexpr int bufferSize = 256 * 1024;
 
 void putBigEndian(std::uint64_t value, std::span<std::uint8_t> bytes) {
-    for (auto byte = bytes.rbegin(); byte != bytes.rend(); ++byte) {
-        *byte = static_cast<std::uint8_t>(value & 0xFFU);
+    std::for_each(bytes.rbegin(), bytes.rend(), [&value](std::uint8_t& byte) {
+        byte = static_cast<std::uint8_t>(value & 0xFFU);
         value >>= 8U;
-    }
+    });
 }
 
 /// The head of a box (ISO/IEC 14496-12, 4.2), with a long size where the short one cannot hold it.

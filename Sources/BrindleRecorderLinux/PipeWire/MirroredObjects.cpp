@@ -178,7 +178,7 @@ void MirroredDefaults::update(std::uint32_t subject, const char* key, const char
     }
 }
 
-void MirroredDefaults::set(std::optional<std::string>& name, const char* value) {
+void MirroredDefaults::set(std::optional<std::string>& name, const char* value) const {
     auto newName = value == nullptr ? std::nullopt : nodeNameIn(value);
     if (newName != name) {
         name = std::move(newName);

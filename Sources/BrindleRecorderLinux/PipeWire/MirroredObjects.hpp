@@ -93,7 +93,7 @@ class MirroredDefaults {
 
   private:
     void update(std::uint32_t subject, const char* key, const char* value);
-    void set(std::optional<std::string>& name, const char* value);
+    void set(std::optional<std::string>& name, const char* value) const;
 
     MirrorSource source_;
     std::optional<std::string> sourceName_;
