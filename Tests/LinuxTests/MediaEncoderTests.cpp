@@ -1,8 +1,8 @@
 #include "BrindleRecorderLinux/Media/FragmentedMovieWriter.hpp"
 #include "BrindleRecorderLinux/Media/MediaEncoder.hpp"
 
-#include "Support/TemporaryFolder.hpp"
 #include "MovieInspection.hpp"
+#include "Support/TemporaryFolder.hpp"
 #include "SyntheticMedia.hpp"
 
 #include <gtest/gtest.h>

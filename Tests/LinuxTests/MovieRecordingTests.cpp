@@ -1,7 +1,7 @@
 #include "BrindleRecorderLinux/Media/MovieRecording.hpp"
 
-#include "Support/TemporaryFolder.hpp"
 #include "MovieInspection.hpp"
+#include "Support/TemporaryFolder.hpp"
 #include "SyntheticMedia.hpp"
 
 #include <gtest/gtest.h>

@@ -1,9 +1,9 @@
 #include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSession.hpp"
 
 #include "DesktopDevices.hpp"
-#include "Support/TemporaryFolder.hpp"
 #include "MovieInspection.hpp"
 #include "Support/ManualMainLoop.hpp"
+#include "Support/TemporaryFolder.hpp"
 #include "SyntheticMedia.hpp"
 #include "TestCamera.hpp"
 

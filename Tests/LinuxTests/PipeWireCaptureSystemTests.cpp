@@ -2,8 +2,8 @@
 
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "DesktopDevices.hpp"
-#include "Support/TemporaryFolder.hpp"
 #include "MovieInspection.hpp"
+#include "Support/TemporaryFolder.hpp"
 #include "SyntheticMedia.hpp"
 #include "TestCamera.hpp"
 
