@@ -46,7 +46,7 @@ coverage:
 	@scripts/coverage
 
 bench:
-	@scripts/install-dependencies build demo bench
+	@scripts/install-dependencies build demo
 	@scripts/build release
 	@scripts/bench
 
@@ -63,7 +63,7 @@ format:
 	@scripts/format
 
 install-dependencies:
-	@scripts/install-dependencies build demo test coverage bench lint
+	@scripts/install-dependencies build demo test coverage lint
 
 clean:
 	rm -rf build
