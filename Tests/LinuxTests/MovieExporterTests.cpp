@@ -408,6 +408,24 @@ TEST_F(MovieExportDamage, LeavesOutWhatAHoleHasTakenUpToTheNextKeyFrame) {
     }
 }
 
+TEST_F(MovieExportDamage, DoesNotBelieveAFragmentWhoseHeaderEndsInAHole) {
+    // What is left of the list of sizes goes on in zeros, and so does the head of the data behind
+    // it.
+    constexpr std::int64_t block = 4096;
+    for (const TopLevelBox& box : boxes) {
+        const std::int64_t from = box.offset + box.size * 19 / 20;
+        if (box.type != "moof") {
+            continue;
+        }
+        for (const std::int64_t length : {block, 3 * block, 41 * block}) {
+            const std::int64_t to = std::min(size, from + length);
+            Bytes damaged = recordingBytes();
+            std::fill(damaged.begin() + from, damaged.begin() + to, std::uint8_t{0});
+            ASSERT_NO_FATAL_FAILURE(expectWhatIsReadable(damaged, from, to, true));
+        }
+    }
+}
+
 TEST_F(MovieExportDamage, FindsTheNextFragmentBehindOneWhoseHeaderIsAHole) {
     for (const TopLevelBox& box : boxes) {
         if (box.type == "moof") {

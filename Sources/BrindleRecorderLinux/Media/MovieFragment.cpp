@@ -154,7 +154,9 @@ class FragmentParser {
                                                ? static_cast<std::int64_t>(fields.u32())
                                                : static_cast<std::int64_t>(fields.i32());
             }
-            if (!fields.ok() || sample.duration > longestGap) {
+            // No picture and no sound is empty: zeros have taken the sizes' place. The media
+            // library refuses the whole movie for one of them.
+            if (!fields.ok() || sample.size == 0 || sample.duration > longestGap) {
                 return false;
             }
             sample.isSync = (flags & isNonSyncSample) == 0;
