@@ -1,5 +1,6 @@
 #include "BrindleRecorderLinux/PipeWire/CaptureConnection.hpp"
 
+#include "BrindleRecorderLinux/PipeWire/ArrivalQueue.hpp"
 #include "BrindleRecorderLinux/PipeWire/CaptureCalls.hpp"
 #include "BrindleRecorderLinux/PipeWire/CaptureStream.hpp"
 #include "BrindleRecorderLinux/PipeWire/Handles.hpp"
@@ -11,7 +12,6 @@
 #include <cerrno>
 #include <charconv>
 #include <cstring>
-#include <deque>
 #include <string_view>
 #include <utility>
 #include <variant>
@@ -105,8 +105,7 @@ class CaptureConnection::Implementation {
     void removed(std::uint32_t id);
     void answered(int sequence);
     void arrived(Captured captured);
-    void confirmArrivals();
-    void handOn(Captured& captured);
+    void handOn(Captured captured);
     void checkSilence();
     void fail(PlatformError error);
 
@@ -124,11 +123,11 @@ class CaptureConnection::Implementation {
     std::optional<PlatformError> startError_;
 
     int lastAnswer_ = -1; ///< the newest of the server's answers
-    std::deque<Captured> unconfirmed_;
-    std::size_t confirmable_ = 0; ///< of those, how many arrived before the open question
-    std::optional<int> openQuestion_;
-    std::uint64_t arrivals_ = 0;
-    std::uint64_t handedOn_ = 0;
+    ArrivalQueue<Captured> arrivals_{
+        [this] { return calls::sync(core_.get()); },
+        [this](Captured captured) {
+            handOn(std::move(captured));
+        }};
     media::Moment lastPicture_{0};
     media::Moment lastSound_{0};
 
@@ -372,38 +371,17 @@ void CaptureConnection::Implementation::removed(std::uint32_t id) {
 
 void CaptureConnection::Implementation::answered(int sequence) {
     lastAnswer_ = sequence;
-    if (openQuestion_ == sequence) {
-        openQuestion_.reset();
-        for (; confirmable_ > 0; --confirmable_) {
-            handOn(unconfirmed_.front());
-            unconfirmed_.pop_front();
-            ++handedOn_;
-        }
-        confirmArrivals();
-    }
+    arrivals_.answered(sequence);
     pw_thread_loop_signal(loop_.get(), false);
 }
 
 void CaptureConnection::Implementation::arrived(Captured captured) {
-    if (failed_) {
-        return;
-    }
-    unconfirmed_.push_back(std::move(captured));
-    ++arrivals_;
-    confirmArrivals();
-}
-
-/// The server announces a connection before anything passes through it. Whatever arrived before a
-/// question was asked has therefore come through connections that are known, and judged, when the
-/// answer is here.
-void CaptureConnection::Implementation::confirmArrivals() {
-    if (!failed_ && !openQuestion_ && !unconfirmed_.empty()) {
-        confirmable_ = unconfirmed_.size();
-        openQuestion_ = calls::sync(core_.get());
+    if (!failed_) {
+        arrivals_.arrived(std::move(captured));
     }
 }
 
-void CaptureConnection::Implementation::handOn(Captured& captured) {
+void CaptureConnection::Implementation::handOn(Captured captured) {
     if (auto* picture = std::get_if<media::CapturedPicture>(&captured)) {
         lastPicture_ = media::monotonicNow();
         handlers_.picture(std::move(*picture));
@@ -418,8 +396,8 @@ void CaptureConnection::Implementation::settle() {
         return;
     }
     const LoopLock lock{loop_.get()};
-    waitFor(loop_.get(), settlesWithin, [this, wanted = arrivals_] {
-        return failed_ || handedOn_ >= wanted;
+    waitFor(loop_.get(), settlesWithin, [this, wanted = arrivals_.arrivals()] {
+        return failed_ || arrivals_.handedOn() >= wanted;
     });
 }
 
@@ -437,9 +415,7 @@ void CaptureConnection::Implementation::fail(PlatformError error) {
     if (std::exchange(failed_, true)) {
         return;
     }
-    unconfirmed_.clear();
-    confirmable_ = 0;
-    openQuestion_.reset();
+    arrivals_.clear();
     if (starting_) {
         startError_ = std::move(error);
     } else if (handlers_.failed) {
