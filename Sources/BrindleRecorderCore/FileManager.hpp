@@ -44,7 +44,8 @@ class FileManager {
     [[nodiscard]] virtual Expected<std::vector<DirectoryEntry>, FileError>
     contentsOfDirectory(const std::filesystem::path& directory) const = 0;
 
-    /// Whether anything is there; false when that cannot be found out, and for a link to nothing.
+    /// Whether anything is there; false where we may not look, and for a link to nothing. True when
+    /// the disk fails to say, since whoever asks would otherwise write over it or take it for lost.
     [[nodiscard]] virtual bool fileExists(const std::filesystem::path& path) const = 0;
 
     /// Size in bytes of a regular file.

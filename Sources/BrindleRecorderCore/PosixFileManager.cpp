@@ -123,7 +123,14 @@ PosixFileManager::contentsOfDirectory(const Path& directory) const {
 }
 
 bool PosixFileManager::fileExists(const Path& path) const {
-    return statusOf(path).has_value();
+    const auto status = statusOf(path);
+    if (status) {
+        return true;
+    }
+    const auto& code = status.error().code;
+    return code != std::errc::no_such_file_or_directory && code != std::errc::not_a_directory &&
+           code != std::errc::permission_denied && code != std::errc::filename_too_long &&
+           code != std::errc::too_many_symbolic_link_levels;
 }
 
 Expected<std::int64_t, FileError> PosixFileManager::fileSize(const Path& path) const {

@@ -73,7 +73,9 @@ std::string RecordingNaming::uniqueBaseName(
     };
     const std::string base = baseName(date, timeZone);
     std::string candidate = base;
-    for (std::int64_t number = 2; !isFree(candidate); number = sumOrAbort(number, 1)) {
+    // A disk on which every look fails has no name that is known to be free.
+    constexpr int mostTried = 10'000;
+    for (int number = 2; number <= mostTried && !isFree(candidate); ++number) {
         candidate = fmt::format("{}-{}", base, number);
     }
     return candidate;

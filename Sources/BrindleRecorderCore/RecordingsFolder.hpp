@@ -43,7 +43,8 @@ struct RecordingNaming {
     static std::string baseName(Date date, const TimeZone& timeZone);
 
     /// The base name, or with "-2", "-3" and so on the first that no file of a recording in the
-    /// folder has yet. Cannot fail: in a folder that cannot be read every name is free.
+    /// folder has yet. Cannot fail: in a folder that may not be read every name is free. While the
+    /// disk fails to say what is there, no name counts as free, and after 10,000 the last is taken.
     static std::string uniqueBaseName(
         Date date, const std::filesystem::path& folder, const TimeZone& timeZone,
         const FileManager& fileManager);

@@ -100,8 +100,10 @@ TEST(InMemoryFileManager, FailsTheCallThatWasNamed) {
 
     disk.failEveryCallWith(file, std::errc::timed_out);
     EXPECT_EQ(disk.readFile(file, 10).error().code, std::errc::timed_out);
-    EXPECT_FALSE(disk.fileExists(file));
+    EXPECT_TRUE(disk.fileExists(file)) << "what cannot be found out counts as there";
     EXPECT_TRUE(disk.fileExists(folder));
+    disk.failEveryCallWith(file, std::errc::permission_denied);
+    EXPECT_FALSE(disk.fileExists(file));
     disk.stopFailing();
     EXPECT_TRUE(disk.fileExists(file));
 }

@@ -218,5 +218,22 @@ TEST(RecordingNaming, EveryNameIsFreeInAFolderThatCannotBeRead) {
         "2025-03-14_0930");
 }
 
+TEST(RecordingNaming, ANameIsNotFreeWhenTheDiskFailsToSay) {
+    InMemoryFileManager disk;
+    disk.putFile(folder.mp4URL("2025-03-14_0930"), "");
+    disk.failCall(Operation::fileExists, 2, std::errc::io_error);
+    EXPECT_EQ(
+        RecordingNaming::uniqueBaseName(piDay, folder.root, TimeZone::utc(), disk),
+        "2025-03-14_0930-2");
+}
+
+TEST(RecordingNaming, ADiskThatNeverSaysAnythingDoesNotKeepUsForEver) {
+    InMemoryFileManager disk;
+    disk.failEveryCall(Operation::fileExists, std::errc::io_error);
+    EXPECT_EQ(
+        RecordingNaming::uniqueBaseName(piDay, folder.root, TimeZone::utc(), disk),
+        "2025-03-14_0930-10000");
+}
+
 } // namespace
 } // namespace brindle

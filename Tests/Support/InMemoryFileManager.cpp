@@ -301,7 +301,8 @@ InMemoryFileManager::contentsOfDirectory(const Path& directory) const {
 
 bool InMemoryFileManager::fileExists(const Path& path) const {
     const std::lock_guard lock{mutex_};
-    return !enter(Operation::fileExists, path) && find(path) != nullptr;
+    const auto error = enter(Operation::fileExists, path);
+    return error ? *error != std::errc::permission_denied : find(path) != nullptr;
 }
 
 Expected<std::int64_t, FileError> InMemoryFileManager::fileSize(const Path& path) const {

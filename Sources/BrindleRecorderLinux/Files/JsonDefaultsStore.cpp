@@ -78,9 +78,13 @@ Expected<nlohmann::ordered_json, JsonDefaultsStore::Reason> JsonDefaultsStore::r
 
 Expected<void, JsonDefaultsStore::Reason> JsonDefaultsStore::setAside(const Reason& damage) {
     damageInPlace_ = damage;
+    constexpr int mostSetAside = 1000;
     std::filesystem::path aside;
     int number = 0;
     do {
+        if (number == mostSetAside) {
+            return unexpected{Reason{"no name is free"}};
+        }
         aside = file_;
         aside += fmt::format(".damaged-{}", ++number);
     } while (fileManager_.fileExists(aside));
