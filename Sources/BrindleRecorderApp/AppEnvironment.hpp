@@ -18,6 +18,7 @@ class LoginItems;
 class MainLoop;
 class MovieExporter;
 class ProcessRegistry;
+class SystemEvents;
 class SystemLog;
 class UserNotifications;
 class WindowList;
@@ -41,8 +42,13 @@ struct AppEnvironment {
     DefaultsStore& defaults;
     LoginItems& loginItems;
     Workspace& workspace;
+    /// Absent where the desktop announces neither sleep nor the end of the session.
+    SystemEvents* systemEvents = nullptr;
     /// The user's time zone at the moment.
     std::function<TimeZone()> currentTimeZone = TimeZone::current;
+    /// Lets the clock follow corrections of the wall time. Called only while no call is going on,
+    /// so that no call is ever lengthened, cut or split by one.
+    std::function<void()> takeOverWallTime = [] {};
 };
 
 } // namespace brindle

@@ -1,8 +1,9 @@
 // The application's one coordinator: it watches for calls, starts and stops recordings, and
 // publishes what the icon and the menu show.
 //
-// Its two halves are two files: AppModelDetection.cpp finds calls and drives the session,
-// AppModelRecording.cpp makes the recordings that the session asks for.
+// Its parts are three files: AppModelDetection.cpp finds calls and drives the session,
+// AppModelRecording.cpp makes the recordings that the session asks for, and AppModelLifetime.cpp
+// does what launching, quitting and the machine's sleep ask for.
 #pragma once
 
 #include "BrindleRecorderApp/AppEnvironment.hpp"
@@ -16,6 +17,7 @@
 #include "BrindleRecorderApp/Notifier.hpp"
 #include "BrindleRecorderApp/Permissions.hpp"
 #include "BrindleRecorderApp/Platform/MainLoop.hpp"
+#include "BrindleRecorderApp/Platform/Observation.hpp"
 #include "BrindleRecorderApp/Recorder.hpp"
 #include "BrindleRecorderApp/Remuxer.hpp"
 #include "BrindleRecorderApp/Settings.hpp"
@@ -65,7 +67,8 @@ class AppModel {
     Notifier notifier;
 
     /// What the program does once it is up, in this order: asks for permission to notify, begins to
-    /// watch for calls, repairs what an earlier run left, asks for camera and microphone. Once.
+    /// watch for calls, repairs what an earlier run left, asks for camera and microphone. A
+    /// question about notifications that nobody answers holds the rest up for a while only. Once.
     void launch();
 
     /// Begins to watch for calls. Does nothing when it has begun.
@@ -105,9 +108,15 @@ class AppModel {
     /// Converts and closes the recordings that an earlier run left unfinished. Once per launch.
     Task<void> repairInterruptedRecordings();
 
-    /// Stops watching, stops and keeps a running recording, and calls `finished` when nothing is
-    /// being done any more.
+    /// Stops watching, takes an open prompt back, stops and keeps a running recording, and calls
+    /// `finished` when nothing is being done any more. From then on nothing begins again.
     void prepareToQuit(std::function<void()> finished);
+
+    /// The machine is about to sleep: stops watching, stops and keeps a running recording, and
+    /// calls `ready` when nothing is being done any more.
+    void prepareToSleep(std::function<void()> ready);
+    /// The machine has woken: watches again, and records a call that still goes on into a new file.
+    void wakeUp();
 
     void refreshStatusLine();
 
@@ -140,8 +149,14 @@ class AppModel {
         std::optional<CaptureDeviceInfo> microphone;
     };
 
-    // Detection (AppModelDetection.cpp)
+    // Lifetime (AppModelLifetime.cpp)
+    void observeSystemEvents();
+    Task<void> askForNotifications();
+    void goToWork();
     Task<void> runLaunch();
+    void resumeAfterSleep();
+
+    // Detection (AppModelDetection.cpp)
     void poll();
     void tick();
     void readMicrophone();
@@ -149,6 +164,8 @@ class AppModel {
     void handleDetectorEvent(const CallDetectorEvent& event);
     void handleAskAnswer(const std::string& label, bool record);
     void withdrawStaleAsk();
+    [[nodiscard]] bool somebodyMayBeInACall() const;
+    [[nodiscard]] bool noCallGoesOn() const;
     void driveSession();
     void sessionStateDidChange(const SessionState& newState);
     void setCaptureWarning(const std::string& warning);
@@ -157,6 +174,9 @@ class AppModel {
     // Recording (AppModelRecording.cpp)
     void startRecording(const std::string& roomCode);
     void stopRecording(bool keep);
+    /// Whether the session wants this room recorded at this moment.
+    [[nodiscard]] bool isWanted(const std::string& roomCode) const;
+    Task<void> beginRecordingIfWanted(std::string roomCode);
     Task<void>
     beginRecording(std::string roomCode, std::optional<Continuation> continuing, bool audioOnly);
     [[nodiscard]] bool diskSpaceAllowsRecording();
@@ -181,7 +201,9 @@ class AppModel {
         RecorderError error, std::optional<std::string> failedRoom,
         std::optional<std::string> failedBaseName);
     void blockCameraNamed(const std::string& localizedName);
-    Task<void> finaliseAfterCaptureFailure(
+    /// Where the call goes on: `continuedIn`, or nothing when it was over before the segment was
+    /// converted.
+    Task<std::optional<std::string>> finaliseAfterCaptureFailure(
         std::string baseName, Sidecar sidecar, RecorderError error,
         std::optional<std::string> continuedIn);
     /// Has the call not recorded again. Does nothing once the session is about another one.
@@ -205,6 +227,13 @@ class AppModel {
     std::unique_ptr<MainLoop::Timer> pollTimer_;
     std::unique_ptr<MainLoop::Timer> tickTimer_;
 
+    std::unique_ptr<MainLoop::Timer> launchPatience_; ///< with the answer about notifications
+    std::unique_ptr<Observation> systemObservation_;
+    bool isQuitting_ = false;
+    bool isAsleep_ = false;
+    /// The session records, but sleep has stopped the capture.
+    bool recordingIsPaused_ = false;
+
     // The segment being recorded: both present from a successful start until a stop or a failure
     // takes them.
     std::optional<std::string> currentBaseName_;
@@ -216,9 +245,11 @@ class AppModel {
     std::map<std::string, int> failureCountByRoom_;
     std::set<std::string> blockedCameraIDs_;
 
-    // Last, so that no job outlives what it uses. A recording never waits for the launch's repairs.
+    // Last, so that no job outlives what it uses. A recording never waits for the launch's repairs,
+    // and these not for ever for the user.
     JobChain pendingWork_;
     JobChain launchWork_;
+    JobChain notificationWork_;
 };
 
 } // namespace brindle

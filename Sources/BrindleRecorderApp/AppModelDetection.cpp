@@ -1,10 +1,11 @@
-// The first half of the application model: finding calls and driving the session.
+// The first part of the application model: finding calls and driving the session.
 #include "BrindleRecorderApp/AppModel.hpp"
 #include "BrindleRecorderApp/Platform/Workspace.hpp"
 #include "BrindleRecorderApp/StatusText.hpp"
 #include "BrindleRecorderCore/ByteCount.hpp"
 #include "BrindleRecorderCore/DateProvider.hpp"
 
+#include <algorithm>
 #include <fmt/format.h>
 #include <utility>
 #include <variant>
@@ -58,7 +59,8 @@ AppModel::AppModel(const AppEnvironment& environment, RecordingsFolder folder)
       mic_{environment.audioObjects, environment.processRegistry, environment.windowList},
       callDetector_{detectorConfig(settings.disabledCallFamilies.get(), false)},
       sessionBridge_{std::make_shared<SessionBridge>(*this)}, session_{environment.dateProvider, 1},
-      pendingWork_{environment.mainLoop}, launchWork_{environment.mainLoop} {
+      pendingWork_{environment.mainLoop}, launchWork_{environment.mainLoop},
+      notificationWork_{environment.mainLoop} {
     session_.delegate = sessionBridge_;
     session_.onStateChange = [this](const SessionState& state) {
         sessionStateDidChange(state);
@@ -80,6 +82,7 @@ AppModel::AppModel(const AppEnvironment& environment, RecordingsFolder folder)
             return processCaptureFailure(error, room, baseName);
         });
     };
+    observeSystemEvents();
     // A folder that cannot be made now is tried again when a recording begins.
     static_cast<void>(folder_.createIfNeeded(environment_.fileManager));
     refreshFolderSize();
@@ -88,17 +91,6 @@ AppModel::AppModel(const AppEnvironment& environment, RecordingsFolder folder)
 
 AppModel::~AppModel() {
     stopPolling();
-}
-
-void AppModel::launch() {
-    launchWork_.enqueue([this] { return runLaunch(); });
-}
-
-Task<void> AppModel::runLaunch() {
-    co_await notifier.requestAuthorization();
-    startPolling();
-    co_await repairInterruptedRecordings();
-    co_await permissions.requestCameraAndMicrophone();
 }
 
 void AppModel::startPolling() {
@@ -118,6 +110,9 @@ void AppModel::stopPolling() {
 
 void AppModel::poll() {
     readMicrophone();
+    if (noCallGoesOn()) {
+        environment_.takeOverWallTime();
+    }
     permissions.refresh();
     devices.refresh();
     evaluateCalls(false);
@@ -144,7 +139,19 @@ void AppModel::evaluateCalls(bool readMic) {
         mic_.withWindowTitles(lastMicSnapshot_), environment_.dateProvider.now()));
     withdrawStaleAsk();
     driveSession();
+    resumeAfterSleep();
     refreshStatusLine();
+}
+
+bool AppModel::somebodyMayBeInACall() const {
+    return std::ranges::any_of(lastMicSnapshot_, [this](const MicUser& user) {
+        return callDetector_.classify(user).has_value();
+    });
+}
+
+bool AppModel::noCallGoesOn() const {
+    return sessionState.get().isIdle() && callDetector_.phase().isIdle() && pendingWork_.isIdle() &&
+           !somebodyMayBeInACall();
 }
 
 void AppModel::handleDetectorEvents(const std::vector<CallDetectorEvent>& events) {
@@ -170,7 +177,9 @@ void AppModel::handleDetectorEvent(const CallDetectorEvent& event) {
 }
 
 void AppModel::handleAskAnswer(const std::string& label, bool record) {
-    pendingAskLabel.set(std::nullopt);
+    if (pendingAskLabel.get() == label) {
+        pendingAskLabel.set(std::nullopt);
+    }
     if (const auto event = callDetector_.answer(label, record)) {
         handleDetectorEvent(*event);
     }
@@ -200,12 +209,16 @@ void AppModel::answerPendingAsk(bool record) {
 }
 
 void AppModel::driveSession() {
+    if (isQuitting_) {
+        return;
+    }
     const auto label = callDetector_.activeLabel();
     session_.handle(label ? DetectorState::inCall(*label) : DetectorState::noRoomTab());
 }
 
 void AppModel::sessionStateDidChange(const SessionState& newState) {
     sessionState.set(newState);
+    recordingIsPaused_ = false; // whatever is recorded from here on has a start of its own
     if (newState.isRecording()) {
         lastRecordingError.set(std::nullopt);
     } else if (callDetector_.activeLabel()) {
@@ -222,7 +235,7 @@ void AppModel::sessionStateDidChange(const SessionState& newState) {
 }
 
 void AppModel::recordNowFromMenu() {
-    if (sessionState.get().isRecording()) {
+    if (isQuitting_ || sessionState.get().isRecording()) {
         return;
     }
     readMicrophone();
@@ -314,12 +327,6 @@ void AppModel::refreshFolderSize() {
 void AppModel::setCaptureWarning(const std::string& warning) {
     captureWarning.set(warning);
     lastRecordingError.set(warning);
-}
-
-void AppModel::prepareToQuit(std::function<void()> finished) {
-    stopPolling();
-    session_.stopAndKeep();
-    pendingWork_.whenIdle(std::move(finished));
 }
 
 } // namespace brindle

@@ -1,4 +1,4 @@
-// The second half of the application model: the life of a recording, from the session's request to
+// The second part of the application model: the life of a recording, from the session's request to
 // the finished .mp4, and everything that may happen to it on the way.
 #include "BrindleRecorderApp/AppModel.hpp"
 #include "BrindleRecorderApp/Diagnostics.hpp"
@@ -58,8 +58,7 @@ std::vector<std::optional<CaptureDeviceInfo>> cameraAttempts(
 } // namespace
 
 void AppModel::startRecording(const std::string& roomCode) {
-    pendingWork_.enqueue(
-        [this, roomCode] { return beginRecording(roomCode, std::nullopt, false); });
+    pendingWork_.enqueue([this, roomCode] { return beginRecordingIfWanted(roomCode); });
 }
 
 void AppModel::stopRecording(bool keep) {
@@ -67,6 +66,19 @@ void AppModel::stopRecording(bool keep) {
 }
 
 // Beginning
+
+bool AppModel::isWanted(const std::string& roomCode) const {
+    return sessionState.get() == SessionState::recording(roomCode) && !recordingIsPaused_;
+}
+
+Task<void> AppModel::beginRecordingIfWanted(std::string roomCode) {
+    if (isWanted(roomCode)) {
+        co_await beginRecording(roomCode, std::nullopt, false);
+    } else {
+        // The jobs before took longer than the call: there is nothing to record any more.
+        log_.diagnostic("recording not begun: room=" + roomCode + " is over");
+    }
+}
 
 Task<void> AppModel::beginRecording(
     std::string roomCode, std::optional<Continuation> continuing, bool audioOnly) {
@@ -271,7 +283,14 @@ Task<void> AppModel::discard(std::string baseName) {
 
 Task<void> AppModel::keep(std::string baseName, Sidecar sidecar) {
     log_.system(EventLog::Level::info, "stop and keep: " + baseName);
+    const RecorderStatus before = recorder_.status().get();
     const auto kept = co_await recorder_.stopAndKeep(folder_.mp4URL(baseName));
+    if (const auto* failed = std::get_if<RecorderStatus::Failed>(&before.value); failed && !kept) {
+        // It failed just before it was to stop, so there is nothing to stop but all to convert.
+        co_await finaliseAfterCaptureFailure(
+            baseName, std::move(sidecar), failed->error, std::nullopt);
+        co_return;
+    }
     if (!kept) {
         keepWhateverWasRecorded(baseName, sidecar, kept.error());
         co_return;
@@ -319,13 +338,13 @@ Task<void> AppModel::processCaptureFailure(
         // A stop that was asked for before has ended that segment, and the next one records.
         co_return;
     }
-    if (!failedRoom || !sessionState.get().roomCode()) {
+    if (!failedRoom || (!sessionState.get().roomCode() && !currentBaseName_)) {
         co_return;
     }
     const std::string roomCode = *failedRoom;
     const int failures = ++failureCountByRoom_[roomCode];
-    const RecoveryDecision decision = CaptureRecoveryPolicy::decide(
-        error.failureKind(), failures, sessionState.get() == SessionState::recording(roomCode));
+    const RecoveryDecision decision =
+        CaptureRecoveryPolicy::decide(error.failureKind(), failures, isWanted(roomCode));
     const std::string message = error.userMessage();
     log_.diagnostic(fmt::format(
         "capture failure #{} in room {}: {} file={} decision={}", failures, roomCode, message,
@@ -337,14 +356,14 @@ Task<void> AppModel::processCaptureFailure(
     }
     const std::string baseName = *std::exchange(currentBaseName_, std::nullopt);
     const Sidecar sidecar = *std::exchange(currentSidecar_, std::nullopt);
-    if (decision.blockCurrentCamera) {
+    if (decision.blockCurrentCamera && sessionState.get().roomCode() == roomCode) {
         blockCameraNamed(sidecar.videoDevice);
     }
     std::optional<std::string> continuedIn;
     if (decision.restart) {
         continuedIn = uniqueBaseName();
     }
-    co_await finaliseAfterCaptureFailure(baseName, sidecar, error, continuedIn);
+    continuedIn = co_await finaliseAfterCaptureFailure(baseName, sidecar, error, continuedIn);
 
     const std::string time = RecordingMessages::timeOfDay(
         environment_.dateProvider.now(), environment_.currentTimeZone());
@@ -376,25 +395,35 @@ void AppModel::blockCameraNamed(const std::string& localizedName) {
     }
 }
 
-Task<void> AppModel::finaliseAfterCaptureFailure(
+Task<std::optional<std::string>> AppModel::finaliseAfterCaptureFailure(
     std::string baseName, Sidecar sidecar, RecorderError error,
     std::optional<std::string> continuedIn) {
-    sidecar = SidecarUpdate::noting(
-        std::move(sidecar), RecordingNotes::captureFailure(
-                                environment_.dateProvider.now(), error.userMessage(), continuedIn,
-                                environment_.currentTimeZone()));
+    const Date failedAt = environment_.dateProvider.now();
     // Nothing reads a movie that is still being written.
     co_await recorder_.waitUntilFileIsClosed();
     const auto movPath = folder_.movURL(baseName);
-    if (!environment_.fileManager.fileExists(movPath)) {
-        sidecar = SidecarUpdate::noting(std::move(sidecar), RecordingNotes::noPartialFile);
-    } else if (!co_await remuxer_.remuxToMP4(movPath, folder_.mp4URL(baseName))) {
-        sidecar =
-            SidecarUpdate::noting(std::move(sidecar), RecordingNotes::partialConversionFailed);
+    const bool hasMovie = environment_.fileManager.fileExists(movPath);
+    bool converted = false;
+    if (hasMovie) {
+        const auto remuxed = co_await remuxer_.remuxToMP4(movPath, folder_.mp4URL(baseName));
+        converted = remuxed.has_value();
+    }
+    if (!isWanted(sidecar.roomCode)) {
+        continuedIn.reset(); // the call was over before this segment was converted
+    }
+    sidecar = SidecarUpdate::noting(
+        std::move(sidecar),
+        RecordingNotes::captureFailure(
+            failedAt, error.userMessage(), continuedIn, environment_.currentTimeZone()));
+    if (!converted) {
+        sidecar = SidecarUpdate::noting(
+            std::move(sidecar),
+            hasMovie ? RecordingNotes::partialConversionFailed : RecordingNotes::noPartialFile);
     }
     writeSidecar(
         baseName, SidecarUpdate::finished(std::move(sidecar), environment_.dateProvider.now()));
     refreshFolderSize();
+    co_return continuedIn;
 }
 
 // Repairing
@@ -438,8 +467,9 @@ Task<void> AppModel::repairInterruptedRecordings() {
 // Shared steps
 
 void AppModel::recordingDidFail(const std::string& roomCode) {
-    // By the time of a job the session may be recording another call, whose own start still waits.
-    if (sessionState.get() == SessionState::recording(roomCode)) {
+    // By the time of a job the session may be recording another call, whose own start still waits,
+    // or the same one after a sleep.
+    if (isWanted(roomCode)) {
         session_.recordingDidFail(false);
     }
 }

@@ -82,11 +82,23 @@ TEST_F(AppModelDetection, KnowsThePermissionsAtOnce) {
 
 TEST_F(AppModelDetection, WatchesOnlyOnceTheUserHasDecidedAboutNotifications) {
     model().launch();
-    settle();
-    EXPECT_EQ(loop().pendingTimers(), 0U);
+    zoomTakesTheMicrophone();
+    runFor(15s);
+    EXPECT_EQ(sessionInWords(), "idle");
     notifications.answerAuthorization(false);
+    runFor(5s);
+    EXPECT_EQ(sessionInWords(), "recording zoom#1");
+}
+
+TEST_F(AppModelDetection, AQuestionAboutNotificationsThatNobodyAnswersCostsNoCall) {
+    model().launch();
+    zoomTakesTheMicrophone();
+    runFor(20s + 5s);
+    EXPECT_EQ(sessionInWords(), "recording zoom#1");
+    EXPECT_EQ(loop().pendingTimers(), 3U) << "poll, tick and the recorder's watchdog";
+    notifications.answerAuthorization(true);
     settle();
-    EXPECT_EQ(loop().pendingTimers(), 2U);
+    EXPECT_EQ(loop().pendingTimers(), 3U) << "watches once only";
 }
 
 TEST_F(AppModelDetection, AsksForTheDevicesAfterTheRepair) {
@@ -451,8 +463,50 @@ TEST_F(AppModelDetection, AnAnswerToAnOldQuestionIsNoneToThePresentOne) {
     runFor(5s);
     notifications.respond({.label = "zoom#1", .actionIdentifier = Notifier::recordAction});
     EXPECT_EQ(sessionInWords(), "idle");
+    EXPECT_EQ(model().pendingAskLabel.get(), "zoom#2") << "still asks";
     userAnswers("zoom#2", true);
     EXPECT_EQ(sessionInWords(), "recording zoom#2");
+}
+
+// --- The clock ---
+
+TEST_F(AppModelDetection, TheClockFollowsTheWallTimeOnlyWhileNoCallGoesOn) {
+    const auto takenOverIn = [this](std::chrono::seconds duration) {
+        const int before = wallTimesTakenOver;
+        runFor(duration);
+        return wallTimesTakenOver - before;
+    };
+    launch();
+    EXPECT_GT(takenOverIn(10s), 0);
+    zoomTakesTheMicrophone();
+    EXPECT_EQ(takenOverIn(4s), 0) << "a call that may be beginning";
+    EXPECT_EQ(takenOverIn(60s), 0) << "a call";
+    zoomReleasesTheMicrophone();
+    EXPECT_EQ(takenOverIn(19s), 0) << "a call that may go on";
+    runFor(5s);
+    EXPECT_GT(takenOverIn(10s), 0);
+}
+
+TEST_F(AppModelDetection, TheClockDoesNotFollowTheWallTimeDuringARecordingByHand) {
+    launch();
+    model().recordNowFromMenu();
+    settle();
+    const int before = wallTimesTakenOver;
+    runFor(60s);
+    EXPECT_EQ(wallTimesTakenOver, before);
+}
+
+TEST_F(AppModelDetection, TheClockDoesNotFollowTheWallTimeWhileAMovieIsConverted) {
+    recordZoomCall();
+    zoomReleasesTheMicrophone();
+    exporter().script().finishAtOnce = false;
+    runFor(30s);
+    const int before = wallTimesTakenOver;
+    runFor(30s);
+    EXPECT_EQ(wallTimesTakenOver, before);
+    exporter().finish();
+    runFor(5s);
+    EXPECT_GT(wallTimesTakenOver, before);
 }
 
 // --- By hand ---

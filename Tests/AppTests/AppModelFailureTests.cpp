@@ -424,23 +424,60 @@ TEST_F(AppModelFailure, ACallThatEndsWhileItsSegmentIsConvertedLeavesNoRecording
     }
 }
 
-TEST_F(AppModelFailure, ARecordingThatFailedJustBeforeItsStopIsKeptAsItIs) {
+TEST_F(AppModelFailure, ARecordingThatFailedJustBeforeItsStopIsConvertedAllTheSame) {
     recordZoomCall();
     model().stopRecordingFromMenu();
     deviceDies(); // the stop has not begun yet
     settle();
-    EXPECT_EQ(files.contents(folder.movURL(firstBaseName)), "captured");
+    EXPECT_THAT(folderContents(), ElementsAre("2026-03-14_0930.json", "2026-03-14_0930.mp4"));
     EXPECT_THAT(
         sidecar(firstBaseName).notes,
-        ElementsAre("MP4 conversion failed (Not recording.); kept the original recording as "
-                    "2026-03-14_0930.mov"));
+        ElementsAre("capture failed at 2026-03-14T09:30:17Z: " + deviceDead));
     EXPECT_NE(sidecar(firstBaseName).endedAt, std::nullopt);
+    EXPECT_THAT(notices(), ElementsAre(deviceDead));
+}
+
+TEST_F(AppModelFailure, AFailureThatComesUpOnlyWhenItsCallIsForgottenClosesTheSegment) {
+    recordZoomCall();
+    model().stopRecordingFromMenu();
+    deviceDies();
+    zoomReleasesTheMicrophone();
+    runFor(30s);
+    EXPECT_EQ(sessionInWords(), "idle");
+    EXPECT_THAT(folderContents(), ElementsAre("2026-03-14_0930.json", "2026-03-14_0930.mp4"));
+}
+
+TEST_F(AppModelFailure, ASegmentSaysThatItGoesOnOnlyWhenItDoes) {
+    recordZoomCall();
+    exporter().script().finishAtOnce = false;
+    deviceDies();
+    settle();
+    model().stopRecordingFromMenu(); // while the failed segment is being converted
+    exporter().finish();
+    settle();
+    EXPECT_THAT(captured, SizeIs(1)) << "nothing is recorded after the user's stop";
     EXPECT_THAT(
-        notices(), ElementsAre(
-                       "The MP4 conversion failed, so the recording was kept as "
-                       "2026-03-14_0930.mov.",
-                       deviceDead))
-        << "nothing was being written any more when the failure's turn came";
+        sidecar(firstBaseName).notes,
+        ElementsAre("capture failed at 2026-03-14T09:30:17Z: " + deviceDead));
+    EXPECT_EQ(model().captureWarning.get(), "Recording stopped at 09:30: " + deviceDead);
+    EXPECT_THAT(folderContents(), ElementsAre("2026-03-14_0930.json", "2026-03-14_0930.mp4"));
+}
+
+TEST_F(AppModelFailure, ACameraThatFailedInOneCallIsNotBlockedInTheNext) {
+    recordZoomCall();
+    exporter().script().finishAtOnce = false;
+    writingStops();
+    settle();
+    model().stopRecordingFromMenu();
+    zoomReleasesTheMicrophone();
+    runFor(30s);
+    exporter().script().finishAtOnce = true;
+    exporter().finish();
+    runFor(5s);
+    zoomTakesTheMicrophone();
+    runFor(5s);
+    ASSERT_THAT(captured, SizeIs(2));
+    EXPECT_THAT(camerasUsed(), ElementsAre("Integrated Camera", "Integrated Camera"));
 }
 
 TEST_F(AppModelFailure, ARecordingThatFailedJustBeforeItsDiscardIsRemoved) {
@@ -464,7 +501,7 @@ TEST_F(AppModelFailure, ALateFailureLeavesTheNextRecordingAlone) {
     EXPECT_EQ(files.contents(captured.back()), "captured") << "still being written";
     EXPECT_THAT(sidecar(secondBaseName).notes, IsEmpty());
     EXPECT_TRUE(capture.output().isRecording());
-    EXPECT_EQ(files.contents(folder.movURL(firstBaseName)), "captured");
+    EXPECT_TRUE(files.contents(folder.mp4URL(firstBaseName))) << "the first one is converted";
     model().stopRecordingFromMenu();
     settle();
     EXPECT_THAT(folderContents(), Contains("2026-03-14_0930-2.mp4"));
@@ -484,17 +521,18 @@ TEST_F(AppModelFailure, AFailureBetweenAStopAndTheNextStartLeavesTheNextRecordin
 
 TEST_F(AppModelFailure, ARestartThatFailsAfterItsCallLeavesTheNextRecordingAlone) {
     recordZoomCall();
-    exporter().script().finishAtOnce = false;
+    capture.setAuthorizationStatus(MediaType::audio, AuthorizationStatus::notDetermined);
     deviceDies();
     settle();
-    // While the segment is still being converted this recording ends and another one begins.
+    // While the restart waits for the user this recording ends and another one begins.
     model().stopRecordingFromMenu();
     runFor(2s);
     model().recordNowFromMenu();
     capture.script().refuseOpen = {builtInCamera.uniqueID, builtInMicrophone.uniqueID};
-    exporter().finish();
+    capture.answerAccess(MediaType::audio, true);
     while (linesAbout("nothing could be opened").empty() && step(loop().now())) {
     }
+    ASSERT_THAT(linesAbout("nothing could be opened"), SizeIs(1));
     capture.script().refuseOpen.clear(); // plugged in again before the other one's turn
     runFor(5s);
     EXPECT_EQ(sessionInWords(), "recording manual#2");
@@ -503,6 +541,23 @@ TEST_F(AppModelFailure, ARestartThatFailsAfterItsCallLeavesTheNextRecordingAlone
     model().stopRecordingFromMenu();
     settle();
     EXPECT_FALSE(capture.output().isRecording()) << "nothing runs on that nobody can stop";
+}
+
+TEST_F(AppModelFailure, ARecordingWhoseCallIsOverBeforeItsTurnIsNotBegun) {
+    recordZoomCall();
+    exporter().script().finishAtOnce = false;
+    model().stopRecordingFromMenu();
+    runFor(2s);
+    model().recordNowFromMenu(); // waits until the first recording is converted
+    runFor(2s);
+    model().stopRecordingFromMenu();
+    exporter().finish();
+    settle();
+    EXPECT_THAT(captured, SizeIs(1));
+    EXPECT_THAT(
+        linesAbout("recording not begun"),
+        ElementsAre("recording not begun: room=manual#2 is over"));
+    EXPECT_THAT(folderContents(), ElementsAre("2026-03-14_0930.json", "2026-03-14_0930.mp4"));
 }
 
 } // namespace

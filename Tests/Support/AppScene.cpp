@@ -82,7 +82,9 @@ AppEnvironment AppScene::environment(Process& process) {
         .defaults = defaults,
         .loginItems = loginItems,
         .workspace = workspace,
+        .systemEvents = &systemEvents,
         .currentTimeZone = [this] { return timeZone; },
+        .takeOverWallTime = [this] { ++wallTimesTakenOver; },
     };
 }
 

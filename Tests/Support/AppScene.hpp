@@ -10,6 +10,7 @@
 #include "Support/FakeDateProvider.hpp"
 #include "Support/FakeLoginItems.hpp"
 #include "Support/FakeProcessRegistry.hpp"
+#include "Support/FakeSystemEvents.hpp"
 #include "Support/FakeUserNotifications.hpp"
 #include "Support/FakeWindowList.hpp"
 #include "Support/FakeWorkspace.hpp"
@@ -58,10 +59,13 @@ class AppScene {
     FakeUserNotifications notifications;
     FakeLoginItems loginItems;
     FakeWorkspace workspace;
+    FakeSystemEvents systemEvents;
     ScriptedCaptureSystem capture;
     MemoryDiagnosticLog diagnostics;
     RecordingSystemLog systemLog;
     TimeZone timeZone = TimeZone::utc();
+    /// How often the program let its clock follow the wall time.
+    int wallTimesTakenOver = 0;
     const RecordingsFolder folder{"/home/user/Movies/Brindle"};
     /// Every movie file that capture ever began, in order.
     std::vector<std::filesystem::path> captured;
