@@ -24,6 +24,9 @@ bool isManual(const SessionState& session) {
 } // namespace
 
 std::optional<std::string> DetectionOracle::judge(const Moment& moment) {
+    if (moment.woke && watchingSince_) {
+        watchingSince_ = moment.now; // before the sleep it did not look any more
+    }
     follow(moment);
     std::optional<std::string> wrong = judgeClicks(moment);
     if (!wrong && moment.session != session_) {
@@ -74,7 +77,7 @@ void DetectionOracle::follow(const Moment& moment) {
         if (quiet >= goneAfter - rounding) {
             surelyBlocked_ = false;
         }
-        if (quiet >= goneAfter + slack(moment)) {
+        if (seenQuietFor(moment) >= goneAfter + slack(moment)) {
             perhapsBlocked_ = false;
         }
     } else {
@@ -86,6 +89,11 @@ void DetectionOracle::follow(const Moment& moment) {
         asksSince_ = moment.now;
     }
     before_ = moment.now;
+}
+
+/// For how long the program has been able to see that nobody holds the microphone.
+Seconds DetectionOracle::seenQuietFor(const Moment& moment) const {
+    return secondsBetween(std::max(*quietSince_, watchingSince_.value_or(Date{})), moment.now);
 }
 
 Seconds DetectionOracle::slack(const Moment& moment) const {
@@ -155,6 +163,11 @@ std::optional<std::string> DetectionOracle::judgeEnd(const Moment& moment) {
     if (byQuiet) {
         return std::nullopt;
     }
+    // Nobody can tell whether a recording by hand was meant to go on after a sleep.
+    const bool bySleep = moment.woke && isManual(session_);
+    if (bySleep && moment.holders.empty()) {
+        return std::nullopt;
+    }
     block(moment);
     if (!byTrouble) {
         return fmt::format("room {} ends too early", *session_.roomCode());
@@ -165,7 +178,7 @@ std::optional<std::string> DetectionOracle::judgeEnd(const Moment& moment) {
 std::optional<std::string> DetectionOracle::judgeStanding(const Moment& moment) const {
     if (session_.isRecording()) {
         if (!isManual(session_) && quietSince_ &&
-            secondsBetween(*quietSince_, moment.now) > goneAfter + slack(moment)) {
+            seenQuietFor(moment) > goneAfter + slack(moment)) {
             return fmt::format("room {} is recorded long after its end", *session_.roomCode());
         }
         return std::nullopt;

@@ -29,6 +29,7 @@ struct Moment {
     bool userStopped = false;  ///< stop or discard, in this step
     bool userAccepted = false; ///< the prompt, in this step
     bool userDeclined = false;
+    bool woke = false;  ///< the machine, in this step
     bool asked = false; ///< a prompt appeared in this step
     std::optional<Date> lastTrouble =
         {}; ///< when the program last had a reason to give a recording up
@@ -39,6 +40,7 @@ class DetectionOracle {
   public:
     /// The program begins to watch.
     void beginWatching(Date now) { watchingSince_ = now; }
+    [[nodiscard]] const std::optional<Date>& watchingSince() const { return watchingSince_; }
     /// What the moment shows to be wrong; nothing when all is well.
     std::optional<std::string> judge(const Moment& moment);
 
@@ -51,6 +53,7 @@ class DetectionOracle {
     };
 
     void follow(const Moment& moment);
+    [[nodiscard]] Seconds seenQuietFor(const Moment& moment) const;
     [[nodiscard]] Seconds slack(const Moment& moment) const;
     [[nodiscard]] bool mayBegin(const Moment& moment) const;
     [[nodiscard]] std::optional<std::string> judgeClicks(const Moment& moment) const;

@@ -75,12 +75,21 @@ class ProgramRun::NoSystemLog final : public SystemLog {
 };
 
 ProgramRun::ProgramRun(Scene& scene, const Desktop& desktop)
-    : scene_{scene}, mainLoop_{scene.timeline}, disk_{scene},
+    : scene_{scene},
+      clock_{
+          scene.wallClock,
+          [&scene] {
+              return scene.timeline.now().time_since_epoch();
+          }},
+      mainLoop_{scene.timeline}, disk_{scene},
       capture_{CaptureContext{
           .scene = scene,
           .disk = disk_,
           .mainLoop = mainLoop_,
-          .programRecords = [this] { return model_ && model_->sessionState.get().isRecording(); },
+          .programRecords =
+              [this] {
+                  return model_ && !scene_.asleep && model_->sessionState.get().isRecording();
+              },
           .roomOf =
               [sceneAt = &scene](const std::string& baseName) {
                   const auto sidecar =
@@ -95,7 +104,7 @@ ProgramRun::ProgramRun(Scene& scene, const Desktop& desktop)
     model_ = std::make_unique<AppModel>(
         AppEnvironment{
             .mainLoop = mainLoop_,
-            .dateProvider = scene.timeline,
+            .dateProvider = clock_,
             .fileManager = disk_,
             .diagnosticLog = *diagnosticLog_,
             .systemLog = *systemLog_,
@@ -109,7 +118,9 @@ ProgramRun::ProgramRun(Scene& scene, const Desktop& desktop)
             .defaults = desktop.defaults,
             .loginItems = loginItems_,
             .workspace = workspace_,
+            .systemEvents = &systemEvents_,
             .currentTimeZone = TimeZone::utc,
+            .takeOverWallTime = [this] { clock_.takeOverWallTime(); },
         },
         RecordingsFolder{scene.root});
 }

@@ -3,12 +3,14 @@
 
 #include "BrindleRecorderApp/AppModel.hpp"
 #include "BrindleRecorderCore/DiagnosticLog.hpp"
+#include "BrindleRecorderCore/SteadyDateProvider.hpp"
 #include "Simulation/Scene.hpp"
 #include "Simulation/SimulatedCapture.hpp"
 #include "Simulation/SimulatedDisk.hpp"
 #include "Simulation/SimulatedExporter.hpp"
 #include "Simulation/Timeline.hpp"
 #include "Support/FakeLoginItems.hpp"
+#include "Support/FakeSystemEvents.hpp"
 #include "Support/FakeUserNotifications.hpp"
 #include "Support/FakeWorkspace.hpp"
 
@@ -38,12 +40,14 @@ class ProgramRun {
     [[nodiscard]] SimulatedDisk& disk() { return disk_; }
     [[nodiscard]] SimulatedCaptureSystem& capture() { return capture_; }
     [[nodiscard]] test::FakeUserNotifications& notifications() { return notifications_; }
+    [[nodiscard]] test::FakeSystemEvents& systemEvents() { return systemEvents_; }
 
   private:
     class LogToHistory;
     class NoSystemLog;
 
     Scene& scene_;
+    SteadyDateProvider clock_;
     SimulatedMainLoop mainLoop_;
     SimulatedQueue queue_;
     SimulatedDisk disk_;
@@ -52,6 +56,7 @@ class ProgramRun {
     test::FakeUserNotifications notifications_;
     test::FakeLoginItems loginItems_;
     test::FakeWorkspace workspace_;
+    test::FakeSystemEvents systemEvents_;
     std::unique_ptr<LogToHistory> logFiles_;
     std::unique_ptr<DiagnosticLog> diagnosticLog_;
     std::unique_ptr<NoSystemLog> systemLog_;

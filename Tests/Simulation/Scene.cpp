@@ -33,6 +33,8 @@ void Statistics::add(const Statistics& other) {
     diskFaults += other.diskFaults;
     clicks += other.clicks;
     repairs += other.repairs;
+    clockJumps += other.clockJumps;
+    sleeps += other.sleeps;
     secondsKept += other.secondsKept;
     secondsLost += other.secondsLost;
     secondsDiscarded += other.secondsDiscarded;
@@ -42,11 +44,12 @@ std::string Statistics::summary() const {
     return fmt::format(
         "{:.0f} simulated hours, {} worlds, {} steps, {} calls, {} recordings, {} crashes, "
         "{} power failures, {} capture failures, {} failed conversions, {} disk faults, "
-        "{} clicks of the user, {} repairs, {:.0f} s of media kept, "
+        "{} clicks of the user, {} jumps of the clock, {} sleeps, {} repairs, "
+        "{:.0f} s of media kept, "
         "{:.0f} s lost with power or program, {:.0f} s discarded by the user",
         simulatedSeconds / secondsPerHour, worlds, steps, calls, recordings, crashes, powerFailures,
-        captureFailures, exportFailures, diskFaults, clicks, repairs, secondsKept, secondsLost,
-        secondsDiscarded);
+        captureFailures, exportFailures, diskFaults, clicks, clockJumps, sleeps, repairs,
+        secondsKept, secondsLost, secondsDiscarded);
 }
 
 std::vector<Fragment> readableFragments(const std::string& movie) {
@@ -72,7 +75,7 @@ Seconds durationOf(const std::vector<Fragment>& fragments) {
 }
 
 Scene::Scene(std::uint64_t seed, bool keepHistory)
-    : random{seed}, timeline{dateFromUnixSeconds(startOfTime)}, files{timeline},
+    : random{seed}, timeline{dateFromUnixSeconds(startOfTime)}, files{wallClock},
       keepHistory_{keepHistory}, start_{timeline.now()} {}
 
 std::string Scene::clockText() const {

@@ -38,6 +38,8 @@ struct Statistics {
     std::uint64_t diskFaults = 0;
     std::uint64_t clicks = 0;
     std::uint64_t repairs = 0;
+    std::uint64_t clockJumps = 0;
+    std::uint64_t sleeps = 0;
     double secondsKept = 0;
     double secondsLost = 0; ///< captured, but in no fragment on the disk when the program died
     double secondsDiscarded = 0;
@@ -86,6 +88,7 @@ struct Scene {
     const std::filesystem::path root{"/movies"};
     test::RandomSource random;
     Timeline timeline;
+    WallClock wallClock{timeline};
     test::InMemoryFileManager files;
     Statistics statistics;
 
@@ -100,6 +103,7 @@ struct Scene {
     // --- The account ---
     std::vector<Segment> segments;
     std::set<std::string> touched; ///< base names whose files changed since last looked at
+    bool asleep = false;           ///< from the announcement to the waking
     int writing = 0;               ///< movie files being written now
     /// Copied by every answer of the world that a job may be waiting for.
     std::shared_ptr<int> outside = std::make_shared<int>();

@@ -69,6 +69,11 @@ void SimulatedOutput::startRecording(const std::filesystem::path& path, FinishCa
         return;
     }
     ++scene.statistics.recordings;
+    if (std::ranges::any_of(scene.segments, [&](const Segment& other) {
+            return other.baseName == baseName && !other.mayBeDiscarded && other.safe > 0;
+        })) {
+        scene.violate("the name of an earlier recording is used again");
+    }
     segmentIndex_ = scene.segments.size();
     Segment made;
     made.id = static_cast<unsigned>(segmentIndex_);

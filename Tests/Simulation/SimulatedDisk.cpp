@@ -73,7 +73,7 @@ SimulatedDisk::contentsOfDirectory(const std::filesystem::path& directory) const
 }
 
 bool SimulatedDisk::fileExists(const std::filesystem::path& path) const {
-    return !dead_ && scene_.files.fileExists(path);
+    return enter() && scene_.files.fileExists(path);
 }
 
 Expected<std::int64_t, FileError> SimulatedDisk::fileSize(const std::filesystem::path& path) const {

@@ -54,6 +54,19 @@ class Timeline final : public DateProvider {
     std::shared_ptr<Pending> pending_ = std::make_shared<Pending>();
 };
 
+/// The machine's wall clock: it follows the timeline, but somebody may set it.
+class WallClock final : public DateProvider {
+  public:
+    explicit WallClock(const Timeline& timeline) : timeline_{timeline} {}
+
+    [[nodiscard]] Date now() const override { return timeline_.now() + ahead_; }
+    void jump(Seconds by) { ahead_ += std::chrono::duration_cast<std::chrono::nanoseconds>(by); }
+
+  private:
+    const Timeline& timeline_;
+    std::chrono::nanoseconds ahead_{0};
+};
+
 /// The main loop of one run of the program; what is posted goes with it.
 class SimulatedMainLoop final : public MainLoop {
   public:

@@ -3,6 +3,7 @@
 #include "BrindleRecorderCore/InterruptedScan.hpp"
 
 #include <algorithm>
+#include <cstdio>
 #include <string_view>
 #include <utility>
 
@@ -57,6 +58,8 @@ void World::setUp() {
     audio_.setDevice(microphoneObject, {.uniqueID = "mic-1", .runningSomewhere = false});
     audio_.setDefaultInputDevice(microphoneObject);
     windows_.permitted = scene_.random.chance(80);
+    usersAreUnknown_ = scene_.random.chance(5);
+    audio_.setCanListProcesses(!usersAreUnknown_);
     defaults_.setBoolean("askBeforeRecording", scene_.random.chance(20));
     if (scene_.random.chance(30)) {
         defaults_.setStringArray("disabledCallFamilies", {});
@@ -102,8 +105,15 @@ void World::beginCall() {
                 scene_.between(0, 30), [this, id = program.id] { changeTab(id); });
         }
         audio_.fireProcesses();
+        tellDeviceUse();
     }
     scheduleCall();
+}
+
+/// The program's own capture would be seen too, but it leaves that out of account.
+void World::tellDeviceUse() {
+    audio_.setRunningSomewhere(microphoneObject, !programs_.empty());
+    audio_.fireRunningSomewhere(microphoneObject);
 }
 
 void World::endCall(AudioObjectID id) {
@@ -121,6 +131,7 @@ void World::endCall(AudioObjectID id) {
         audio_.removeProcess(id);
         audio_.fireProcesses();
     }
+    tellDeviceUse();
 }
 
 void World::changeTab(AudioObjectID id) {
@@ -168,7 +179,15 @@ void World::scheduleMishap() {
         if (calm_) {
             return;
         }
-        switch (scene_.random.below(12)) {
+        switch (scene_.random.below(16)) {
+        case 12:
+        case 13:
+            setTheClock();
+            break;
+        case 14:
+        case 15:
+            sleep();
+            break;
         case 0:
         case 1:
         case 2:
@@ -248,6 +267,47 @@ void World::changePermissions() {
         scene_.random.chance(50) ? AuthorizationStatus::denied : AuthorizationStatus::notDetermined;
     scene_.timeline.after(scene_.between(10, 60), [this, mediaType] {
         scene_.authorization[mediaType] = AuthorizationStatus::authorized;
+    });
+}
+
+/// Time is corrected, the user sets the clock, or a battery was empty.
+void World::setTheClock() {
+    const Seconds by =
+        scene_.random.chance(50) ? scene_.between(-100, 100) : scene_.between(-1e6, 1e6);
+    ++scene_.statistics.clockJumps;
+    scene_.note("clock: jumps by {} s", by.count());
+    scene_.wallClock.jump(by);
+}
+
+/// The machine sleeps as soon as the program is ready, and stays awake where it is not in time.
+void World::sleep() {
+    constexpr Seconds patience{5};
+    if (scene_.asleep) {
+        return;
+    }
+    scene_.note("machine: is about to sleep");
+    ++scene_.statistics.sleeps;
+    scene_.asleep = true;
+    // The program does not watch now, which is as good as being slow.
+    scene_.lastSlow = scene_.timeline.now();
+    ledger_.endWasAskedFor();
+    run_->systemEvents().announceSleep();
+    pausedBySleep_ = lastSession_.isRecording();
+    scene_.timeline.after(patience, [this, launch = launches_] {
+        if (launch != launches_) {
+            return; // another program runs, which nobody told of any sleep
+        }
+        if (scene_.writing == 0) {
+            const Seconds asleep = scene_.between(1, 7200);
+            scene_.note("machine: sleeps for {} s", asleep.count());
+            scene_.timeline.pass(asleep);
+            scene_.blocked += asleep;
+        }
+        scene_.note("machine: is awake");
+        scene_.asleep = false;
+        moment_.woke = true;
+        lastSlept_ = scene_.lastSlow = scene_.timeline.now();
+        run_->systemEvents().announceWaking();
     });
 }
 
@@ -358,19 +418,30 @@ void World::launch() {
     ++launches_;
     scene_.note("program: launched");
     oracle_ = DetectionOracle{};
+    scene_.asleep = false;
+    pausedBySleep_ = false;
     promptsSeen_ = 0;
     lastSession_ = {};
     disagreement_ = {};
     disagreed_ = false;
     run_ = std::make_unique<ProgramRun>(scene_, Desktop{audio_, registry_, windows_, defaults_});
     run_->model().launch();
+    // A question that nobody answers does not hold the program up for long.
+    constexpr Seconds patience{20};
+    scene_.timeline.after(patience, [this, launch = launches_] {
+        if (launch == launches_ && !oracle_.watchingSince()) {
+            oracle_.beginWatching(scene_.timeline.now());
+        }
+    });
     scene_.timeline.after(
-        scene_.random.chance(70) ? Seconds{0.1} : scene_.between(0, 12),
+        scene_.random.chance(70) ? Seconds{0.1} : scene_.between(0, 40),
         [this, launch = launches_] {
             auto& notifications = run_->notifications();
             if (launch == launches_ && !notifications.authorizationRequests.empty()) {
                 scene_.note("user: answers about notifications");
-                oracle_.beginWatching(scene_.timeline.now());
+                if (!oracle_.watchingSince()) {
+                    oracle_.beginWatching(scene_.timeline.now());
+                }
                 notifications.answerAuthorization(scene_.random.chance(90));
             }
         });
@@ -446,7 +517,7 @@ bool World::afterStep() {
         moment_.lastTrouble = scene_.lastTrouble;
         moment_.lastSlow = scene_.lastSlow;
         const bool turning = moment_.session != lastSession_ || !scene_.touched.empty();
-        if (auto wrong = oracle_.judge(moment_)) {
+        if (auto wrong = oracle_.judge(moment_); wrong && !usersAreUnknown_) {
             scene_.violate(*std::move(wrong));
         }
         if (moment_.session != lastSession_) {
@@ -456,10 +527,13 @@ bool World::afterStep() {
             if (!moment_.session.isRecording()) {
                 ledger_.endWasAskedFor();
             }
+            pausedBySleep_ = false;
+            recordingSince_ = moment_.now;
             lastSession_ = moment_.session;
         }
         ledger_.checkTouched();
         watchSession(secondsBetween(lastLook_, moment_.now));
+        watchElapsedTime();
         lastLook_ = moment_.now;
         moment_ = Moment{.asksFirst = moment_.asksFirst};
         // The worst moment for a click or the end of the world is when something has just begun.
@@ -482,7 +556,13 @@ void World::watchSession(Seconds passed) {
     if (disagreed_) {
         disagreement_ += passed - blocked;
     }
-    const bool agree = lastSession_.isRecording() == (scene_.writing > 0);
+    const bool captures = scene_.writing > 0;
+    if (captures && !scene_.asleep && !moment_.holders.empty() && !usersAreUnknown_) {
+        pausedBySleep_ = false;
+    }
+    const bool mayPause =
+        pausedBySleep_ && (scene_.asleep || moment_.holders.empty() || usersAreUnknown_);
+    const bool agree = lastSession_.isRecording() == captures || mayPause;
     if (agree) {
         disagreement_ = {};
     }
@@ -491,6 +571,32 @@ void World::watchSession(Seconds passed) {
         scene_.violate(
             lastSession_.isRecording() ? "the session records, and nothing is captured"
                                        : "a capture runs that the session knows nothing of");
+    }
+}
+
+/// The status line counts the seconds since the session began to record, whatever the wall clock
+/// does.
+void World::watchElapsedTime() {
+    constexpr Seconds mostLag{4};
+    constexpr std::string_view beginning = "Recording ";
+    const std::string& line = run_->model().statusLine.get();
+    const auto& watching = oracle_.watchingSince();
+    if (!watching || secondsBetween(*watching, moment_.now) < mostLag ||
+        !lastSession_.isRecording() || scene_.asleep || !line.starts_with(beginning) ||
+        (scene_.lastSlow && secondsBetween(*scene_.lastSlow, moment_.now) < mostLag) ||
+        (lastSlept_ && secondsBetween(*lastSlept_, moment_.now) < mostLag)) {
+        return;
+    }
+    int minutes = 0;
+    int seconds = 0;
+    if (std::sscanf(line.c_str() + beginning.size(), "%d:%d", &minutes, &seconds) != 2) {
+        return;
+    }
+    const Seconds shown{minutes * 60 + seconds};
+    const Seconds elapsed = secondsBetween(recordingSince_, moment_.now);
+    if (shown > elapsed + mostLag || shown + mostLag < elapsed) {
+        scene_.violate(fmt::format(
+            "the status line says \"{}\" after {:.1f} s of recording", line, elapsed.count()));
     }
 }
 

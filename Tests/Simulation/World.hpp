@@ -52,10 +52,13 @@ class World {
     void endCall(AudioObjectID id);
     void changeTab(AudioObjectID id);
     void refreshWindows();
+    void tellDeviceUse();
     void scheduleMishap();
     void changeDevices();
     void troubleTheDisk();
     void changePermissions();
+    void setTheClock();
+    void sleep();
     [[nodiscard]] bool isStandingTrouble() const;
     [[nodiscard]] std::vector<Moment::Holder> holders() const;
 
@@ -75,6 +78,7 @@ class World {
     void runFor(Seconds duration);
     bool quit();
     void watchSession(Seconds passed);
+    void watchElapsedTime();
     bool settle();
 
     Scene scene_;
@@ -90,7 +94,13 @@ class World {
     std::vector<Program> programs_;
     std::uint64_t nextObject_ = 100;
     std::uint64_t launches_ = 0;
-    bool calm_ = false; ///< nothing happens any more but what the program does itself
+    /// Only the use of the microphone can be seen, not by whom.
+    bool usersAreUnknown_ = false;
+    /// Since a sleep the session has nothing captured, until somebody is in the call again.
+    bool pausedBySleep_ = false;
+    std::optional<Date> lastSlept_;
+    Date recordingSince_{}; ///< the session that records
+    bool calm_ = false;     ///< nothing happens any more but what the program does itself
     bool powerFailsAtDeath_ = false;
     bool diskIsLow_ = false;
     std::size_t promptsSeen_ = 0;
