@@ -5,12 +5,14 @@
 #include "BrindleRecorderCore/DiagnosticLog.hpp"
 #include "BrindleRecorderCore/PosixFileManager.hpp"
 #include "BrindleRecorderCore/SerialQueue.hpp"
+#include "BrindleRecorderCore/SteadyDateProvider.hpp"
 #include "BrindleRecorderLinux/CommandLine/HeadlessDesktop.hpp"
 #include "BrindleRecorderLinux/CommandLine/Options.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalNotifications.hpp"
 #include "BrindleRecorderLinux/CommandLine/WhoCommand.hpp"
 #include "BrindleRecorderLinux/Files/JsonDefaultsStore.hpp"
+#include "BrindleRecorderLinux/Logind/LogindSystemEvents.hpp"
 #include "BrindleRecorderLinux/Media/FFmpegMovieExporter.hpp"
 #include "BrindleRecorderLinux/PipeWire/AudioServerStateText.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
@@ -18,6 +20,7 @@
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
 #include "BrindleRecorderLinux/SystemLog/SyslogSystemLog.hpp"
+#include "BrindleRecorderLinux/Time/BootClock.hpp"
 #include "BrindleRecorderLinux/Windows/DesktopWindowList.hpp"
 
 #include <csignal>
@@ -57,7 +60,8 @@ int runHeadless() {
     // Whoever reads our output may go; a recording must not end for that.
     std::signal(SIGPIPE, SIG_IGN);
 
-    const SystemDateProvider clock;
+    const SystemDateProvider wallClock;
+    SteadyDateProvider clock{wallClock, timeSinceBoot};
     PosixFileManager files;
     DiagnosticLog& diagnosticLog = DiagnosticLog::shared();
     SyslogSystemLog systemLog;
@@ -75,6 +79,7 @@ int runHeadless() {
     PipeWireCaptureSystem captureSystem{
         mainLoop, mainLoop.loop(), pipewire::AudioServer::Options::ofThisSession(), systemLog};
     HeadlessWorkspace workspace;
+    LogindSystemEvents systemEvents{mainLoop.loop()};
     HeadlessLoginItems loginItems;
     FFmpegMovieExporter exporter{mainLoop};
     JsonDefaultsStore defaults{
@@ -100,10 +105,13 @@ int runHeadless() {
             .defaults = defaults,
             .loginItems = loginItems,
             .workspace = workspace,
+            .systemEvents = &systemEvents,
+            .takeOverWallTime = [&clock] { clock.takeOverWallTime(); },
         },
         RecordingsFolder{RecordingsFolder::defaultRoot()}};
     const auto statusShown =
         model.statusLine.observe([](const std::string& line) { printLine(stdout, line); });
+    model.onQuitRequest = quit;
     runningModel = &model;
     printLine(stdout, model.statusLine.get());
     model.launch();

@@ -1,0 +1,210 @@
+#include "BrindleRecorderLinux/Logind/LogindSystemEvents.hpp"
+
+#include "BrindleRecorderCore/FileDescriptor.hpp"
+#include "BrindleRecorderLinux/PipeWire/Handles.hpp"
+
+#include <systemd/sd-bus.h>
+#include <systemd/sd-event.h>
+
+#include <fcntl.h>
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+namespace brindle {
+
+namespace {
+
+constexpr const char* service = "org.freedesktop.login1";
+constexpr const char* object = "/org/freedesktop/login1";
+constexpr const char* manager = "org.freedesktop.login1.Manager";
+
+using BusHandle = std::unique_ptr<sd_bus, pipewire::Releaser<sd_bus_flush_close_unref>>;
+using EventHandle = std::unique_ptr<sd_event, pipewire::Releaser<sd_event_unref>>;
+using SlotHandle = std::unique_ptr<sd_bus_slot, pipewire::Releaser<sd_bus_slot_unref>>;
+
+EventHandle makeEvents() {
+    sd_event* events = nullptr;
+    return EventHandle{sd_event_new(&events) >= 0 ? events : nullptr};
+}
+
+/// Connects without waiting for the bus to greet us.
+BusHandle connectTo(sd_event* events) {
+    sd_bus* bus = nullptr;
+    if (events == nullptr || sd_bus_open_system(&bus) < 0) {
+        return nullptr;
+    }
+    BusHandle connected{bus};
+    if (sd_bus_attach_event(bus, events, SD_EVENT_PRIORITY_NORMAL) < 0) {
+        return nullptr;
+    }
+    return connected;
+}
+
+bool readFlag(sd_bus_message* message) {
+    int flag = 0; // the wire's booleans have the size of an int
+    return sd_bus_message_read(message, "b", &flag) > 0 && flag != 0;
+}
+
+} // namespace
+
+class LogindSystemEvents::Connection : public std::enable_shared_from_this<Connection> {
+  public:
+    explicit Connection(pw_loop* loop) : events_{makeEvents()}, bus_{connectTo(events_.get())} {
+        if (!bus_) {
+            return;
+        }
+        source_ = pipewire::SourceHandle{
+            pipewire::addReader(
+                loop, sd_event_get_fd(events_.get()),
+                [](void* self, int, std::uint32_t) { static_cast<Connection*>(self)->dispatch(); },
+                this),
+            {loop}};
+        follow(
+            "PrepareForSleep", sleepSlot_, [](sd_bus_message* message, void* self, sd_bus_error*) {
+                static_cast<Connection*>(self)->prepareForSleep(readFlag(message));
+                return 0;
+            });
+        follow(
+            "PrepareForShutdown", shutdownSlot_,
+            [](sd_bus_message* message, void* self, sd_bus_error*) {
+                if (readFlag(message)) {
+                    static_cast<Connection*>(self)->prepareForShutdown();
+                }
+                return 0;
+            });
+        followOwner();
+        takeLock();
+        dispatch();
+    }
+
+    [[nodiscard]] bool isConnected() const { return bus_ && source_; }
+    void setListener(std::weak_ptr<Listener> listener) { listener_ = std::move(listener); }
+
+  private:
+    void dispatch() {
+        // Each run does one thing, without waiting for the next.
+        while (sd_event_run(events_.get(), 0) > 0) {
+        }
+    }
+
+    void follow(const char* signal, SlotHandle& keep, sd_bus_message_handler_t handler) {
+        sd_bus_slot* slot = nullptr;
+        if (sd_bus_match_signal_async(
+                bus_.get(), &slot, service, object, manager, signal, handler, nullptr, this) >= 0) {
+            keep.reset(slot);
+        }
+    }
+
+    /// A login manager that was started again has forgotten our lock.
+    void followOwner() {
+        sd_bus_slot* slot = nullptr;
+        const int matched = sd_bus_add_match_async(
+            bus_.get(), &slot,
+            "type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',"
+            "member='NameOwnerChanged',arg0='org.freedesktop.login1'",
+            [](sd_bus_message* message, void* self, sd_bus_error*) {
+                const char* name = nullptr;
+                const char* before = nullptr;
+                const char* after = nullptr;
+                if (sd_bus_message_read(message, "sss", &name, &before, &after) > 0 &&
+                    !std::string_view{after}.empty()) {
+                    static_cast<Connection*>(self)->takeLock();
+                }
+                return 0;
+            },
+            nullptr, this);
+        if (matched >= 0) {
+            ownerSlot_.reset(slot);
+        }
+    }
+
+    void takeLock() {
+        sd_bus_slot* slot = nullptr;
+        const int called = sd_bus_call_method_async(
+            bus_.get(), &slot, service, object, manager, "Inhibit",
+            [](sd_bus_message* answer, void* self, sd_bus_error*) {
+                static_cast<Connection*>(self)->lockTaken(answer);
+                return 0;
+            },
+            this, "ssss", "sleep:shutdown", "Brindle Recorder",
+            "A running recording is finished first.", "delay");
+        if (called >= 0) {
+            lockSlot_.reset(slot);
+        }
+    }
+
+    void lockTaken(sd_bus_message* answer) {
+        int borrowed = -1;
+        if (sd_bus_message_is_method_error(answer, nullptr) == 0 &&
+            sd_bus_message_read(answer, "h", &borrowed) > 0) {
+            lock_.emplace(fcntl(borrowed, F_DUPFD_CLOEXEC, 0));
+        }
+    }
+
+    void prepareForSleep(bool begins) {
+        const auto listener = listener_.lock();
+        if (begins) {
+            const auto ready = [weakly = weak_from_this(), sleep = ++sleep_] {
+                // A late word must not give away the lock for the next sleep.
+                if (const auto self = weakly.lock(); self && self->sleep_ == sleep) {
+                    self->lock_.reset();
+                }
+            };
+            if (listener) {
+                listener->willSleep(ready);
+            } else {
+                ready();
+            }
+            return;
+        }
+        ++sleep_;
+        if (!lock_) {
+            takeLock();
+        }
+        if (listener) {
+            listener->didWake();
+        }
+    }
+
+    void prepareForShutdown() {
+        if (const auto listener = listener_.lock()) {
+            listener->sessionWillEnd();
+        } else {
+            lock_.reset();
+        }
+    }
+
+    EventHandle events_;
+    BusHandle bus_;
+    pipewire::SourceHandle source_;
+    SlotHandle sleepSlot_;
+    SlotHandle shutdownSlot_;
+    SlotHandle ownerSlot_;
+    SlotHandle lockSlot_;
+    std::optional<FileDescriptor> lock_; ///< held while open
+    std::uint64_t sleep_ = 0;
+    std::weak_ptr<Listener> listener_;
+};
+
+LogindSystemEvents::LogindSystemEvents(pw_loop* loop)
+    : connection_{std::make_shared<Connection>(loop)} {}
+
+LogindSystemEvents::~LogindSystemEvents() = default;
+
+std::unique_ptr<Observation> LogindSystemEvents::observe(Listener listener) {
+    struct Registration final : Observation {
+        explicit Registration(std::shared_ptr<Listener> kept) : listener{std::move(kept)} {}
+        std::shared_ptr<Listener> listener;
+    };
+    if (!connection_->isConnected()) {
+        return nullptr;
+    }
+    auto shared = std::make_shared<Listener>(std::move(listener));
+    connection_->setListener(shared);
+    return std::make_unique<Registration>(std::move(shared));
+}
+
+} // namespace brindle

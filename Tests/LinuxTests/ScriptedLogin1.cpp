@@ -1,0 +1,78 @@
+#include "LinuxTests/ScriptedLogin1.hpp"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <array>
+#include <stdexcept>
+#include <utility>
+
+namespace brindle {
+
+namespace {
+
+constexpr const char* object = "/org/freedesktop/login1";
+constexpr const char* manager = "org.freedesktop.login1.Manager";
+
+void require(int result, const char* what) {
+    if (result < 0) {
+        throw std::runtime_error{std::string{"scripted login manager: "} + what};
+    }
+}
+
+} // namespace
+
+ScriptedLogin1::ScriptedLogin1() {
+    static const std::array<sd_bus_vtable, 5> table{{
+        SD_BUS_VTABLE_START(0),
+        SD_BUS_METHOD("Inhibit", "ssss", "h", &ScriptedLogin1::inhibit, SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_SIGNAL("PrepareForSleep", "b", 0),
+        SD_BUS_SIGNAL("PrepareForShutdown", "b", 0),
+        SD_BUS_VTABLE_END,
+    }};
+    sd_bus* bus = nullptr;
+    require(sd_bus_open_user(&bus), "no bus");
+    bus_.reset(bus);
+    require(
+        sd_bus_add_object_vtable(bus, nullptr, object, manager, table.data(), this), "no object");
+    require(sd_bus_request_name(bus, "org.freedesktop.login1", 0), "the name is taken");
+}
+
+ScriptedLogin1::~ScriptedLogin1() = default;
+
+int ScriptedLogin1::inhibit(sd_bus_message* call, void* self, sd_bus_error* /*error*/) {
+    const char* what = nullptr;
+    const char* who = nullptr;
+    const char* why = nullptr;
+    const char* mode = nullptr;
+    if (const int read = sd_bus_message_read(call, "ssss", &what, &who, &why, &mode); read < 0) {
+        return read;
+    }
+    std::array<int, 2> ends{-1, -1};
+    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+        return -errno;
+    }
+    FileDescriptor ourEnd{ends[0]};
+    const FileDescriptor theirEnd{ends[1]};
+    static_cast<ScriptedLogin1*>(self)->locks_.push_back({what, who, mode, std::move(ourEnd)});
+    return sd_bus_reply_method_return(call, "h", theirEnd.number()); // which copies it
+}
+
+void ScriptedLogin1::serve() {
+    while (sd_bus_process(bus_.get(), nullptr) > 0) {
+    }
+}
+
+void ScriptedLogin1::announce(const char* signal, bool begins) {
+    require(
+        sd_bus_emit_signal(bus_.get(), object, manager, signal, "b", begins ? 1 : 0), "no signal");
+    require(sd_bus_flush(bus_.get()), "no signal");
+}
+
+bool ScriptedLogin1::isHeld(std::size_t index) const {
+    pollfd end{locks_.at(index).ourEnd.number(), POLLIN, 0};
+    return poll(&end, 1, 0) == 0; // nothing is ever written, so only its closing can be seen
+}
+
+} // namespace brindle
