@@ -48,7 +48,8 @@ struct AppEnvironment {
     std::function<TimeZone()> currentTimeZone = TimeZone::current;
     /// Lets the clock follow corrections of the wall time. Called only while no call is going on,
     /// so that no call is ever lengthened, cut or split by one.
-    std::function<void()> takeOverWallTime = [] {};
+    std::function<void()> takeOverWallTime = [] {
+    };
 };
 
 } // namespace brindle
