@@ -37,12 +37,11 @@ int handleRequest(
     return 0;
 }
 
-const wl_interface* interfaceOf(wl_resource* handle) {
-    const auto protocol =
-        std::find_if(toplevelProtocols.begin(), toplevelProtocols.end(), [&](const auto& each) {
-            return wl_resource_get_class(handle) == std::string_view{each.handle->name};
-        });
-    return protocol->handle;
+const wayland::ToplevelProtocol& protocolOf(wl_resource* listOrHandle) {
+    const std::string_view name = wl_resource_get_class(listOrHandle);
+    return *std::find_if(toplevelProtocols.begin(), toplevelProtocols.end(), [&](const auto& each) {
+        return name == each.list->name || name == each.handle->name;
+    });
 }
 
 } // namespace
@@ -56,7 +55,8 @@ ToplevelCompositor::ToplevelCompositor(
     for (const std::size_t protocol : protocols) {
         offers_.push_back(std::make_unique<Offer>(Offer{this, protocol}));
         wl_global_create(
-            display_, toplevelProtocols[protocol].list, 1, offers_.back().get(),
+            display_, toplevelProtocols[protocol].list,
+            static_cast<int>(toplevelProtocols[protocol].version), offers_.back().get(),
             [](wl_client* client, void* data, std::uint32_t, std::uint32_t id) {
                 const auto& offer = *static_cast<Offer*>(data);
                 offer.compositor->bind(client, offer.protocol, id);
@@ -90,7 +90,7 @@ void ToplevelCompositor::open(const std::string& title, const std::string& appli
         window.title = title;
         window.applicationID = applicationID;
         for (wl_resource* const list : lists_) {
-            announce(list, window);
+            announce(list, windows_.size() - 1);
         }
     });
 }
@@ -108,7 +108,10 @@ void ToplevelCompositor::close(std::size_t window) {
     perform([&] {
         windows_[window]->isOpen = false;
         for (wl_resource* const handle : windows_[window]->handles) {
-            wl_resource_post_event(handle, eventNamed(interfaceOf(handle), "closed"));
+            const auto& protocol = protocolOf(handle);
+            wl_resource_post_event(
+                handle,
+                eventNamed(protocol.handle, protocol.announcesNumbers ? "unmapped" : "closed"));
         }
     });
 }
@@ -116,7 +119,7 @@ void ToplevelCompositor::close(std::size_t window) {
 void ToplevelCompositor::finish() {
     perform([&] {
         for (wl_resource* const list : lists_) {
-            wl_resource_post_event(list, 1); // in both protocols
+            wl_resource_post_event(list, eventNamed(protocolOf(list).list, "finished"));
         }
     });
 }
@@ -153,40 +156,76 @@ void ToplevelCompositor::performPending() {
 }
 
 void ToplevelCompositor::bind(wl_client* client, std::size_t protocol, std::uint32_t id) {
-    wl_resource* const list = wl_resource_create(client, toplevelProtocols[protocol].list, 1, id);
-    wl_resource_set_dispatcher(list, handleRequest, nullptr, this, [](wl_resource* gone) {
+    wl_resource* const list = wl_resource_create(
+        client, toplevelProtocols[protocol].list,
+        static_cast<int>(toplevelProtocols[protocol].version), id);
+    wl_resource_set_dispatcher(list, listRequest, nullptr, this, [](wl_resource* gone) {
         auto& lists = static_cast<ToplevelCompositor*>(wl_resource_get_user_data(gone))->lists_;
         lists.erase(std::remove(lists.begin(), lists.end(), gone), lists.end());
     });
     lists_.push_back(list);
-    for (const auto& window : windows_) {
-        if (window->isOpen) {
-            announce(list, *window);
+    for (std::size_t number = 0; number < windows_.size(); ++number) {
+        if (windows_[number]->isOpen) {
+            announce(list, number);
         }
     }
 }
 
-void ToplevelCompositor::announce(wl_resource* list, Window& window) {
-    const auto protocol =
-        std::find_if(toplevelProtocols.begin(), toplevelProtocols.end(), [&](const auto& each) {
-            return wl_resource_get_class(list) == std::string_view{each.list->name};
-        });
-    wl_resource* const handle =
-        wl_resource_create(wl_resource_get_client(list), protocol->handle, 1, 0);
+/// Requests to a list: only for the handle of an announced number.
+int ToplevelCompositor::listRequest(
+    const void*, void* list, std::uint32_t, const wl_message* message, wl_argument* arguments) {
+    auto* const resource = static_cast<wl_resource*>(list);
+    if (message->name == std::string_view{"get_window"}) {
+        const auto& compositor =
+            *static_cast<ToplevelCompositor*>(wl_resource_get_user_data(resource));
+        makeHandle(
+            resource, arguments[0].n, *compositor.windows_.at(arguments[1].u), /*isTold=*/true);
+    }
+    return 0;
+}
+
+void ToplevelCompositor::announce(wl_resource* list, std::size_t number) {
+    if (protocolOf(list).announcesNumbers) {
+        wl_resource_post_event(
+            list, eventNamed(protocolOf(list).list, "window"), static_cast<std::uint32_t>(number));
+    } else {
+        makeHandle(list, 0, *windows_[number], /*isTold=*/false);
+    }
+}
+
+/// `isTold` where the client knows of the window already.
+void ToplevelCompositor::makeHandle(
+    wl_resource* list, std::uint32_t id, Window& window, bool isTold) {
+    const auto& protocol = protocolOf(list);
+    wl_resource* const handle = wl_resource_create(
+        wl_resource_get_client(list), protocol.handle, static_cast<int>(protocol.version), id);
     wl_resource_set_dispatcher(handle, handleRequest, nullptr, &window, [](wl_resource* gone) {
         auto& handles = static_cast<Window*>(wl_resource_get_user_data(gone))->handles;
         handles.erase(std::remove(handles.begin(), handles.end(), gone), handles.end());
     });
     window.handles.push_back(handle);
-    wl_resource_post_event(list, 0, handle); // in both protocols
+    if (!isTold) {
+        wl_resource_post_event(list, eventNamed(protocol.list, "toplevel"), handle);
+    }
     tell(handle, window);
 }
 
 void ToplevelCompositor::tell(wl_resource* handle, const Window& window) {
-    const wl_interface* const interface = interfaceOf(handle);
-    wl_resource_post_event(handle, eventNamed(interface, "title"), window.title.c_str());
-    wl_resource_post_event(handle, eventNamed(interface, "app_id"), window.applicationID.c_str());
-    wl_resource_post_event(handle, eventNamed(interface, "done"));
+    const auto& protocol = protocolOf(handle);
+    const bool isPlasma = protocol.announcesNumbers;
+    const auto post = [&](const char* name, const std::string& text) {
+        wl_resource_post_event(handle, eventNamed(protocol.handle, name), text.c_str());
+    };
+    post(isPlasma ? "app_id_changed" : "app_id", window.applicationID);
+    post(isPlasma ? "title_changed" : "title", window.title);
+    if (isPlasma) {
+        // Beyond the version that is spoken, as the real one sends it.
+        wl_resource_post_event(
+            handle, eventNamed(protocol.handle, "pid_changed"), std::uint32_t{1});
+        wl_resource_post_event(handle, eventNamed(protocol.handle, "initial_state"));
+    } else {
+        wl_resource_post_event(handle, eventNamed(protocol.handle, "done"));
+    }
 }
 
 } // namespace brindle

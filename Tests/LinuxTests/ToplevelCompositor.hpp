@@ -3,6 +3,7 @@
 
 #include <condition_variable>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -10,9 +11,11 @@
 #include <thread>
 #include <vector>
 
+union wl_argument;
 struct wl_client;
 struct wl_display;
 struct wl_event_source;
+struct wl_message;
 struct wl_resource;
 
 namespace brindle {
@@ -30,6 +33,7 @@ class ToplevelCompositor {
     /// Windows are counted from 0 in the order of their opening.
     void rename(std::size_t window, const std::string& title);
     void close(std::size_t window);
+    /// Not for Plasma's protocol, which knows no end.
     void finish();
     /// Answers nobody from here on, until `goOn`.
     void hang();
@@ -50,7 +54,11 @@ class ToplevelCompositor {
     void perform(std::function<void()> work);
     void performPending();
     void bind(wl_client* client, std::size_t protocol, std::uint32_t id);
-    void announce(wl_resource* list, Window& window);
+    void announce(wl_resource* list, std::size_t number);
+    static int listRequest(
+        const void* implementation, void* list, std::uint32_t number, const wl_message* message,
+        wl_argument* arguments);
+    static void makeHandle(wl_resource* list, std::uint32_t id, Window& window, bool isTold);
     static void tell(wl_resource* handle, const Window& window);
 
     wl_display* display_;

@@ -150,7 +150,12 @@ class ToplevelCompositorTest : public testing::TestWithParam<std::size_t> {
     PipeWireMainLoop loop_;
 };
 
-INSTANTIATE_TEST_SUITE_P(BothProtocols, ToplevelCompositorTest, testing::Values(0U, 1U));
+INSTANTIATE_TEST_SUITE_P(EveryProtocol, ToplevelCompositorTest, testing::Values(0U, 1U, 2U));
+
+/// Of a protocol by which the compositor can say that it will tell no more.
+class EndingCompositorTest : public ToplevelCompositorTest {};
+
+INSTANTIATE_TEST_SUITE_P(CommonProtocols, EndingCompositorTest, testing::Values(0U, 1U));
 
 TEST_P(ToplevelCompositorTest, FollowsTheWindowsAsTheyComeChangeAndGo) {
     compositor_.open("Inbox", "firefox");
@@ -186,7 +191,7 @@ TEST_P(ToplevelCompositorTest, KeepsNoMoreWindowsThanItsBound) {
     EXPECT_THAT(windows.windows(), Optional(SizeIs(WaylandWindowList::mostWindows)));
 }
 
-TEST_P(ToplevelCompositorTest, IsNotPermittedOnceTheCompositorTellsNoMore) {
+TEST_P(EndingCompositorTest, IsNotPermittedOnceTheCompositorTellsNoMore) {
     const WaylandWindowList windows{loop_.loop(), socket()};
     ASSERT_TRUE(waitUntil(loop_, [&] { return windows.titlesPermitted(); }));
     compositor_.finish();
@@ -194,7 +199,18 @@ TEST_P(ToplevelCompositorTest, IsNotPermittedOnceTheCompositorTellsNoMore) {
     EXPECT_EQ(windows.windows(), nobody);
 }
 
-TEST(ToplevelCompositorOfNeither, TitlesAreNotPermitted) {
+TEST(ToplevelCompositorOfAll, IsHeardByTheCommonProtocolOnly) {
+    const test::TemporaryFolder folder;
+    const std::string socket = folder.path() / "wayland-test";
+    ToplevelCompositor compositor{socket, {2, 1, 0}};
+    compositor.open("once", "firefox");
+    PipeWireMainLoop loop;
+    const WaylandWindowList windows{loop.loop(), socket};
+    ASSERT_TRUE(waitUntil(loop, [&] { return windows.titlesPermitted(); }));
+    EXPECT_THAT(windows.windows(), Optional(SizeIs(1)));
+}
+
+TEST(ToplevelCompositorOfNone, TitlesAreNotPermitted) {
     const test::TemporaryFolder folder;
     const std::string socket = folder.path() / "wayland-test";
     const ToplevelCompositor compositor{socket, {}};

@@ -71,8 +71,9 @@ ToplevelConnection::~ToplevelConnection() = default;
 bool ToplevelConnection::begin(pw_loop* loop) {
     static const wl_registry_listener registryListener{
         .global =
-            [](void* data, wl_registry*, std::uint32_t name, const char* interface, std::uint32_t) {
-                static_cast<ToplevelConnection*>(data)->globalAppeared(name, interface);
+            [](void* data, wl_registry*, std::uint32_t name, const char* interface,
+               std::uint32_t version) {
+                static_cast<ToplevelConnection*>(data)->globalAppeared(name, interface, version);
             },
         .global_remove =
             [](void*, wl_registry*, std::uint32_t) {
@@ -111,9 +112,11 @@ bool ToplevelConnection::synchronise() {
     return true;
 }
 
-void ToplevelConnection::globalAppeared(std::uint32_t name, std::string_view interface) {
+void ToplevelConnection::globalAppeared(
+    std::uint32_t name, std::string_view interface, std::uint32_t version) {
     for (std::size_t index = 0; index < toplevelProtocols.size(); ++index) {
-        if (interface == toplevelProtocols[index].list->name && !names_[index]) {
+        const ToplevelProtocol& protocol = toplevelProtocols[index];
+        if (interface == protocol.list->name && version >= protocol.version && !names_[index]) {
             names_[index] = name;
         }
     }
@@ -121,6 +124,12 @@ void ToplevelConnection::globalAppeared(std::uint32_t name, std::string_view int
 
 void ToplevelConnection::answered() {
     if (list_ != nullptr) {
+        if (--answersMissing_ > 0) {
+            if (!synchronise()) {
+                lose();
+            }
+            return;
+        }
         state_ = state_ == State::asking ? State::telling : state_;
         return;
     }
@@ -131,14 +140,15 @@ void ToplevelConnection::answered() {
         return;
     }
     protocol_ = &toplevelProtocols[static_cast<std::size_t>(offered - names_.begin())];
-    constexpr std::uint32_t version = 1;
+    answersMissing_ = protocol_->announcesNumbers ? 2 : 1;
     list_.reset(static_cast<wl_proxy*>(wl_registry_bind(
-        reinterpret_cast<wl_registry*>(registry_.get()), **offered, protocol_->list, version)));
+        reinterpret_cast<wl_registry*>(registry_.get()), **offered, protocol_->list,
+        protocol_->version)));
     if (list_ == nullptr) {
         lose();
         return;
     }
-    listen(list_.get(), *this);
+    listen(list_.get(), *protocol_, *this);
     if (!synchronise()) {
         lose();
     }

@@ -56,7 +56,7 @@ class ToplevelConnection final : private ToplevelListEvents {
     ToplevelConnection(wl_display* display, std::size_t mostToplevels);
     bool begin(pw_loop* loop);
     bool synchronise();
-    void globalAppeared(std::uint32_t name, std::string_view interface);
+    void globalAppeared(std::uint32_t name, std::string_view interface, std::uint32_t version);
     void answered();
     void toplevel(wl_proxy* handle) override;
     void finished() override;
@@ -68,6 +68,7 @@ class ToplevelConnection final : private ToplevelListEvents {
     State state_ = State::asking;
     std::array<std::optional<std::uint32_t>, toplevelProtocols.size()> names_;
     const ToplevelProtocol* protocol_ = nullptr;
+    int answersMissing_ = 0; ///< until all windows have told their particulars
 
     std::unique_ptr<wl_display, Disconnect> display_;
     Proxy registry_;
