@@ -198,19 +198,22 @@ std::optional<std::string> MicActivityMonitor::enclosingApplicationID(std::int32
 
 std::optional<std::vector<std::string>>
 MicActivityMonitor::windowTitlesForFamilyOf(const std::string& bundleID) const {
-    if (!windowList_.titlesPermitted()) {
-        return std::nullopt;
-    }
     const CallAppFamily* family = CallCatalog::family(bundleID);
     if (family == nullptr) {
         return std::nullopt;
     }
-    const auto windows = windowList_.windows();
-    if (!windows) {
-        return std::nullopt;
-    }
+    const auto windows = readableWindows();
+    return windows ? std::optional{titlesOf(*family, *windows)} : std::nullopt;
+}
+
+std::optional<std::vector<WindowRecord>> MicActivityMonitor::readableWindows() const {
+    return windowList_.titlesPermitted() ? windowList_.windows() : std::nullopt;
+}
+
+std::vector<std::string> MicActivityMonitor::titlesOf(
+    const CallAppFamily& family, const std::vector<WindowRecord>& windows) const {
     std::vector<std::string> titles;
-    for (const WindowRecord& window : *windows) {
+    for (const WindowRecord& window : windows) {
         if (titles.size() == maxTitles) {
             break;
         }
@@ -219,7 +222,7 @@ MicActivityMonitor::windowTitlesForFamilyOf(const std::string& bundleID) const {
         }
         const auto owner = window.ownerPid ? processRegistry_.bundleIdentifier(*window.ownerPid)
                                            : window.ownerBundleID;
-        if (owner && family->matches(*owner)) {
+        if (owner && family.matches(*owner)) {
             titles.push_back(boundedTitle(*window.name));
         }
     }
@@ -227,11 +230,25 @@ MicActivityMonitor::windowTitlesForFamilyOf(const std::string& bundleID) const {
 }
 
 std::vector<MicUser> MicActivityMonitor::withWindowTitles(std::vector<MicUser> users) const {
+    std::optional<std::optional<std::vector<WindowRecord>>> windows;
+    std::map<std::string_view, std::vector<std::string>> titles;
     for (MicUser& user : users) {
-        const CallAppFamily* family = CallCatalog::family(user.bundleID);
-        if (family != nullptr && family->isBrowser) {
-            user.windowTitles = windowTitlesForFamilyOf(user.bundleID);
+        const CallAppFamily* const family = CallCatalog::family(user.bundleID);
+        if (family == nullptr || !family->isBrowser) {
+            continue;
         }
+        if (!windows) {
+            windows = readableWindows();
+        }
+        if (!*windows) {
+            user.windowTitles = std::nullopt;
+            continue;
+        }
+        const auto [known, isNew] = titles.try_emplace(family->id);
+        if (isNew) {
+            known->second = titlesOf(*family, **windows);
+        }
+        user.windowTitles = known->second;
     }
     return users;
 }

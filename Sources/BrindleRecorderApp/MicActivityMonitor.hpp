@@ -18,6 +18,8 @@ namespace brindle {
 
 class ProcessRegistry;
 class WindowList;
+struct CallAppFamily;
+struct WindowRecord;
 
 /// Main thread only. Reports no errors: what cannot be read counts as not recording or not known.
 class MicActivityMonitor {
@@ -58,7 +60,7 @@ class MicActivityMonitor {
     /// titles may not or cannot be read, and for an identifier of no known family.
     [[nodiscard]] std::optional<std::vector<std::string>>
     windowTitlesForFamilyOf(const std::string& bundleID) const;
-    /// The users, each browser with its window titles.
+    /// The users, each browser with its window titles. The windows are read once for all of them.
     [[nodiscard]] std::vector<MicUser> withWindowTitles(std::vector<MicUser> users) const;
 
   private:
@@ -79,6 +81,11 @@ class MicActivityMonitor {
 
     std::optional<std::vector<MicUser>> perProcessSnapshot();
     [[nodiscard]] std::vector<MicUser> deviceSnapshot() const;
+    /// Nothing when they may not or cannot be read.
+    [[nodiscard]] std::optional<std::vector<WindowRecord>> readableWindows() const;
+    [[nodiscard]] std::vector<std::string>
+    titlesOf(const CallAppFamily& family, const std::vector<WindowRecord>& windows) const;
+
     std::string bundleIDOf(AudioObjectID process, std::int32_t pid);
     std::optional<std::string> resolveBundleID(std::int32_t pid);
     [[nodiscard]] std::optional<std::string> enclosingApplicationID(std::int32_t pid) const;

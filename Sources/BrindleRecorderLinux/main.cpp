@@ -67,7 +67,7 @@ int runHeadless() {
     SyslogSystemLog systemLog;
     const EventLog log{diagnosticLog, systemLog, clock};
     TerminalNotifications notifications{stderr};
-    const ProcProcessRegistry processes;
+    const ProcProcessRegistry processes{mainLoop.loop()};
     PipeWireAudioObjects audioObjects{
         mainLoop, mainLoop.loop(), processes, pipewire::AudioServer::Options::ofThisSession(),
         [&log](pipewire::AudioServerState state) {

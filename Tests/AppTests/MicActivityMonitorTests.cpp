@@ -1,5 +1,6 @@
 #include "BrindleRecorderApp/MicActivityMonitor.hpp"
 
+#include "BrindleRecorderCore/CallDetector.hpp"
 #include "Support/FakeAudioObjects.hpp"
 #include "Support/FakeProcessRegistry.hpp"
 #include "Support/FakeWindowList.hpp"
@@ -402,6 +403,49 @@ TEST_F(MicActivityMonitorTest, ForAnUnknownFamilyTheTitlesAreAbsent) {
 TEST_F(MicActivityMonitorTest, WhenTheWindowsCannotBeReadTheTitlesAreAbsent) {
     windows_.records = std::nullopt;
     EXPECT_EQ(monitor_->windowTitlesForFamilyOf("com.google.Chrome"), std::nullopt);
+}
+
+TEST_F(MicActivityMonitorTest, GivesEachBrowserTheTitlesOfItsFamilyAndReadsTheWindowsOnce) {
+    registry_.bundleIDs = {{1, "com.google.Chrome"}, {2, "org.mozilla.firefox"}};
+    windows_.records = {
+        {.ownerPid = 1, .ownerBundleID = {}, .name = "Weekly sync - Google Meet"},
+        {.ownerPid = 2, .ownerBundleID = {}, .name = "Inbox"}};
+    const std::vector<std::string> kept{"as it came"};
+    const auto users = monitor_->withWindowTitles(
+        {{.bundleID = "com.google.Chrome", .pid = 1, .windowTitles = {}},
+         {.bundleID = "us.zoom.xos", .pid = 3, .windowTitles = kept},
+         {.bundleID = "org.mozilla.firefox", .pid = 2, .windowTitles = {}},
+         {.bundleID = "com.google.Chrome.helper", .pid = 4, .windowTitles = {}}});
+    ASSERT_EQ(users.size(), 4U);
+    EXPECT_THAT(users[0].windowTitles, Optional(ElementsAre("Weekly sync - Google Meet")));
+    EXPECT_THAT(users[1].windowTitles, Optional(kept));
+    EXPECT_THAT(users[2].windowTitles, Optional(ElementsAre("Inbox")));
+    EXPECT_THAT(users[3].windowTitles, Optional(ElementsAre("Weekly sync - Google Meet")));
+    EXPECT_EQ(windows_.readings, 1);
+
+    windows_.permitted = false;
+    const auto unknown = monitor_->withWindowTitles(users);
+    EXPECT_EQ(unknown[0].windowTitles, std::nullopt);
+    EXPECT_THAT(unknown[1].windowTitles, Optional(kept));
+}
+
+TEST_F(MicActivityMonitorTest, WithoutABrowserNobodysWindowsAreRead) {
+    static_cast<void>(
+        monitor_->withWindowTitles({{.bundleID = "us.zoom.xos", .pid = 3, .windowTitles = {}}}));
+    EXPECT_EQ(windows_.readings, 0);
+}
+
+TEST_F(MicActivityMonitorTest, WithoutPermissionABrowserStaysUnconfirmed) {
+    addRecording(1, 10, "com.google.Chrome");
+    windows_.records = {
+        {.ownerPid = {}, .ownerBundleID = "com.google.Chrome", .name = "Standup - Google Meet"}};
+    const CallDetector detector{CallDetectorConfig{}};
+    const auto isConfirmed = [&] {
+        return detector.classify(monitor_->withWindowTitles(monitor_->snapshot()).at(0))->confirmed;
+    };
+    EXPECT_TRUE(isConfirmed());
+    windows_.permitted = false;
+    EXPECT_FALSE(isConfirmed());
 }
 
 TEST_F(MicActivityMonitorTest, OfATitleOnlyTheFrontIsKept) {

@@ -8,10 +8,12 @@
 #include "LinuxTests/ChildProcess.hpp"
 #include "LinuxTests/FakeProc.hpp"
 #include "LinuxTests/WaitOnLoop.hpp"
+#include "Support/ManualMainLoop.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -112,6 +114,31 @@ TEST_F(AudioServerTest, SaysOnceThatNoServerAnswersHoweverOftenItTries) {
     EXPECT_THAT(states_, ElementsAre(AudioServerState::unreachable));
 }
 
+TEST_F(AudioServerTest, TriesAgainLaterAndLaterButNeverLaterThanTwoSeconds) {
+    using namespace std::chrono_literals;
+    test::ManualMainLoop time;
+    int attempts = 0;
+    const AudioServer server{
+        time,
+        loop_.loop(),
+        options(),
+        {.changed = [&] { ++attempts; },
+         .stateChanged =
+             [](AudioServerState) {
+             }}};
+    const auto attemptsAfter = [&](std::chrono::milliseconds pause) {
+        attempts = 0;
+        time.advance(pause);
+        return attempts;
+    };
+    EXPECT_EQ(attemptsAfter(0ms), 1);
+    for (const auto pause : {100ms, 200ms, 400ms, 800ms, 1600ms, 2000ms, 2000ms}) {
+        EXPECT_EQ(attemptsAfter(pause - 1ms), 0) << pause.count();
+        EXPECT_EQ(attemptsAfter(1ms), 1) << pause.count();
+    }
+    EXPECT_EQ(attemptsAfter(1h), 1800);
+}
+
 TEST_F(AudioServerTest, TellsADesktopWhoseSoundGoesThroughPulseAudioApart) {
     pulseAudioRunsAs(77);
     watch();
@@ -119,7 +146,7 @@ TEST_F(AudioServerTest, TellsADesktopWhoseSoundGoesThroughPulseAudioApart) {
 
     // PipeWire beside it, for cameras and screens only, changes nothing …
     const auto videoOnly = startServer();
-    ASSERT_TRUE(waitUntil(loop_, [&] { return server_->graph().has_value(); }));
+    ASSERT_TRUE(waitUntil(loop_, [&] { return server_->graph() != nullptr; }));
     EXPECT_EQ(server_->state(), AudioServerState::pulseAudio);
     // … until sound goes through it.
     ASSERT_EQ(addMicrophone(), 0);

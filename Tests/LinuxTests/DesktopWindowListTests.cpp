@@ -12,8 +12,10 @@
 
 #include <unistd.h>
 
+#include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace brindle {
 namespace {
@@ -40,7 +42,7 @@ class DesktopWindowListTest : public testing::Test {
     }
 
     /// A Firefox in a call.
-    static AudioGraph callOfFirefox() {
+    static std::shared_ptr<const AudioGraph> callOfFirefox() {
         AudioGraph graph;
         graph.nodes.push_back({1, 1, NodeState::running, {{"media.class", "Audio/Source"}}});
         graph.nodes.push_back(
@@ -52,7 +54,7 @@ class DesktopWindowListTest : public testing::Test {
               {"media.name", "in a stream"}}});
         graph.clients.push_back({3, 3, {{"application.process.binary", "firefox"}}});
         graph.links.push_back({4, 1, 2, true});
-        return graph;
+        return std::make_shared<const AudioGraph>(std::move(graph));
     }
 
     const WindowRecord onX11_{getpid(), nobody, "on X11"};
@@ -93,7 +95,7 @@ TEST_F(DesktopWindowListTest, HasTheStreamsAloneWhereNoWindowsAreShown) {
     EXPECT_TRUE(windows.titlesPermitted());
     EXPECT_THAT(windows.windows(), Optional(ElementsAre(inStream_)));
     const DesktopWindowList silent{processes_, loop_.loop(), [] {
-                                       return AudioGraph{};
+                                       return std::make_shared<const AudioGraph>();
                                    }};
     EXPECT_FALSE(silent.titlesPermitted());
 }

@@ -47,7 +47,7 @@ TEST(MicrophoneView, AProcessIsOneObjectHoweverManyClientsItHas) {
     graph.nodes = {microphone, streamOf(71, 34)};
     graph.links = {{1, 42, 71, true}};
     ObjectNumbers numbers;
-    const auto view = viewOf(graph, numbers);
+    const auto view = viewOf(&graph, numbers);
     ASSERT_EQ(view.processes.size(), 2U);
     EXPECT_EQ(view.processes[0].process.pid, 500);
     EXPECT_TRUE(view.processes[0].process.pidIsCertain);
@@ -61,7 +61,7 @@ TEST(MicrophoneView, ClientsThatTellNothingStayApart) {
     AudioGraph graph;
     graph.clients = {{1, 31, {}}, {2, 33, {}}};
     ObjectNumbers numbers;
-    EXPECT_EQ(viewOf(graph, numbers).processes.size(), 2U);
+    EXPECT_EQ(viewOf(&graph, numbers).processes.size(), 2U);
 }
 
 TEST(MicrophoneView, TwoRunningCopiesOfASandboxedApplicationStayApart) {
@@ -76,7 +76,7 @@ TEST(MicrophoneView, TwoRunningCopiesOfASandboxedApplicationStayApart) {
     AudioGraph graph;
     graph.clients = {sandboxed(1, 31, "a"), sandboxed(2, 33, "b"), sandboxed(3, 34, "a")};
     ObjectNumbers numbers;
-    EXPECT_EQ(viewOf(graph, numbers).processes.size(), 2U);
+    EXPECT_EQ(viewOf(&graph, numbers).processes.size(), 2U);
 }
 
 TEST(MicrophoneView, ANumberStaysWithItsObjectAndIsNeverGivenAgain) {
@@ -84,14 +84,14 @@ TEST(MicrophoneView, ANumberStaysWithItsObjectAndIsNeverGivenAgain) {
     graph.clients = {nativeClient(1, 31, 500)};
     graph.nodes = {microphone};
     ObjectNumbers numbers;
-    const auto first = viewOf(graph, numbers);
-    EXPECT_EQ(viewOf(graph, numbers).processes[0].id, first.processes[0].id);
-    EXPECT_EQ(viewOf(graph, numbers).devices[0].id, first.devices[0].id);
+    const auto first = viewOf(&graph, numbers);
+    EXPECT_EQ(viewOf(&graph, numbers).processes[0].id, first.processes[0].id);
+    EXPECT_EQ(viewOf(&graph, numbers).devices[0].id, first.devices[0].id);
     EXPECT_NE(first.processes[0].id, first.devices[0].id);
 
     // A restarted server begins to count anew: the same serials are other objects.
-    viewOf(std::nullopt, numbers);
-    const auto later = viewOf(graph, numbers);
+    viewOf(nullptr, numbers);
+    const auto later = viewOf(&graph, numbers);
     EXPECT_GT(later.processes[0].id, first.devices[0].id);
     EXPECT_GT(later.devices[0].id, first.devices[0].id);
 }
@@ -102,20 +102,20 @@ TEST(MicrophoneView, TheDefaultDeviceIsTheMicrophoneOfThatName) {
         {37, 37, NodeState::idle, {{"media.class", "Audio/Sink"}, {"node.name", "speakers"}}},
         microphone};
     ObjectNumbers numbers;
-    EXPECT_FALSE(viewOf(graph, numbers).defaultDevice);
+    EXPECT_FALSE(viewOf(&graph, numbers).defaultDevice);
     graph.defaultSourceName = "mic";
-    const auto view = viewOf(graph, numbers);
+    const auto view = viewOf(&graph, numbers);
     ASSERT_TRUE(view.defaultDevice);
     EXPECT_EQ(view.device(*view.defaultDevice)->uniqueID, "mic");
     graph.defaultSourceName = "speakers";
-    EXPECT_FALSE(viewOf(graph, numbers).defaultDevice);
+    EXPECT_FALSE(viewOf(&graph, numbers).defaultDevice);
     graph.defaultSourceName = "unplugged";
-    EXPECT_FALSE(viewOf(graph, numbers).defaultDevice);
+    EXPECT_FALSE(viewOf(&graph, numbers).defaultDevice);
 }
 
 TEST(MicrophoneView, IsEmptyWithoutAServer) {
     ObjectNumbers numbers;
-    const auto view = viewOf(std::nullopt, numbers);
+    const auto view = viewOf(nullptr, numbers);
     EXPECT_FALSE(view.isAvailable);
     EXPECT_TRUE(view.processes.empty());
     EXPECT_FALSE(view.defaultDevice);

@@ -1,17 +1,22 @@
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
 
 #include "BrindleRecorderLinux/Processes/ProcReader.hpp"
+#include "BrindleRecorderLinux/Processes/ProcessEnds.hpp"
 #include "LinuxTests/ChildProcess.hpp"
 #include "LinuxTests/FakeProc.hpp"
 #include "LinuxTests/WaitOnLoop.hpp"
+#include "LinuxTests/XServer.hpp"
 
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <csignal>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <vector>
 
 namespace brindle {
 namespace {
@@ -50,6 +55,70 @@ TEST(ProcProcessRegistry, ReadsARealSymbolicLinkUnderAnotherName) {
         return registry.runsFileNamed(child.pid(), "sleep") &&
                registry.bundleIdentifier(child.pid()) == "us.zoom.xos";
     }));
+}
+
+TEST(ProcProcessRegistry, RemembersAProcessUntilItEnds) {
+    const FakeProc temporary;
+    const auto copy = temporary.folder() / "zoom";
+    std::filesystem::copy_file("/bin/sleep", copy);
+    PipeWireMainLoop loop;
+    const ProcProcessRegistry registry{loop.loop()};
+    const ProcProcessRegistry forgetful;
+    std::int32_t pid = 0;
+    {
+        const ChildProcess child{copy, {copy, "600"}};
+        pid = child.pid();
+        ASSERT_TRUE(waitUntil(loop, [&] { return forgetful.executablePath(pid) == copy; }));
+        EXPECT_EQ(registry.executablePath(pid), copy);
+        EXPECT_EQ(registry.bundleIdentifier(pid), "us.zoom.xos");
+        child.signal(SIGKILL);
+        // Its end is known to the kernel, which still has its number, but not yet to the loop.
+        ASSERT_TRUE(waitFor([&] { return !forgetful.executablePath(pid); }));
+        EXPECT_EQ(registry.executablePath(pid), copy);
+        EXPECT_TRUE(waitUntil(loop, [&] { return !registry.executablePath(pid); }));
+    }
+    EXPECT_FALSE(registry.bundleIdentifier(pid));
+    EXPECT_FALSE(registry.bundleIdentifier(-1));
+}
+
+TEST(ProcessEnds, TellsTheEndOfEachProcessOnceAndOfNoOther) {
+    PipeWireMainLoop loop;
+    std::vector<std::int32_t> ended;
+    ProcessEnds ends{loop.loop(), [&](std::int32_t pid) {
+                         ended.push_back(pid);
+                     }};
+    const ChildProcess stays{"sleep", {"sleep", "600"}};
+    const ChildProcess goes{"sleep", {"sleep", "600"}};
+    EXPECT_TRUE(ends.watch(stays.pid()));
+    EXPECT_TRUE(ends.watch(goes.pid()));
+    EXPECT_TRUE(ends.watch(goes.pid()));
+    for (const std::int32_t number : {-1, 0, 99'999'999}) {
+        EXPECT_FALSE(ends.watch(number)) << number;
+    }
+    goes.signal(SIGKILL);
+    EXPECT_TRUE(waitUntil(loop, [&] { return !ended.empty(); }));
+    stays.signal(SIGKILL);
+    EXPECT_TRUE(waitUntil(loop, [&] { return ended.size() == 2; }));
+    EXPECT_EQ(ended, (std::vector<std::int32_t>{goes.pid(), stays.pid()}));
+}
+
+TEST(ProcessEnds, MayGoWhileItWatches) {
+    PipeWireMainLoop loop;
+    const ChildProcess child{"sleep", {"sleep", "600"}};
+    int told = 0;
+    {
+        ProcessEnds ends{loop.loop(), [&](std::int32_t) {
+                             ++told;
+                         }};
+        EXPECT_TRUE(ends.watch(child.pid()));
+    }
+    ProcessEnds other{loop.loop(), [&](std::int32_t) {
+                          told += 100;
+                      }};
+    EXPECT_TRUE(other.watch(child.pid()));
+    child.signal(SIGKILL);
+    EXPECT_TRUE(waitUntil(loop, [&] { return told > 0; }));
+    EXPECT_EQ(told, 100);
 }
 
 TEST(ProcProcessRegistry, AnswersNothingForWhatIsNoProcess) {

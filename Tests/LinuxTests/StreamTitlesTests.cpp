@@ -108,12 +108,12 @@ TEST_F(PageTitles, MayBeMissing) {
 
 TEST(StreamTitles, ArePermittedOnlyWhileThereAreAny) {
     const StreamTitles none{[] {
-        return AudioGraph{};
+        return std::make_shared<const AudioGraph>();
     }};
     EXPECT_FALSE(none.titlesPermitted());
     EXPECT_EQ(none.windows(), std::nullopt);
     const StreamTitles unreachable{[] {
-        return std::nullopt;
+        return nullptr;
     }};
     EXPECT_FALSE(unreachable.titlesPermitted());
     EXPECT_EQ(unreachable.windows(), std::nullopt);

@@ -60,7 +60,7 @@ bool WhoCommand::run() const {
             mainLoop.quit();
         }
     };
-    const ProcProcessRegistry processes;
+    const ProcProcessRegistry processes{mainLoop.loop()};
     PipeWireAudioObjects audioObjects{
         mainLoop, mainLoop.loop(), processes, pipewire::AudioServer::Options::ofThisSession(),
         stateChanged};

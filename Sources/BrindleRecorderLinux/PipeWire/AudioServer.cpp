@@ -15,7 +15,9 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::chrono::milliseconds firstDelay = 100ms;
-constexpr std::chrono::milliseconds longestDelay = 5s;
+/// Short enough that a server which comes back after a long time is not left alone for long: a
+/// failed attempt costs a look at a socket that is not there.
+constexpr std::chrono::milliseconds longestDelay = 2s;
 
 /// Whether sound goes through this server: something of sound is on it, or the PulseAudio protocol
 /// is served from it.
@@ -50,11 +52,14 @@ AudioServer::AudioServer(MainLoop& mainLoop, pw_loop* loop, Options options, Cal
 
 AudioServer::~AudioServer() = default;
 
-std::optional<AudioGraph> AudioServer::graph() const {
+std::shared_ptr<const AudioGraph> AudioServer::graph() const {
     if (connection_ == nullptr || !complete_) {
-        return std::nullopt;
+        return nullptr;
     }
-    return connection_->mirror().graph();
+    if (graph_ == nullptr) {
+        graph_ = std::make_shared<const AudioGraph>(connection_->mirror().graph());
+    }
+    return graph_;
 }
 
 void AudioServer::connect() {
@@ -97,6 +102,7 @@ void AudioServer::reconnectLater() {
 }
 
 void AudioServer::announceLater() {
+    graph_.reset();
     if (announcement_ == nullptr) {
         announcement_ = mainLoop_.after(0ns, [this] { announce(); });
     }
@@ -104,7 +110,7 @@ void AudioServer::announceLater() {
 
 void AudioServer::announce() {
     const auto running = std::move(announcement_);
-    const AudioServerState state = currentState(graph());
+    const AudioServerState state = currentState();
     const AudioServerState previous = std::exchange(state_, state);
     if (state != previous) {
         callbacks_.stateChanged(state);
@@ -112,17 +118,18 @@ void AudioServer::announce() {
     callbacks_.changed();
 }
 
-AudioServerState AudioServer::currentState(const std::optional<AudioGraph>& graph) const {
-    if (graph && carriesAudio(*graph)) {
+AudioServerState AudioServer::currentState() const {
+    const auto known = graph();
+    if (known != nullptr && carriesAudio(*known)) {
         return AudioServerState::serving;
     }
-    if (!graph && connection_ != nullptr && reconnection_ == nullptr) {
+    if (known == nullptr && connection_ != nullptr && reconnection_ == nullptr) {
         return state_; // the server has not told everything yet
     }
     if (pulseAudioRuns(options_.runtimeFolder, options_.procFolder)) {
         return AudioServerState::pulseAudio;
     }
-    return graph ? AudioServerState::withoutAudio : AudioServerState::unreachable;
+    return known != nullptr ? AudioServerState::withoutAudio : AudioServerState::unreachable;
 }
 
 } // namespace brindle::pipewire

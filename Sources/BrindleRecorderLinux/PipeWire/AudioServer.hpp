@@ -50,15 +50,16 @@ class AudioServer {
     AudioServer& operator=(const AudioServer&) = delete;
 
     [[nodiscard]] AudioServerState state() const { return state_; }
-    /// Nothing while no server has told all that it knows.
-    [[nodiscard]] std::optional<AudioGraph> graph() const;
+    /// What the server knows now; the same object until that changes, which does not alter one that
+    /// was handed out. Null while no server has told all that it knows.
+    [[nodiscard]] std::shared_ptr<const AudioGraph> graph() const;
 
   private:
     void connect();
     void reconnectLater();
     void announceLater();
     void announce();
-    [[nodiscard]] AudioServerState currentState(const std::optional<AudioGraph>& graph) const;
+    [[nodiscard]] AudioServerState currentState() const;
 
     MainLoop& mainLoop_;
     pw_loop* loop_;
@@ -66,6 +67,7 @@ class AudioServer {
     Callbacks callbacks_;
     AudioServerState state_ = AudioServerState::connecting;
     bool complete_ = false;
+    mutable std::shared_ptr<const AudioGraph> graph_; ///< null until it is asked for
     std::chrono::milliseconds nextDelay_;
     Library library_;
     ContextHandle context_;

@@ -94,9 +94,9 @@ const DeviceView* MicrophoneView::device(AudioObjectID id) const {
     return found == devices.end() ? nullptr : &*found;
 }
 
-MicrophoneView viewOf(const std::optional<AudioGraph>& graph, ObjectNumbers& numbers) {
+MicrophoneView viewOf(const AudioGraph* graph, ObjectNumbers& numbers) {
     MicrophoneView view;
-    if (graph) {
+    if (graph != nullptr) {
         view.isAvailable = true;
         addProcesses(view, *graph, numbers);
         addDevices(view, *graph, numbers);

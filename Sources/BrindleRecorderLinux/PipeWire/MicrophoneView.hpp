@@ -79,7 +79,7 @@ struct MicrophoneView {
 };
 
 /// Processes in the order in which their first clients came. Nothing answers where `graph` is
-/// absent.
-MicrophoneView viewOf(const std::optional<AudioGraph>& graph, ObjectNumbers& numbers);
+/// null.
+MicrophoneView viewOf(const AudioGraph* graph, ObjectNumbers& numbers);
 
 } // namespace brindle::pipewire

@@ -45,15 +45,18 @@ ClientClaims claimsOf(const ProcessView& process) {
     return claims;
 }
 
+/// The same process, called as it was.
+bool isSameProcess(const ProcessView& before, const ProcessView& after) {
+    return before.id == after.id && before.process == after.process &&
+           before.clients == after.clients;
+}
+
 /// Processes have changed when one came, went, or is called differently now.
 bool sameProcesses(const MicrophoneView& left, const MicrophoneView& right) {
     return left.isAvailable == right.isAvailable &&
            std::equal(
                left.processes.begin(), left.processes.end(), right.processes.begin(),
-               right.processes.end(), [](const ProcessView& before, const ProcessView& after) {
-                   return before.id == after.id && before.process == after.process &&
-                          before.clients == after.clients;
-               });
+               right.processes.end(), isSameProcess);
 }
 
 std::set<AudioObjectID> runningObjects(const MicrophoneView& view) {
@@ -84,7 +87,8 @@ PipeWireAudioObjects::PipeWireAudioObjects(
                                         .stateChanged = std::move(stateChanged)}} {}
 
 void PipeWireAudioObjects::refresh() {
-    const MicrophoneView before = std::exchange(view_, viewOf(server_.graph(), numbers_));
+    const MicrophoneView before = std::exchange(view_, viewOf(server_.graph().get(), numbers_));
+    forgetChangedIdentities(before);
     // A listener sees the new view whole, whichever of its changes it hears of first.
     if (!sameProcesses(before, view_)) {
         processListeners_.call(onlySubject);
@@ -101,6 +105,29 @@ void PipeWireAudioObjects::refresh() {
     for (const AudioObjectID object : changed) {
         runningListeners_.call(object);
     }
+}
+
+void PipeWireAudioObjects::forgetChangedIdentities(const MicrophoneView& before) {
+    std::erase_if(identities_, [&](const auto& known) {
+        const ProcessView* const then = before.process(known.first);
+        const ProcessView* const now = view_.process(known.first);
+        return then == nullptr || now == nullptr || !isSameProcess(*then, *now);
+    });
+}
+
+const PipeWireAudioObjects::Identity&
+PipeWireAudioObjects::identityOf(const ProcessView& process) const {
+    const auto [known, isNew] = identities_.try_emplace(process.id);
+    if (isNew) {
+        known->second.pid = trustedPid(process.process, processRegistry_);
+        auto identity = identityOfClient(
+            claimsOf(process),
+            known->second.pid ? processRegistry_.identity(*known->second.pid) : std::nullopt);
+        if (identity) {
+            known->second.bundleIdentifier = std::move(identity->identifier);
+        }
+    }
+    return known->second;
 }
 
 std::optional<std::vector<AudioObjectID>> PipeWireAudioObjects::processes() const {
@@ -121,21 +148,12 @@ std::optional<bool> PipeWireAudioObjects::isRunningInput(AudioObjectID process) 
 
 std::optional<std::int32_t> PipeWireAudioObjects::processIdentifier(AudioObjectID process) const {
     const ProcessView* const found = view_.process(process);
-    return found == nullptr ? std::nullopt : trustedPid(found->process, processRegistry_);
+    return found == nullptr ? std::nullopt : identityOf(*found).pid;
 }
 
 std::optional<std::string> PipeWireAudioObjects::bundleIdentifier(AudioObjectID process) const {
     const ProcessView* const found = view_.process(process);
-    if (found == nullptr) {
-        return std::nullopt;
-    }
-    const auto pid = trustedPid(found->process, processRegistry_);
-    auto identity =
-        identityOfClient(claimsOf(*found), pid ? processRegistry_.identity(*pid) : std::nullopt);
-    if (!identity) {
-        return std::nullopt;
-    }
-    return std::move(identity->identifier);
+    return found == nullptr ? std::nullopt : identityOf(*found).bundleIdentifier;
 }
 
 std::optional<AudioObjectID> PipeWireAudioObjects::defaultInputDevice() const {

@@ -6,8 +6,12 @@
 #include "BrindleRecorderLinux/PipeWire/ListenerList.hpp"
 #include "BrindleRecorderLinux/PipeWire/MicrophoneView.hpp"
 
+#include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
+#include <optional>
+#include <string>
 
 namespace brindle {
 
@@ -27,8 +31,10 @@ class PipeWireAudioObjects final : public AudioObjects {
         pipewire::AudioServer::Options options, StateListener stateChanged);
 
     [[nodiscard]] pipewire::AudioServerState state() const { return server_.state(); }
-    /// All that the server knows, for who looks at more than microphones.
-    [[nodiscard]] std::optional<pipewire::AudioGraph> graph() const { return server_.graph(); }
+    /// All that the server knows, for who looks at more than microphones; as `AudioServer::graph`.
+    [[nodiscard]] std::shared_ptr<const pipewire::AudioGraph> graph() const {
+        return server_.graph();
+    }
 
     [[nodiscard]] bool canListProcesses() const override { return true; }
     [[nodiscard]] std::optional<std::vector<AudioObjectID>> processes() const override;
@@ -49,11 +55,21 @@ class PipeWireAudioObjects final : public AudioObjects {
     observeRunningSomewhere(AudioObjectID device, Listener listener) override;
 
   private:
+    /// Whose process it is. Stays as it is while the process's clients do, since a process that
+    /// starts another program loses its connection.
+    struct Identity {
+        std::optional<std::int32_t> pid;
+        std::optional<std::string> bundleIdentifier;
+    };
+
     void refresh();
+    void forgetChangedIdentities(const pipewire::MicrophoneView& before);
+    [[nodiscard]] const Identity& identityOf(const pipewire::ProcessView& process) const;
 
     const ProcProcessRegistry& processRegistry_;
     pipewire::ObjectNumbers numbers_;
     pipewire::MicrophoneView view_;
+    mutable std::map<AudioObjectID, Identity> identities_;
     pipewire::ListenerList processListeners_;
     pipewire::ListenerList defaultListeners_;
     pipewire::ListenerList runningListeners_;

@@ -1,6 +1,9 @@
 #include "BrindleRecorderLinux/Processes/ApplicationTable.hpp"
 
-#include <algorithm>
+#include <cstddef>
+#include <functional>
+#include <unordered_map>
+#include <utility>
 
 namespace brindle {
 
@@ -290,11 +293,23 @@ const std::vector<ApplicationRow>& ApplicationTable::rows() {
 }
 
 const ApplicationRow* ApplicationTable::find(IdentitySource source, std::string_view name) {
-    const auto& table = rows();
-    const auto found = std::find_if(table.begin(), table.end(), [&](const ApplicationRow& row) {
-        return row.source == source && row.name == name;
-    });
-    return found == table.end() ? nullptr : &*found;
+    using Key = std::pair<IdentitySource, std::string_view>;
+    struct Hash {
+        std::size_t operator()(const Key& key) const {
+            constexpr std::size_t sources = 8; // a power of two, and no fewer than there are
+            return std::hash<std::string_view>{}(key.second) * sources +
+                   static_cast<std::size_t>(key.first);
+        }
+    };
+    static const auto index = [] {
+        std::unordered_map<Key, const ApplicationRow*, Hash> made;
+        for (const ApplicationRow& row : rows()) {
+            made.emplace(Key{row.source, row.name}, &row);
+        }
+        return made;
+    }();
+    const auto found = index.find({source, name});
+    return found == index.end() ? nullptr : found->second;
 }
 
 } // namespace brindle

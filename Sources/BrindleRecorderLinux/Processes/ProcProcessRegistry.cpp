@@ -9,11 +9,31 @@ namespace brindle {
 ProcProcessRegistry::ProcProcessRegistry(std::filesystem::path procFolder)
     : reader_{std::move(procFolder)} {}
 
+ProcProcessRegistry::ProcProcessRegistry(pw_loop* loop)
+    : ends_{std::make_unique<ProcessEnds>(loop, [this](std::int32_t pid) { memory_.erase(pid); })} {
+}
+
+ProcProcessRegistry::Remembered* ProcProcessRegistry::memoryOf(std::int32_t pid) const {
+    // Watched before anything is read: what is remembered cannot be of an earlier process.
+    return ends_ != nullptr && ends_->watch(pid) ? &memory_[pid] : nullptr;
+}
+
 std::int32_t ProcProcessRegistry::ownProcessIdentifier() const {
     return getpid();
 }
 
 std::optional<ApplicationIdentity> ProcProcessRegistry::identity(std::int32_t pid) const {
+    Remembered* const memory = memoryOf(pid);
+    if (memory == nullptr) {
+        return readIdentity(pid);
+    }
+    if (!memory->identity) {
+        memory->identity = readIdentity(pid);
+    }
+    return *memory->identity;
+}
+
+std::optional<ApplicationIdentity> ProcProcessRegistry::readIdentity(std::int32_t pid) const {
     return identityOfProcess(
         pid, [this](std::int32_t process) { return reader_.evidence(process); });
 }
@@ -27,7 +47,14 @@ std::optional<std::string> ProcProcessRegistry::bundleIdentifier(std::int32_t pi
 }
 
 std::optional<std::filesystem::path> ProcProcessRegistry::executablePath(std::int32_t pid) const {
-    return reader_.executable(pid);
+    Remembered* const memory = memoryOf(pid);
+    if (memory == nullptr) {
+        return reader_.executable(pid);
+    }
+    if (!memory->executable) {
+        memory->executable = reader_.executable(pid);
+    }
+    return *memory->executable;
 }
 
 std::optional<std::string>
@@ -36,7 +63,7 @@ ProcProcessRegistry::bundleIdentifierOfApplication(const std::filesystem::path& 
 }
 
 bool ProcProcessRegistry::runsFileNamed(std::int32_t pid, std::string_view name) const {
-    const auto executable = reader_.executable(pid);
+    const auto executable = executablePath(pid);
     return executable && executable->filename() == withoutDeletedMark(name);
 }
 

@@ -4,12 +4,22 @@
 #include "BrindleRecorderApp/Platform/ProcessRegistry.hpp"
 #include "BrindleRecorderLinux/Processes/ApplicationIdentity.hpp"
 #include "BrindleRecorderLinux/Processes/ProcReader.hpp"
+#include "BrindleRecorderLinux/Processes/ProcessEnds.hpp"
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
 
 namespace brindle {
 
 class ProcProcessRegistry final : public ProcessRegistry {
   public:
+    /// Reads everything anew each time.
     explicit ProcProcessRegistry(std::filesystem::path procFolder = "/proc");
+    /// Remembers what was read of a process until it ends, which the loop tells. The loop must
+    /// outlive this.
+    explicit ProcProcessRegistry(pw_loop* loop);
 
     [[nodiscard]] std::int32_t ownProcessIdentifier() const override;
     [[nodiscard]] std::optional<std::string> bundleIdentifier(std::int32_t pid) const override;
@@ -25,7 +35,18 @@ class ProcProcessRegistry final : public ProcessRegistry {
     [[nodiscard]] bool runsFileNamed(std::int32_t pid, std::string_view name) const;
 
   private:
+    struct Remembered {
+        std::optional<std::optional<ApplicationIdentity>> identity;
+        std::optional<std::optional<std::filesystem::path>> executable;
+    };
+
+    /// Null when nothing of the process can be remembered.
+    [[nodiscard]] Remembered* memoryOf(std::int32_t pid) const;
+    [[nodiscard]] std::optional<ApplicationIdentity> readIdentity(std::int32_t pid) const;
+
     ProcReader reader_;
+    mutable std::map<std::int32_t, Remembered> memory_;
+    std::unique_ptr<ProcessEnds> ends_; ///< null where nothing is remembered
 };
 
 } // namespace brindle

@@ -84,14 +84,21 @@ std::vector<WindowRecord> pageTitlesIn(const AudioGraph& graph) {
 
 StreamTitles::StreamTitles(GraphSource graph) : graph_{std::move(graph)} {}
 
+const std::vector<WindowRecord>& StreamTitles::titles() const {
+    // Held on to, so that another graph cannot come to lie where this one was.
+    if (auto graph = graph_(); graph != readGraph_) {
+        titles_ = graph != nullptr ? pageTitlesIn(*graph) : std::vector<WindowRecord>{};
+        readGraph_ = std::move(graph);
+    }
+    return titles_;
+}
+
 bool StreamTitles::titlesPermitted() const {
-    return windows().has_value();
+    return !titles().empty();
 }
 
 std::optional<std::vector<WindowRecord>> StreamTitles::windows() const {
-    const auto graph = graph_();
-    auto titles = graph ? pageTitlesIn(*graph) : std::vector<WindowRecord>{};
-    return titles.empty() ? std::nullopt : std::optional{std::move(titles)};
+    return titles().empty() ? std::nullopt : std::optional{titles()};
 }
 
 } // namespace brindle

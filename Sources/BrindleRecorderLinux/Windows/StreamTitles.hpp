@@ -5,6 +5,7 @@
 #include "BrindleRecorderLinux/PipeWire/AudioGraph.hpp"
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -19,8 +20,8 @@ std::vector<WindowRecord> pageTitlesIn(const pipewire::AudioGraph& graph);
 /// pass for one that does.
 class StreamTitles final : public WindowList {
   public:
-    /// Answers nothing while no sound server does.
-    using GraphSource = std::function<std::optional<pipewire::AudioGraph>()>;
+    /// Answers the same object until the graph changes; null while no sound server answers.
+    using GraphSource = std::function<std::shared_ptr<const pipewire::AudioGraph>()>;
 
     explicit StreamTitles(GraphSource graph);
 
@@ -28,7 +29,11 @@ class StreamTitles final : public WindowList {
     [[nodiscard]] std::optional<std::vector<WindowRecord>> windows() const override;
 
   private:
+    [[nodiscard]] const std::vector<WindowRecord>& titles() const;
+
     GraphSource graph_;
+    mutable std::shared_ptr<const pipewire::AudioGraph> readGraph_; ///< what `titles_` are from
+    mutable std::vector<WindowRecord> titles_;
 };
 
 } // namespace brindle
