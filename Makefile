@@ -5,11 +5,12 @@ PRESET ?= dev
 SEED ?=
 CALLS ?=
 
-.PHONY: help demo run test simulate coverage bench lint analyze format install-dependencies clean
+.PHONY: help demo run test test-long simulate coverage bench lint analyze format install-dependencies clean
 
 help:
 	@echo 'make demo                  watch a call being recorded, in a private desktop session'
 	@echo 'make test [PRESET=dev]     build and run every test (presets: dev, clang, release, asan, tsan)'
+	@echo 'make test-long             the tests that take minutes, or need Firefox and Plasma beside them'
 	@echo 'make run                   run the recorder here, in this desktop session'
 	@echo 'make simulate [CALLS=10000] [SEED=7]  live through calls, crashes and power failures; with SEED'
 	@echo '                            alone repeat that one world'
@@ -35,6 +36,11 @@ test:
 	@scripts/build $(PRESET)
 	@scripts/run-tests $(PRESET)
 
+test-long:
+	@scripts/install-dependencies build demo test long
+	@scripts/build $(PRESET)
+	@scripts/run-tests $(PRESET) --long
+
 simulate:
 	@scripts/install-dependencies build test
 	@scripts/build $(PRESET) Simulation
@@ -46,7 +52,7 @@ coverage:
 	@scripts/coverage
 
 bench:
-	@scripts/install-dependencies build demo
+	@scripts/install-dependencies build demo test bench
 	@scripts/build release
 	@scripts/bench
 
