@@ -29,7 +29,7 @@ demo:
 run:
 	@scripts/install-dependencies build
 	@scripts/build release brindle-recorder
-	@build/release/Sources/BrindleRecorderLinux/brindle-recorder --headless
+	@build/release/Sources/BrindleRecorderLinux/brindle-recorder
 
 test:
 	@scripts/install-dependencies build demo test

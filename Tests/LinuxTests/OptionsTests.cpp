@@ -38,9 +38,8 @@ TEST(Options, RefusesWhatDoesNotGoTogether) {
         Options::parse({"--headless", "--who"}).error(), "--headless and --who exclude each other");
 }
 
-TEST(Options, SaysSoWhenThereIsNothingToRun) {
-    EXPECT_EQ(
-        Options::parse({}).error(), "there is no user interface here yet; run it with --headless");
+TEST(Options, RunsOnTheDesktopUnlessToldOtherwise) {
+    EXPECT_EQ(Options::parse({})->command, Command::runDesktop);
 }
 
 TEST(TerminalLine, NeverSteersTheTerminal) {

@@ -47,17 +47,14 @@ Expected<Options, std::string> Options::parse(const std::vector<std::string_view
     if (once && command != Command::showWho) {
         return unexpected{std::string{"--once goes with --who"}};
     }
-    if (!command) {
-        return unexpected{
-            std::string{"there is no user interface here yet; run it with --headless"}};
-    }
-    return Options{*command, once};
+    return Options{command.value_or(Command::runDesktop), once};
 }
 
 std::string_view Options::helpText() {
-    return R"(Usage: brindle-recorder --headless
+    return R"(Usage: brindle-recorder [--headless]
        brindle-recorder --who [--once]
-Records your own camera and microphone while you are in a call.
+Records your own camera and microphone while you are in a call. Without an option
+it shows its icon in the desktop's panel.
 
   --headless     run without a user interface: print each change of the status
                  on standard output, notifications on standard error

@@ -10,7 +10,7 @@
 namespace brindle {
 
 struct Options {
-    enum class Command { showHelp, showVersion, runHeadless, showWho };
+    enum class Command { showHelp, showVersion, runDesktop, runHeadless, showWho };
 
     Command command = Command::showHelp;
     /// With `showWho`: answer once instead of following the changes.

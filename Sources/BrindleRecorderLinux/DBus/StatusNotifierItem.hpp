@@ -1,0 +1,96 @@
+// The program's icon on the session bus, for panels to show (org.kde.StatusNotifierItem).
+#pragma once
+
+#include "BrindleRecorderApp/Platform/IconImage.hpp"
+#include "BrindleRecorderLinux/DBus/TrayWire.hpp"
+
+#include <QDBusConnection>
+#include <QDBusObjectPath>
+#include <QDBusServiceWatcher>
+#include <QObject>
+#include <QString>
+
+#include <functional>
+
+namespace brindle {
+
+/// Main thread only. Panels may come late, go away and come back: whichever is there is told.
+class StatusNotifierItem : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierItem")
+    Q_PROPERTY(QString Category READ category)
+    Q_PROPERTY(QString Id READ id)
+    Q_PROPERTY(QString Title READ title)
+    Q_PROPERTY(QString Status READ status)
+    Q_PROPERTY(int WindowId READ windowId)
+    Q_PROPERTY(QString IconName READ noName)
+    Q_PROPERTY(brindle::traywire::PixmapList IconPixmap READ iconPixmap)
+    Q_PROPERTY(QString IconAccessibleDesc READ title)
+    Q_PROPERTY(QString OverlayIconName READ noName)
+    Q_PROPERTY(brindle::traywire::PixmapList OverlayIconPixmap READ noPixmap)
+    Q_PROPERTY(QString AttentionIconName READ noName)
+    Q_PROPERTY(brindle::traywire::PixmapList AttentionIconPixmap READ noPixmap)
+    Q_PROPERTY(QString AttentionAccessibleDesc READ title)
+    Q_PROPERTY(QString AttentionMovieName READ noName)
+    Q_PROPERTY(brindle::traywire::ToolTip ToolTip READ toolTip)
+    Q_PROPERTY(bool ItemIsMenu READ itemIsMenu)
+    Q_PROPERTY(QDBusObjectPath Menu READ menu)
+
+  public:
+    static constexpr const char* path = "/StatusNotifierItem";
+
+    explicit StatusNotifierItem(QObject* parent = nullptr);
+
+    /// Makes the icon known on that bus and to every panel that appears there; the menu is the one
+    /// that is exported at `ExportedMenu::path`. False when its place is taken.
+    bool exportOn(const QDBusConnection& bus);
+
+    /// The description becomes the icon's title and tooltip, which is what screen readers speak.
+    void show(const IconImage& image);
+
+    /// Whether a panel has the icon.
+    [[nodiscard]] bool isTaken() const { return isTaken_; }
+    /// Called when that changes.
+    std::function<void()> onTakenChange;
+
+    // What the interface says; called by the bus.
+    [[nodiscard]] static QString category() { return QStringLiteral("ApplicationStatus"); }
+    [[nodiscard]] static QString id() { return QStringLiteral("brindle-recorder"); }
+    [[nodiscard]] QString title() const;
+    [[nodiscard]] static QString status() { return QStringLiteral("Active"); }
+    [[nodiscard]] static int windowId() { return 0; }
+    [[nodiscard]] static QString noName() { return {}; }
+    [[nodiscard]] const traywire::PixmapList& iconPixmap();
+    [[nodiscard]] static traywire::PixmapList noPixmap() { return {}; }
+    [[nodiscard]] traywire::ToolTip toolTip() const;
+    [[nodiscard]] static bool itemIsMenu() { return true; }
+    [[nodiscard]] static QDBusObjectPath menu();
+
+  public Q_SLOTS:
+    // Panels show the menu by themselves; a click has no other meaning.
+    Q_SCRIPTABLE void Activate(int /*x*/, int /*y*/) {}
+    Q_SCRIPTABLE void SecondaryActivate(int /*x*/, int /*y*/) {}
+    Q_SCRIPTABLE void ContextMenu(int /*x*/, int /*y*/) {}
+    Q_SCRIPTABLE void Scroll(int /*delta*/, const QString& /*orientation*/) {}
+
+  Q_SIGNALS:
+    Q_SCRIPTABLE void NewTitle();
+    Q_SCRIPTABLE void NewIcon();
+    Q_SCRIPTABLE void NewAttentionIcon();
+    Q_SCRIPTABLE void NewOverlayIcon();
+    Q_SCRIPTABLE void NewToolTip();
+    Q_SCRIPTABLE void NewStatus(const QString& status);
+
+  private:
+    void introduce();
+    void setTaken(bool isTaken);
+
+    QDBusConnection bus_;
+    QString serviceName_;
+    QDBusServiceWatcher watcherService_;
+    IconImage image_;
+    traywire::PixmapList pixmaps_; ///< of the image; empty until somebody asks
+    bool isTaken_ = false;
+};
+
+} // namespace brindle

@@ -1,0 +1,96 @@
+#include "BrindleRecorderLinux/Program/RecorderServices.hpp"
+
+#include "BrindleRecorderApp/Recorder.hpp"
+#include "BrindleRecorderCore/DateProvider.hpp"
+#include "BrindleRecorderCore/DiagnosticLog.hpp"
+#include "BrindleRecorderCore/PosixFileManager.hpp"
+#include "BrindleRecorderCore/SerialQueue.hpp"
+#include "BrindleRecorderCore/SteadyDateProvider.hpp"
+#include "BrindleRecorderLinux/Files/JsonDefaultsStore.hpp"
+#include "BrindleRecorderLinux/Logind/LogindSystemEvents.hpp"
+#include "BrindleRecorderLinux/Media/FFmpegMovieExporter.hpp"
+#include "BrindleRecorderLinux/PipeWire/AudioServerStateText.hpp"
+#include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
+#include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSystem.hpp"
+#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
+#include "BrindleRecorderLinux/SystemLog/SyslogSystemLog.hpp"
+#include "BrindleRecorderLinux/Time/BootClock.hpp"
+#include "BrindleRecorderLinux/Windows/DesktopWindowList.hpp"
+
+#include <string_view>
+
+namespace brindle {
+
+class RecorderServices::Implementation {
+  public:
+    explicit Implementation(PipeWireMainLoop& loop) : mainLoop{loop} {}
+    ~Implementation() { diagnosticLog.flush(); }
+    Implementation(const Implementation&) = delete;
+    Implementation& operator=(const Implementation&) = delete;
+
+    PipeWireMainLoop& mainLoop;
+    const SystemDateProvider wallClock;
+    SteadyDateProvider clock{wallClock, timeSinceBoot};
+    PosixFileManager files;
+    DiagnosticLog& diagnosticLog = DiagnosticLog::shared();
+    SyslogSystemLog systemLog;
+    const EventLog log{diagnosticLog, systemLog, clock};
+    const ProcProcessRegistry processes{mainLoop.loop()};
+    PipeWireAudioObjects audioObjects{
+        mainLoop, mainLoop.loop(), processes, pipewire::AudioServer::Options::ofThisSession(),
+        [this](pipewire::AudioServerState state) {
+            log.both(EventLog::Level::info, pipewire::describe(state));
+        }};
+    const DesktopWindowList windows{processes, mainLoop.loop(), [this] {
+                                        return audioObjects.graph();
+                                    }};
+    PipeWireCaptureSystem captureSystem{
+        mainLoop, mainLoop.loop(), pipewire::AudioServer::Options::ofThisSession(), systemLog};
+    LogindSystemEvents systemEvents{mainLoop.loop()};
+    FFmpegMovieExporter exporter{mainLoop};
+    JsonDefaultsStore defaults{
+        files, JsonDefaultsStore::standardFile(), [this](std::string_view line) {
+            log.diagnostic(line);
+        }};
+    SerialQueue captureSessionQueue{Recorder::sessionQueueLabel};
+};
+
+RecorderServices::RecorderServices(PipeWireMainLoop& mainLoop)
+    : implementation_{std::make_unique<Implementation>(mainLoop)} {}
+
+RecorderServices::~RecorderServices() = default;
+
+AppEnvironment RecorderServices::environment(
+    UserNotifications& notifications, LoginItems& loginItems, Workspace& workspace) {
+    auto& own = *implementation_;
+    return AppEnvironment{
+        .mainLoop = own.mainLoop,
+        .dateProvider = own.clock,
+        .fileManager = own.files,
+        .diagnosticLog = own.diagnosticLog,
+        .systemLog = own.systemLog,
+        .audioObjects = own.audioObjects,
+        .processRegistry = own.processes,
+        .windowList = own.windows,
+        .captureSystem = own.captureSystem,
+        .captureSessionQueue = own.captureSessionQueue,
+        .movieExporter = own.exporter,
+        .notifications = notifications,
+        .defaults = own.defaults,
+        .loginItems = loginItems,
+        .workspace = workspace,
+        .systemEvents = &own.systemEvents,
+        .takeOverWallTime = [&clock = own.clock] { clock.takeOverWallTime(); },
+    };
+}
+
+const EventLog& RecorderServices::log() const {
+    return implementation_->log;
+}
+
+FileManager& RecorderServices::fileManager() {
+    return implementation_->files;
+}
+
+} // namespace brindle

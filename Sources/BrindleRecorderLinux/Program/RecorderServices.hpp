@@ -1,0 +1,35 @@
+// What the program needs of Linux whether or not it has a user interface.
+#pragma once
+
+#include "BrindleRecorderApp/AppEnvironment.hpp"
+#include "BrindleRecorderApp/EventLog.hpp"
+
+#include <memory>
+
+namespace brindle {
+
+class PipeWireMainLoop;
+
+/// Main thread only.
+class RecorderServices {
+  public:
+    /// The loop must outlive the services.
+    explicit RecorderServices(PipeWireMainLoop& mainLoop);
+    /// Writes what the log still holds.
+    ~RecorderServices();
+    RecorderServices(const RecorderServices&) = delete;
+    RecorderServices& operator=(const RecorderServices&) = delete;
+
+    /// These services together with those that depend on the user interface.
+    [[nodiscard]] AppEnvironment
+    environment(UserNotifications& notifications, LoginItems& loginItems, Workspace& workspace);
+
+    [[nodiscard]] const EventLog& log() const;
+    [[nodiscard]] FileManager& fileManager();
+
+  private:
+    class Implementation;
+    std::unique_ptr<Implementation> implementation_;
+};
+
+} // namespace brindle

@@ -1,0 +1,91 @@
+// The program with its user interface: it wires the desktop's services to the application, and
+// nothing else. Started by brindle-recorder.
+#include "BrindleRecorderApp/AppModel.hpp"
+#include "BrindleRecorderApp/AppShell.hpp"
+#include "BrindleRecorderCore/RecordingsFolder.hpp"
+#include "BrindleRecorderLinux/CommandLine/HeadlessDesktop.hpp"
+#include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
+#include "BrindleRecorderLinux/CommandLine/TerminalNotifications.hpp"
+#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/Program/QuitRequests.hpp"
+#include "BrindleRecorderLinux/Program/RecorderServices.hpp"
+#include "BrindleRecorderLinux/Program/SiblingProgram.hpp"
+#include "BrindleRecorderLinux/Qt/DesktopStatusItem.hpp"
+#include "BrindleRecorderLinux/Qt/LoopInQt.hpp"
+
+#include <QApplication>
+#include <QDBusConnection>
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <optional>
+#include <string>
+
+namespace brindle {
+namespace {
+
+constexpr int exitSuccess = 0;
+constexpr int exitCouldNotRun = 1;
+
+/// Nothing when this desktop has no session bus, through which all of it is shown.
+std::optional<int> run(int& argumentCount, char** arguments) {
+    // Before any thread starts: Qt has threads of its own.
+    PipeWireMainLoop mainLoop;
+    QuitRequests quitting{mainLoop, [] {
+                              QCoreApplication::quit();
+                          }};
+    if (!quitting.followSignals()) {
+        printLine(stderr, "brindle-recorder: the system refuses to deliver signals");
+        return exitCouldNotRun;
+    }
+    // Whoever reads our output may go; a recording must not end for that.
+    std::signal(SIGPIPE, SIG_IGN);
+
+    QApplication::setApplicationName(QStringLiteral("Brindle Recorder"));
+    QApplication::setDesktopFileName(QStringLiteral("com.tamsworth.brindlerecorder"));
+    QApplication::setQuitOnLastWindowClosed(false);
+    const QApplication application{argumentCount, arguments};
+    const auto bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected()) {
+        return std::nullopt;
+    }
+    const LoopInQt loopInQt{mainLoop};
+
+    RecorderServices services{mainLoop};
+    TerminalNotifications notifications{stderr};
+    HeadlessWorkspace workspace;
+    HeadlessLoginItems loginItems;
+    const AppEnvironment environment = services.environment(notifications, loginItems, workspace);
+    AppModel model{environment, RecordingsFolder{RecordingsFolder::defaultRoot()}};
+    DesktopStatusItem statusItem;
+    AppShell shell{model, environment, statusItem};
+    quitting.prepareWith(model);
+    if (!statusItem.exportOn(bus)) {
+        services.log().both(EventLog::Level::error, "tray: the session bus does not take the icon");
+    }
+    shell.launch();
+    QApplication::exec();
+    return exitSuccess;
+}
+
+} // namespace
+} // namespace brindle
+
+int main(int argumentCount, char** arguments) {
+    try {
+        if (const auto status = brindle::run(argumentCount, arguments)) {
+            return *status;
+        }
+        brindle::printLine(
+            stderr,
+            "brindle-recorder: there is no session bus here; running without a user interface");
+        const auto problem =
+            brindle::SiblingProgram::become(brindle::SiblingProgram::commandLine, {"--headless"});
+        brindle::printLine(stderr, "brindle-recorder: that cannot be started: " + problem);
+        return brindle::exitCouldNotRun;
+    } catch (const std::exception& error) {
+        brindle::printLine(stderr, std::string{"brindle-recorder: "} + error.what());
+        return brindle::exitCouldNotRun;
+    }
+}

@@ -1,0 +1,129 @@
+#include "BrindleRecorderLinux/DBus/StatusNotifierItem.hpp"
+
+#include "BrindleRecorderApp/MenuBarIconRenderer.hpp"
+#include "DesktopTests/Bus.hpp"
+
+#include <QDBusVirtualObject>
+#include <QSignalSpy>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <optional>
+
+namespace brindle {
+namespace {
+
+const QString interface = QStringLiteral("org.kde.StatusNotifierItem");
+
+/// A panel's register of icons, which remembers who came.
+class Watcher final : public QDBusVirtualObject {
+  public:
+    Watcher() {
+        client_.bus().registerVirtualObject(QStringLiteral("/StatusNotifierWatcher"), this);
+        client_.bus().registerService(QStringLiteral("org.kde.StatusNotifierWatcher"));
+    }
+    QStringList items;
+
+    [[nodiscard]] QString introspect(const QString&) const override { return {}; }
+    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
+        items.append(message.arguments().value(0).toString());
+        connection.send(message.createReply());
+        return true;
+    }
+
+  private:
+    BusClient client_;
+};
+
+IconImage icon(const MenuBarIconState& state) {
+    return MenuBarIconRenderer::image(state, 0, true, Appearance::light);
+}
+
+class StatusNotifierItemTest : public testing::Test {
+  protected:
+    StatusNotifierItemTest() { item_.show(icon(MenuBarIconState::idle())); }
+
+    QVariant property(const char* name) {
+        return panel_.property(
+            program_.bus().baseService(), QString::fromLatin1(StatusNotifierItem::path), interface,
+            QString::fromLatin1(name));
+    }
+
+    BusClient program_;
+    BusClient panel_;
+    StatusNotifierItem item_;
+};
+
+TEST_F(StatusNotifierItemTest, IntroducesItselfToThePanelThatIsThere) {
+    const Watcher watcher;
+    ASSERT_TRUE(item_.exportOn(program_.bus()));
+    EXPECT_TRUE(waitUntil([&] { return item_.isTaken(); }));
+    EXPECT_EQ(watcher.items.size(), 1);
+}
+
+TEST_F(StatusNotifierItemTest, IntroducesItselfToAPanelThatComesLateAndToOneThatComesBack) {
+    ASSERT_TRUE(item_.exportOn(program_.bus()));
+    settle(program_.bus());
+    EXPECT_FALSE(item_.isTaken());
+    for (int time = 0; time < 2; ++time) {
+        std::optional<Watcher> watcher{std::in_place};
+        EXPECT_TRUE(waitUntil([&] { return item_.isTaken(); }));
+        EXPECT_EQ(watcher->items.size(), 1);
+        watcher.reset();
+        EXPECT_TRUE(waitUntil([&] { return !item_.isTaken(); }));
+    }
+}
+
+TEST_F(StatusNotifierItemTest, SaysItsStateInTitleAndToolTip) {
+    ASSERT_TRUE(item_.exportOn(program_.bus()));
+    for (const char* name : {"Title", "IconAccessibleDesc", "AttentionAccessibleDesc"}) {
+        EXPECT_EQ(property(name), QStringLiteral("Brindle Recorder: idle")) << name;
+    }
+    EXPECT_EQ(
+        qdbus_cast<traywire::ToolTip>(property("ToolTip")).title,
+        QStringLiteral("Brindle Recorder: idle"));
+
+    QSignalSpy titles{&item_, &StatusNotifierItem::NewTitle};
+    QSignalSpy toolTips{&item_, &StatusNotifierItem::NewToolTip};
+    item_.show(icon(MenuBarIconState::error("no microphone")));
+    EXPECT_EQ(titles.size(), 1);
+    EXPECT_EQ(toolTips.size(), 1);
+    EXPECT_EQ(property("Title"), QStringLiteral("Brindle Recorder: error, no microphone"));
+}
+
+TEST_F(StatusNotifierItemTest, ANewPictureWithTheOldWordsIsOnlyANewPicture) {
+    item_.show(
+        MenuBarIconRenderer::image(MenuBarIconState::recording(), 0, false, Appearance::light));
+    QSignalSpy icons{&item_, &StatusNotifierItem::NewIcon};
+    QSignalSpy titles{&item_, &StatusNotifierItem::NewTitle};
+    item_.show(
+        MenuBarIconRenderer::image(MenuBarIconState::recording(), 0.5, false, Appearance::light));
+    EXPECT_EQ(icons.size(), 1);
+    EXPECT_EQ(titles.size(), 0);
+}
+
+TEST_F(StatusNotifierItemTest, OffersThePictureInTheSizesOfPanels) {
+    ASSERT_TRUE(item_.exportOn(program_.bus()));
+    const auto pixmaps = qdbus_cast<traywire::PixmapList>(property("IconPixmap"));
+    std::vector<int> sizes;
+    for (const auto& pixmap : pixmaps) {
+        EXPECT_EQ(pixmap.width, pixmap.height);
+        EXPECT_EQ(pixmap.bytes.size(), pixmap.width * pixmap.height * 4);
+        sizes.push_back(pixmap.width);
+    }
+    EXPECT_THAT(sizes, testing::ElementsAre(16, 18, 22, 24, 32, 36, 44, 48, 64));
+}
+
+TEST_F(StatusNotifierItemTest, APixelIsAlphaRedGreenBlue) {
+    QImage image{1, 1, QImage::Format_ARGB32_Premultiplied};
+    image.fill(QColor{255, 128, 0, 128});
+    const auto pixmap = traywire::Pixmap::of(image);
+    ASSERT_EQ(pixmap.bytes.size(), 4);
+    EXPECT_EQ(static_cast<unsigned char>(pixmap.bytes[0]), 128);
+    EXPECT_EQ(static_cast<unsigned char>(pixmap.bytes[1]), 255);
+    EXPECT_NEAR(static_cast<unsigned char>(pixmap.bytes[2]), 128, 1);
+    EXPECT_EQ(static_cast<unsigned char>(pixmap.bytes[3]), 0);
+}
+
+} // namespace
+} // namespace brindle

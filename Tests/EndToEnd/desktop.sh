@@ -1,0 +1,75 @@
+# Words for end-to-end tests on a desktop, sourced by each inside scripts/lib/with-desktop: what a person
+# does with pointer and keyboard, and what a person sees. Includes session.sh.
+for tool in xdotool xprop import dunst xfce4-panel; do
+    command -v "$tool" >/dev/null || { echo "skipped: this needs $tool"; exit 77; }
+done
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+. "$here/session.sh"
+pictures=$BRINDLE_SESSION/pictures
+mkdir -p "$pictures"
+
+# The whole program, as a person starts it. Its setup window, which every first launch shows, is closed
+# with the keyboard where it is not asked for.
+start_program() {
+    QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1 "$program" \
+        >>"$BRINDLE_SESSION/logs/status" 2>>"$BRINDLE_SESSION/logs/brindle-recorder" &
+    recorder_pid=$!
+    wait_for 60 'the icon' icon_says 'Brindle Recorder: idle'
+}
+close_setup_window() {
+    wait_for 30 'the setup window' setup_window_shows
+    xdotool search --onlyvisible --name '^Brindle Recorder Setup$' windowfocus --sync
+    xdotool key Return
+    wait_for 30 'the end of the setup window' not setup_window_shows
+}
+setup_window_shows() { xdotool search --onlyvisible --name '^Brindle Recorder Setup$'; }
+end_program() {
+    kill -TERM "$recorder_pid"
+    wait "$recorder_pid" || fail 'the program did not leave in good order'
+}
+
+not() { ! "$@"; }
+icon_says() { [ "$("$here/panel-menu" title)" = "$1" ]; }
+menu_has() { "$here/panel-menu" lines | sed 's/^ *//' | grep -qxF -- "$1"; }
+menu_is_open() { [ -n "$(open_menus)" ]; }
+open_menus() { xdotool search --onlyvisible --classname wrapper-2.0 2>/dev/null | while read -r window; do
+    xprop -id "$window" _NET_WM_WINDOW_TYPE 2>/dev/null | grep -q MENU && echo "$window"
+done; }
+
+# The icon is the only thing in the panel; its middle is 14 points from the right and the upper edge.
+point_at_icon() {
+    local width
+    width=$(xdotool getdisplaygeometry | cut -d' ' -f1)
+    xdotool mousemove $((width - 14 * ${GDK_SCALE:-1})) $((14 * ${GDK_SCALE:-1}))
+}
+open_menu() {
+    point_at_icon
+    xdotool click 1
+    wait_for 20 'the menu' menu_is_open
+}
+# What the open menu looks like.
+menu_looks() { import -silent -window "$(open_menus | head -n 1)" rgb:- 2>/dev/null | md5sum; }
+menu_stands_still() { [ "$(menu_looks)" = "$(menu_looks)" ]; }
+# A menu that has just appeared may not listen yet: a person sees that the first key did something.
+first_key_does_something() {
+    local before
+    before=$(menu_looks)
+    xdotool key "$1"
+    for _ in $(seq 10); do
+        [ "$before" = "$(menu_looks)" ] || return 0
+    done
+    return 1
+}
+# pick WORDS...: opens the menu with the pointer and picks a line with the keyboard.
+pick() {
+    local keys first rest
+    open_menu
+    wait_for 10 'the menu to be drawn' menu_stands_still
+    keys=$("$here/panel-menu" keys "$@") || fail "the menu has no line $*"
+    read -r first rest <<<"$keys"
+    wait_for 10 'a line to be marked' first_key_does_something "$first"
+    # shellcheck disable=SC2086
+    xdotool key --delay 40 $rest
+    wait_for 20 'the end of the menu' not menu_is_open
+}
+picture() { import -window root "$pictures/$1.png"; }
