@@ -72,4 +72,17 @@ pick() {
     xdotool key --delay 40 $rest
     wait_for 20 'the end of the menu' not menu_is_open
 }
+
+# Notifications: the newest one on the screen.
+notification() { xdotool search --onlyvisible --class Dunst; }
+notification_says() {
+    dunstctl history >/dev/null 2>&1
+    notification && [ -n "$(dunstctl count displayed)" ] && [ "$(dunstctl count displayed)" -ge 1 ]
+}
+no_notification() { [ "$(dunstctl count displayed)" -eq 0 ]; }
+click_notification() {
+    local button=$1 X Y WIDTH HEIGHT WINDOW SCREEN
+    eval "$(xdotool getwindowgeometry --shell "$(notification | tail -n 1)")"
+    xdotool mousemove $((X + WIDTH / 2)) $((Y + HEIGHT / 2)) click "$button"
+}
 picture() { import -window root "$pictures/$1.png"; }

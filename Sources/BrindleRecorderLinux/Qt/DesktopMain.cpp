@@ -5,7 +5,7 @@
 #include "BrindleRecorderCore/RecordingsFolder.hpp"
 #include "BrindleRecorderLinux/CommandLine/HeadlessDesktop.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
-#include "BrindleRecorderLinux/CommandLine/TerminalNotifications.hpp"
+#include "BrindleRecorderLinux/DBus/DesktopNotifications.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "BrindleRecorderLinux/Program/QuitRequests.hpp"
 #include "BrindleRecorderLinux/Program/RecorderServices.hpp"
@@ -53,7 +53,7 @@ std::optional<int> run(int& argumentCount, char** arguments) {
     const LoopInQt loopInQt{mainLoop};
 
     RecorderServices services{mainLoop};
-    TerminalNotifications notifications{stderr};
+    DesktopNotifications notifications{bus};
     HeadlessWorkspace workspace;
     HeadlessLoginItems loginItems;
     const AppEnvironment environment = services.environment(notifications, loginItems, workspace);
