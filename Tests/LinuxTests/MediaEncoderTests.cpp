@@ -290,6 +290,17 @@ TEST_F(MediaEncoderTest, StandsStillWhenBothDevicesDo) {
     finish(seconds{9});
 }
 
+TEST_F(MediaEncoderTest, EndsWhereBothDevicesFellSilentHoweverLongAgo) {
+    for (const seconds silence : {seconds{3}, seconds{15}}) {
+        open(true, true);
+        flashingAndBeeping(seconds{2});
+        finish(seconds{2} + silence);
+        EXPECT_NEAR(test::trackFacts(movie_, "v")->duration, 2, 0.1) << silence.count();
+        EXPECT_NEAR(test::trackFacts(movie_, "a")->duration, 2, 0.1) << silence.count();
+        std::filesystem::remove(movie_);
+    }
+}
+
 TEST_F(MediaEncoderTest, GoesOnWithSilenceWhileOnlyPicturesDo) {
     open(true, true);
     flashingAndBeeping(milliseconds{1500});

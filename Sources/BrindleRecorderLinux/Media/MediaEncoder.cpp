@@ -140,6 +140,11 @@ MediaEncoder::Result MediaEncoder::passTime(Moment now) {
 }
 
 MediaEncoder::Result MediaEncoder::end(Moment now) {
+    if (video_ && audio_) {
+        // What neither device has delivered is not made up: the movie ends with the last that came.
+        const Moment last = std::max(video_->lastPictureAt, audio_->lastSoundAt);
+        now = now - last >= standstill ? last : now;
+    }
     if (origin_ && video_) {
         if (auto held = encodeHeld(video_->pacer.holdUntil(now - *origin_)); !held) {
             return held;
