@@ -2,6 +2,8 @@
 #include "BrindleRecorderApp/AppModel.hpp"
 #include "BrindleRecorderCore/PosixFileManager.hpp"
 #include "BrindleRecorderCore/RecordingsFolder.hpp"
+#include "BrindleRecorderLinux/CommandLine/ConvertCommand.hpp"
+#include "BrindleRecorderLinux/CommandLine/DevicesCommand.hpp"
 #include "BrindleRecorderLinux/CommandLine/HeadlessDesktop.hpp"
 #include "BrindleRecorderLinux/CommandLine/Options.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
@@ -17,6 +19,7 @@
 #include <cstdio>
 #include <exception>
 #include <fmt/format.h>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -71,7 +74,8 @@ int runDesktop() {
     return runHeadless();
 }
 
-int showWho(bool once) {
+/// Runs a command that ends by itself, or when it is interrupted.
+int runCommand(const std::function<bool(PipeWireMainLoop&, FileManager&)>& command) {
     PipeWireMainLoop mainLoop;
     for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP}) {
         if (!mainLoop.onSignal(signalNumber, [&mainLoop] { mainLoop.quit(); })) {
@@ -82,7 +86,7 @@ int showWho(bool once) {
     // Whoever reads our output may go; the command ends then by itself.
     std::signal(SIGPIPE, SIG_IGN);
     PosixFileManager files;
-    return WhoCommand{mainLoop, files, once}.run() ? exitSuccess : exitCouldNotRun;
+    return command(mainLoop, files) ? exitSuccess : exitCouldNotRun;
 }
 
 int run(const std::vector<std::string_view>& arguments) {
@@ -104,7 +108,17 @@ int run(const std::vector<std::string_view>& arguments) {
     case Options::Command::runHeadless:
         return runHeadless();
     case Options::Command::showWho:
-        return showWho(options->once);
+        return runCommand([&](PipeWireMainLoop& mainLoop, FileManager& files) {
+            return WhoCommand{mainLoop, files, options->once}.run();
+        });
+    case Options::Command::showDevices:
+        return runCommand([](PipeWireMainLoop& mainLoop, FileManager& files) {
+            return DevicesCommand{mainLoop, files}.run();
+        });
+    case Options::Command::convertMovie:
+        return runCommand([&](PipeWireMainLoop& mainLoop, FileManager& files) {
+            return ConvertCommand{mainLoop, files, options->movie}.run();
+        });
     }
     return exitBadUsage;
 }

@@ -31,11 +31,33 @@ TEST(Options, AsksWhoOnceOrOnAndOn) {
     EXPECT_EQ(*Options::parse({"--once", "--who"}), (Options{Command::showWho, /*once=*/true}));
 }
 
+TEST(Options, ListsDevices) {
+    EXPECT_EQ(*Options::parse({"--devices"}), (Options{Command::showDevices}));
+}
+
+TEST(Options, ConvertsTheMovieThatIsNamed) {
+    const auto options = Options::parse({"--convert", "folder/a b.mov"});
+    ASSERT_TRUE(options);
+    EXPECT_EQ(options->command, Command::convertMovie);
+    EXPECT_EQ(options->movie, "folder/a b.mov");
+}
+
+TEST(Options, NeedsExactlyOneMovieToConvert) {
+    EXPECT_EQ(Options::parse({"--convert"}).error(), "--convert needs the name of a .mov file");
+    EXPECT_EQ(Options::parse({"--convert", ""}).error(), "--convert needs the name of a .mov file");
+    EXPECT_EQ(
+        Options::parse({"--convert", "a.mov", "b.mov"}).error(), "unrecognized argument 'b.mov'");
+    EXPECT_EQ(Options::parse({"a.mov", "--convert"}).error(), "unrecognized argument 'a.mov'");
+}
+
 TEST(Options, RefusesWhatDoesNotGoTogether) {
     EXPECT_EQ(Options::parse({"--once"}).error(), "--once goes with --who");
     EXPECT_EQ(Options::parse({"--headless", "--once"}).error(), "--once goes with --who");
     EXPECT_EQ(
         Options::parse({"--headless", "--who"}).error(), "--headless and --who exclude each other");
+    EXPECT_EQ(
+        Options::parse({"--convert", "a.mov", "--devices"}).error(),
+        "--convert and --devices exclude each other");
 }
 
 TEST(Options, RunsOnTheDesktopUnlessToldOtherwise) {

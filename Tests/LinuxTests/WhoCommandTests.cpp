@@ -6,6 +6,7 @@
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
 #include "LinuxTests/ChildProcess.hpp"
+#include "LinuxTests/OutputCapture.hpp"
 #include "LinuxTests/WaitOnLoop.hpp"
 #include "LinuxTests/XServer.hpp"
 #include "Support/EnvironmentVariable.hpp"
@@ -15,7 +16,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -35,13 +35,6 @@ class WhoCommandTest : public testing::Test {
         if (!hasProgram("pacat")) {
             GTEST_SKIP() << "needs pacat (Debian: pulseaudio-utils)";
         }
-        output_ = std::tmpfile();
-        ASSERT_NE(output_, nullptr);
-    }
-    void TearDown() override {
-        if (output_ != nullptr) {
-            std::fclose(output_);
-        }
     }
 
     /// pacat under another name, which is what tells programs apart.
@@ -50,17 +43,7 @@ class WhoCommandTest : public testing::Test {
         std::filesystem::copy_file(std::filesystem::canonical("/usr/bin/pacat"), program);
         return program;
     }
-    [[nodiscard]] std::string printed() const {
-        std::fflush(output_);
-        std::rewind(output_);
-        std::string text;
-        std::array<char, 4096> part{};
-        std::size_t length = 0;
-        while ((length = std::fread(part.data(), 1, part.size(), output_)) > 0) {
-            text.append(part.data(), length);
-        }
-        return text;
-    }
+    [[nodiscard]] std::string printed() const { return output_.text(); }
     /// What the command answers once the server counts as many users.
     std::string askWhile(std::size_t users) {
         PipeWireMainLoop loop;
@@ -79,12 +62,13 @@ class WhoCommandTest : public testing::Test {
         }));
         PipeWireMainLoop own;
         PosixFileManager files;
-        EXPECT_TRUE((WhoCommand{own, files, /*once=*/true, output_, output_}.run()));
+        EXPECT_TRUE(
+            (WhoCommand{own, files, /*once=*/true, output_.stream(), output_.stream()}.run()));
         return printed();
     }
 
     test::TemporaryFolder folder_;
-    std::FILE* output_ = nullptr;
+    test::OutputCapture output_;
 };
 
 TEST_F(WhoCommandTest, SaysThatNobodyIsThere) {
@@ -117,7 +101,8 @@ TEST_F(WhoCommandTest, SaysSoWhereNoServerCanTell) {
     const test::EnvironmentVariable nowhere{"XDG_RUNTIME_DIR", folder_.path().c_str()};
     PipeWireMainLoop loop;
     PosixFileManager files;
-    EXPECT_FALSE((WhoCommand{loop, files, /*once=*/true, output_, output_}.run()));
+    EXPECT_FALSE(
+        (WhoCommand{loop, files, /*once=*/true, output_.stream(), output_.stream()}.run()));
     EXPECT_THAT(printed(), HasSubstr("no PipeWire server"));
 }
 

@@ -1,20 +1,37 @@
 #include "BrindleRecorderLinux/CommandLine/Options.hpp"
 
+#include <array>
 #include <fmt/format.h>
 #include <optional>
+#include <utility>
 
 namespace brindle {
 
 namespace {
 
+constexpr std::array<std::pair<std::string_view, Options::Command>, 4> commands{{
+    {"--headless", Options::Command::runHeadless},
+    {"--who", Options::Command::showWho},
+    {"--devices", Options::Command::showDevices},
+    {"--convert", Options::Command::convertMovie},
+}};
+
 std::optional<Options::Command> commandNamed(std::string_view argument) {
-    if (argument == "--headless") {
-        return Options::Command::runHeadless;
-    }
-    if (argument == "--who") {
-        return Options::Command::showWho;
+    for (const auto& [name, command] : commands) {
+        if (name == argument) {
+            return command;
+        }
     }
     return std::nullopt;
+}
+
+std::string_view nameOf(Options::Command wanted) {
+    for (const auto& [name, command] : commands) {
+        if (command == wanted) {
+            return name;
+        }
+    }
+    return {};
 }
 
 } // namespace
@@ -22,6 +39,7 @@ std::optional<Options::Command> commandNamed(std::string_view argument) {
 Expected<Options, std::string> Options::parse(const std::vector<std::string_view>& arguments) {
     std::optional<Command> command;
     bool once = false;
+    std::optional<std::string> movie;
     for (const std::string_view argument : arguments) {
         if (argument == "--help" || argument == "-h") {
             return Options{Command::showHelp};
@@ -33,6 +51,11 @@ Expected<Options, std::string> Options::parse(const std::vector<std::string_view
             once = true;
             continue;
         }
+        const bool isFile = argument.empty() || !argument.starts_with('-');
+        if (command == Command::convertMovie && !movie && isFile) {
+            movie = argument;
+            continue;
+        }
         const auto named = commandNamed(argument);
         if (!named) {
             return unexpected{fmt::format(
@@ -40,19 +63,25 @@ Expected<Options, std::string> Options::parse(const std::vector<std::string_view
                 argument)};
         }
         if (command && command != named) {
-            return unexpected{std::string{"--headless and --who exclude each other"}};
+            return unexpected{
+                fmt::format("{} and {} exclude each other", nameOf(*command), argument)};
         }
         command = named;
     }
     if (once && command != Command::showWho) {
         return unexpected{std::string{"--once goes with --who"}};
     }
-    return Options{command.value_or(Command::runDesktop), once};
+    if (command == Command::convertMovie && movie.value_or("").empty()) {
+        return unexpected{std::string{"--convert needs the name of a .mov file"}};
+    }
+    return Options{command.value_or(Command::runDesktop), once, std::move(movie).value_or("")};
 }
 
 std::string_view Options::helpText() {
     return R"(Usage: brindle-recorder [--headless]
        brindle-recorder --who [--once]
+       brindle-recorder --devices
+       brindle-recorder --convert FILE.mov
 Records your own camera and microphone while you are in a call. Without an option
 it shows its icon in the desktop's panel.
 
@@ -61,6 +90,11 @@ it shows its icon in the desktop's panel.
   --who          say who uses the microphone and what follows from it, and again
                  whenever that changes, until interrupted; nothing is recorded
   --once         with --who: say it once and exit
+  --devices      list cameras and microphones, and which would be recorded
+  --convert FILE.mov
+                 convert a recording by hand, up to its last readable moment:
+                 FILE.mp4 takes its place once it is whole; a FILE.mp4 that is
+                 there already is never replaced
   -h, --help     show this text and exit
   -V, --version  show the version and exit
 

@@ -10,11 +10,21 @@
 namespace brindle {
 
 struct Options {
-    enum class Command { showHelp, showVersion, runDesktop, runHeadless, showWho };
+    enum class Command {
+        showHelp,
+        showVersion,
+        runDesktop,
+        runHeadless,
+        showWho,
+        showDevices,
+        convertMovie
+    };
 
     Command command = Command::showHelp;
     /// With `showWho`: answer once instead of following the changes.
     bool once = false;
+    /// With `convertMovie`: which.
+    std::string movie = {};
 
     /// Reads the arguments after the program's name. Fails with one line for a person that says
     /// which argument is wrong. `--help` and `--version` win over everything after them.

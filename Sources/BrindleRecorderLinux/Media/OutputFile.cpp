@@ -7,6 +7,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,6 +21,8 @@ Expected<OutputFile, PlatformError> OutputFile::create(const std::filesystem::pa
         return unexpected{systemError(errno)};
     }
     OutputFile file{descriptor};
+    // Where a file system knows no locks the recording is worth making all the same.
+    static_cast<void>(flock(descriptor, LOCK_EX | LOCK_NB));
     const int folder = open(path.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (folder >= 0) {
         // Some file systems cannot sync folders; the recording is worth making there too.
@@ -27,6 +30,16 @@ Expected<OutputFile, PlatformError> OutputFile::create(const std::filesystem::pa
         close(folder);
     }
     return file;
+}
+
+bool OutputFile::isBeingWritten(const std::filesystem::path& path) {
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (descriptor < 0) {
+        return false;
+    }
+    const bool isLocked = flock(descriptor, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    close(descriptor);
+    return isLocked;
 }
 
 OutputFile::~OutputFile() {

@@ -14,7 +14,10 @@ namespace brindle::media {
 class OutputFile {
   public:
     /// Fails when there is something at the path already. The new name survives a loss of power.
+    /// The file is locked until it is closed, as a mark for other processes.
     static Expected<OutputFile, PlatformError> create(const std::filesystem::path& path);
+    /// Whether a process of this machine is writing a file of ours there now.
+    static bool isBeingWritten(const std::filesystem::path& path);
 
     ~OutputFile();
     OutputFile(OutputFile&& other) noexcept;

@@ -20,15 +20,14 @@ find(const std::vector<CaptureDeviceInfo>& devices, const std::string& uniqueID)
 } // namespace
 
 PipeWireCaptureSystem::PipeWireCaptureSystem(
-    MainLoop& mainLoop, pw_loop* loop, pipewire::AudioServer::Options options, SystemLog& log)
+    MainLoop& mainLoop, pw_loop* loop, pipewire::AudioServer::Options options, SystemLog& log,
+    StateListener stateChanged)
     : mainLoop_{mainLoop}, log_{log}, server_{
                                           mainLoop,
                                           loop,
                                           std::move(options),
                                           {.changed = [this] { refresh(); },
-                                           .stateChanged =
-                                               [](pipewire::AudioServerState) {
-                                               }}} {}
+                                           .stateChanged = std::move(stateChanged)}} {}
 
 void PipeWireCaptureSystem::refresh() {
     const auto graph = server_.graph();

@@ -14,10 +14,13 @@ namespace brindle {
 /// can be reached, and denied while it cannot.
 class PipeWireCaptureSystem final : public CaptureSystem {
   public:
-    /// Connects at once and keeps trying. `loop` is the loop that `mainLoop` runs; everything given
-    /// must outlive this.
+    using StateListener = std::function<void(pipewire::AudioServerState)>;
+
+    /// Connects at once and keeps trying. `stateChanged` is called from the main loop, once for
+    /// every change. `loop` is the loop that `mainLoop` runs; everything given must outlive this.
     PipeWireCaptureSystem(
-        MainLoop& mainLoop, pw_loop* loop, pipewire::AudioServer::Options options, SystemLog& log);
+        MainLoop& mainLoop, pw_loop* loop, pipewire::AudioServer::Options options, SystemLog& log,
+        StateListener stateChanged = [](pipewire::AudioServerState) {});
 
     [[nodiscard]] std::vector<CaptureDeviceInfo> discover(MediaType mediaType) const override;
     /// Nobody is preferred on this desktop beyond its default.

@@ -1,0 +1,85 @@
+#include "BrindleRecorderLinux/CommandLine/DevicesCommand.hpp"
+
+#include "BrindleRecorderApp/DeviceCatalog.hpp"
+#include "BrindleRecorderApp/DeviceReport.hpp"
+#include "BrindleRecorderApp/Settings.hpp"
+#include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
+#include "BrindleRecorderLinux/Files/JsonDefaultsStore.hpp"
+#include "BrindleRecorderLinux/PipeWire/AudioServerStateText.hpp"
+#include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
+#include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSystem.hpp"
+#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
+#include "BrindleRecorderLinux/SystemLog/SyslogSystemLog.hpp"
+
+#include <fmt/format.h>
+#include <optional>
+#include <string>
+
+namespace brindle {
+
+namespace {
+
+std::optional<std::string> idOf(const std::optional<CaptureDeviceInfo>& device) {
+    return device ? std::optional{device->uniqueID} : std::nullopt;
+}
+
+} // namespace
+
+bool DevicesCommand::run() const {
+    JsonDefaultsStore defaults{
+        files, JsonDefaultsStore::standardFile(), [this](const std::string& line) {
+            printLine(errors, "brindle-recorder: " + line);
+        }};
+    const Settings settings{defaults};
+    SyslogSystemLog systemLog;
+    const ProcProcessRegistry processes;
+
+    // Two views of one server, each complete in its own time.
+    int views = 2;
+    auto state = pipewire::AudioServerState::connecting;
+    const auto settled = [&](pipewire::AudioServerState answer) {
+        state = answer;
+        if (--views == 0) {
+            // What the last one found is in place once this call has returned.
+            mainLoop.post([this] { mainLoop.quit(); });
+        }
+    };
+    const PipeWireAudioObjects audioObjects{
+        mainLoop, mainLoop.loop(), processes, pipewire::AudioServer::Options::ofThisSession(),
+        settled};
+    PipeWireCaptureSystem captureSystem{
+        mainLoop, mainLoop.loop(), pipewire::AudioServer::Options::ofThisSession(), systemLog,
+        settled};
+    mainLoop.run();
+    if (views > 0) {
+        return false; // interrupted
+    }
+    if (state == pipewire::AudioServerState::unreachable) {
+        printLine(errors, "brindle-recorder: no PipeWire server answers");
+        return false;
+    }
+    if (state != pipewire::AudioServerState::serving) {
+        printLine(errors, fmt::format("brindle-recorder: {}", pipewire::describe(state)));
+    }
+
+    const DeviceCatalog catalog{captureSystem, audioObjects};
+    const auto print = [this](const DeviceReport::Choice& choice) {
+        for (const std::string& line : DeviceReport::lines(choice)) {
+            printLine(output, line);
+        }
+    };
+    print(
+        {.kind = "camera",
+         .devices = catalog.cameras().get(),
+         .preferredID = settings.preferredVideoDeviceID.get(),
+         .defaultID = idOf(catalog.systemDefaultCamera().get())});
+    print(
+        {.kind = "microphone",
+         .devices = catalog.microphones().get(),
+         .preferredID = settings.preferredAudioDeviceID.get(),
+         .defaultID = idOf(catalog.systemDefaultMicrophone().get())});
+    return true;
+}
+
+} // namespace brindle

@@ -1,0 +1,23 @@
+// The command that lists cameras and microphones, as the program sees them.
+#pragma once
+
+#include <cstdio>
+
+namespace brindle {
+
+class FileManager;
+class PipeWireMainLoop;
+
+/// Opens no device.
+struct DevicesCommand {
+    PipeWireMainLoop& mainLoop;
+    FileManager& files;
+    std::FILE* output = stdout;
+    std::FILE* errors = stderr;
+
+    /// Runs the loop until the server has told what is there, and prints it. False, with a line on
+    /// `errors`, when no server answers.
+    [[nodiscard]] bool run() const;
+};
+
+} // namespace brindle
