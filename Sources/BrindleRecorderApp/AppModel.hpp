@@ -22,6 +22,7 @@
 #include "BrindleRecorderApp/Remuxer.hpp"
 #include "BrindleRecorderApp/Settings.hpp"
 #include "BrindleRecorderCore/CallDetector.hpp"
+#include "BrindleRecorderCore/InterruptedScan.hpp"
 #include "BrindleRecorderCore/RecordingsFolder.hpp"
 #include "BrindleRecorderCore/SessionController.hpp"
 #include "BrindleRecorderCore/SessionState.hpp"
@@ -208,6 +209,8 @@ class AppModel {
         std::optional<std::string> continuedIn);
     /// Has the call not recorded again. Does nothing once the session is about another one.
     void recordingDidFail(const std::string& roomCode);
+    Task<std::vector<InterruptedRecording>> findInterruptedRecordings();
+    Task<void> otherWorkHasHadItsTurn();
     void writeSidecar(const std::string& baseName, const Sidecar& sidecar);
     [[nodiscard]] std::string uniqueBaseName() const;
     void tellUser(const std::string& body);

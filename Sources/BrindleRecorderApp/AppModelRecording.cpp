@@ -1,6 +1,7 @@
 // The second part of the application model: the life of a recording, from the session's request to
 // the finished .mp4, and everything that may happen to it on the way.
 #include "BrindleRecorderApp/AppModel.hpp"
+#include "BrindleRecorderApp/Async/Continuation.hpp"
 #include "BrindleRecorderApp/Diagnostics.hpp"
 #include "BrindleRecorderApp/Platform/CaptureSystem.hpp"
 #include "BrindleRecorderApp/RecordingTexts.hpp"
@@ -8,7 +9,6 @@
 #include "BrindleRecorderCore/CaptureRecoveryPolicy.hpp"
 #include "BrindleRecorderCore/DateProvider.hpp"
 #include "BrindleRecorderCore/DiskSpacePolicy.hpp"
-#include "BrindleRecorderCore/InterruptedScan.hpp"
 #include "BrindleRecorderCore/SidecarStore.hpp"
 #include "BrindleRecorderCore/SidecarUpdate.hpp"
 
@@ -428,19 +428,42 @@ Task<std::optional<std::string>> AppModel::finaliseAfterCaptureFailure(
 
 // Repairing
 
+Task<void> AppModel::otherWorkHasHadItsTurn() {
+    const brindle::Continuation<Done> turn;
+    const auto timer =
+        environment_.mainLoop.after(std::chrono::seconds{0}, [turn] { turn.resume({}); });
+    co_await turn;
+}
+
+/// In turns with everything else: nobody's call waits until thousands of sidecars have been read.
+Task<std::vector<InterruptedRecording>> AppModel::findInterruptedRecordings() {
+    constexpr std::size_t sidecarsPerTurn = 50;
+    std::vector<InterruptedRecording> found;
+    co_await otherWorkHasHadItsTurn();
+    const auto sidecars = InterruptedScan::sidecars(folder_, environment_.fileManager);
+    if (!sidecars) {
+        co_return found;
+    }
+    std::size_t examined = 0;
+    for (const std::filesystem::path& path : *sidecars) {
+        if (++examined % sidecarsPerTurn == 0) {
+            co_await otherWorkHasHadItsTurn();
+        }
+        // The user may have started a recording before the launch has come this far.
+        auto recording = InterruptedScan::examine(folder_, environment_.fileManager, path);
+        if (recording && !begunBaseNames_.contains(recording->baseName)) {
+            found.push_back(*std::move(recording));
+        }
+    }
+    co_return found;
+}
+
 Task<void> AppModel::repairInterruptedRecordings() {
-    auto interrupted = InterruptedScan::scan(folder_, environment_.fileManager);
-    if (!interrupted) {
+    const auto interrupted = co_await findInterruptedRecordings();
+    if (interrupted.empty()) {
         co_return;
     }
-    // The user may have started a recording before the launch has come this far.
-    std::erase_if(*interrupted, [this](const InterruptedRecording& recording) {
-        return begunBaseNames_.contains(recording.baseName);
-    });
-    if (interrupted->empty()) {
-        co_return;
-    }
-    for (const InterruptedRecording& recording : *interrupted) {
+    for (const InterruptedRecording& recording : interrupted) {
         const auto sidecar = SidecarStore::read(environment_.fileManager, recording.sidecarURL);
         if (!sidecar) {
             continue;
@@ -460,7 +483,7 @@ Task<void> AppModel::repairInterruptedRecordings() {
         writeSidecar(
             recording.baseName, SidecarUpdate::interrupted(*sidecar, endedAt, remuxed.has_value()));
     }
-    tellUser(RecordingMessages::recovered(interrupted->size()));
+    tellUser(RecordingMessages::recovered(interrupted.size()));
     refreshFolderSize();
 }
 

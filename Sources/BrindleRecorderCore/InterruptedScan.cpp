@@ -7,10 +7,8 @@
 
 namespace brindle {
 
-namespace {
-
 Expected<std::vector<std::filesystem::path>, FileError>
-sidecarsByName(const RecordingsFolder& folder, const FileManager& fileManager) {
+InterruptedScan::sidecars(const RecordingsFolder& folder, const FileManager& fileManager) {
     const auto entries = fileManager.contentsOfDirectory(folder.root);
     if (!entries) {
         return unexpected{entries.error()};
@@ -26,26 +24,32 @@ sidecarsByName(const RecordingsFolder& folder, const FileManager& fileManager) {
     return sidecars;
 }
 
-} // namespace
+std::optional<InterruptedRecording> InterruptedScan::examine(
+    const RecordingsFolder& folder, const FileManager& fileManager,
+    const std::filesystem::path& sidecarURL) {
+    const auto sidecar = SidecarStore::read(fileManager, sidecarURL);
+    if (!sidecar || sidecar->endedAt) {
+        return std::nullopt;
+    }
+    InterruptedRecording recording{
+        .baseName = sidecarURL.stem().native(), .sidecarURL = sidecarURL, .movURL = std::nullopt};
+    if (auto mov = folder.movURL(recording.baseName); fileManager.fileExists(mov)) {
+        recording.movURL = std::move(mov);
+    }
+    return recording;
+}
 
 Expected<std::vector<InterruptedRecording>, FileError>
 InterruptedScan::scan(const RecordingsFolder& folder, const FileManager& fileManager) {
-    const auto sidecars = sidecarsByName(folder, fileManager);
-    if (!sidecars) {
-        return unexpected{sidecars.error()};
+    const auto paths = sidecars(folder, fileManager);
+    if (!paths) {
+        return unexpected{paths.error()};
     }
     std::vector<InterruptedRecording> found;
-    for (const std::filesystem::path& path : *sidecars) {
-        const auto sidecar = SidecarStore::read(fileManager, path);
-        if (!sidecar || sidecar->endedAt) {
-            continue;
+    for (const std::filesystem::path& path : *paths) {
+        if (auto recording = examine(folder, fileManager, path)) {
+            found.push_back(*std::move(recording));
         }
-        InterruptedRecording recording{
-            .baseName = path.stem().native(), .sidecarURL = path, .movURL = std::nullopt};
-        if (auto mov = folder.movURL(recording.baseName); fileManager.fileExists(mov)) {
-            recording.movURL = std::move(mov);
-        }
-        found.push_back(std::move(recording));
     }
     return found;
 }

@@ -28,6 +28,16 @@ struct InterruptedScan {
     /// nothing on disk. Blocks on the caller's thread; any thread.
     static Expected<std::vector<InterruptedRecording>, FileError>
     scan(const RecordingsFolder& folder, const FileManager& fileManager);
+
+    // The same in steps, for whoever may not be kept that long.
+
+    /// The folder's sidecars, whatever they say, in that order.
+    static Expected<std::vector<std::filesystem::path>, FileError>
+    sidecars(const RecordingsFolder& folder, const FileManager& fileManager);
+    /// What the scan would say of that one; nothing when it passes it over.
+    static std::optional<InterruptedRecording> examine(
+        const RecordingsFolder& folder, const FileManager& fileManager,
+        const std::filesystem::path& sidecarURL);
 };
 
 } // namespace brindle

@@ -5,9 +5,12 @@
 #include "Support/AppScene.hpp"
 #include "Support/ExampleSidecar.hpp"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -226,6 +229,33 @@ TEST_F(AppModelRepair, WhatThisRunRecordsIsNotInterrupted) {
     EXPECT_EQ(files.contents(folder.movURL(firstBaseName)), "captured") << "still being written";
     EXPECT_EQ(sidecar(firstBaseName).endedAt, std::nullopt);
     EXPECT_FALSE(sidecar(firstBaseName).interrupted);
+}
+
+TEST_F(AppModelRepair, TheScanBeginsAfterTheFirstPassAndTakesTurnsWithEverythingElse) {
+    for (int number = 0; number < 1000; ++number) {
+        files.putFile(
+            folder.sidecarURL(fmt::format("{:04}", number)),
+            SidecarCoding::encode(test::exampleSidecar(), TimeZone::utc()));
+    }
+    leaveInterrupted("2000", true);
+    const auto sidecarsRead = [this] {
+        return std::ranges::count(
+            files.calls(), Operation::readFile, &test::InMemoryFileManager::Call::operation);
+    };
+    model().launch();
+    settle();
+    files.forgetCalls();
+    notifications.answerAuthorization(true);
+    std::ptrdiff_t most = 0;
+    for (bool works = true; works; files.forgetCalls()) {
+        const bool hadItsFirstPass = wallTimesTakenOver > 0;
+        works = step(loop().now());
+        EXPECT_TRUE(hadItsFirstPass || sidecarsRead() == 0);
+        most = std::max(most, sidecarsRead());
+    }
+    EXPECT_GT(most, 0);
+    EXPECT_LE(most, 50) << "in one piece of work";
+    EXPECT_THAT(notices(), ElementsAre("Recovered 1 interrupted recording(s)."));
 }
 
 } // namespace
