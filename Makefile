@@ -2,13 +2,15 @@
 
 PRESET ?= dev
 
+SCENE ?= call
 SEED ?=
 CALLS ?=
 
 .PHONY: help demo run test test-long simulate coverage bench lint analyze format install-dependencies clean
 
 help:
-	@echo 'make demo                  watch a call being recorded, in a private desktop session'
+	@echo 'make demo [SCENE=crash]    watch a call being recorded, in a private desktop session; with'
+	@echo '                            SCENE=crash, a recorder that is killed and recovers its recording'
 	@echo 'make test [PRESET=dev]     build and run every test (presets: dev, clang, release, asan, tsan)'
 	@echo 'make test-long             the tests that take minutes, or need Firefox and Plasma beside them'
 	@echo 'make run                   run the recorder here, in this desktop session'
@@ -24,7 +26,7 @@ help:
 demo:
 	@scripts/install-dependencies build demo
 	@scripts/build dev brindle-recorder
-	@scripts/demo build/dev/Sources/BrindleRecorderLinux/brindle-recorder
+	@scripts/demo build/dev/Sources/BrindleRecorderLinux/brindle-recorder demo-recordings $(SCENE)
 
 run:
 	@scripts/install-dependencies build

@@ -48,12 +48,14 @@ log_count() { grep -cF "$1" "$log"; }
 # The capture file has grown beyond its header: at least one fragment is on the disk.
 first_fragment_is_written() { [ "$(stat -c %s "$recordings"/*.mov 2>/dev/null || echo 0)" -gt 20000 ]; }
 
-# Checks one movie with another program: both tracks, playable to the end.
-check_movie() {
-    local movie=$1
+# Checks one movie with another program: its tracks, playable to the end.
+check_movie() { check_tracks 'aac h264 ' "$1"; }
+check_sound() { check_tracks 'aac ' "$1"; }
+check_tracks() {
+    local tracks=$1 movie=$2
     [ -f "$movie" ] || fail "there is no $movie"
-    [ "$(ffprobe -v error -show_entries stream=codec_name -of csv=p=0 "$movie" | sort | tr '\n' ' ')" = 'aac h264 ' ] ||
-        fail "$movie does not hold pictures and sound"
+    [ "$(ffprobe -v error -show_entries stream=codec_name -of csv=p=0 "$movie" | sort | tr '\n' ' ')" = "$tracks" ] ||
+        fail "$movie does not hold $tracks"
     [ -z "$(ffmpeg -v error -i "$movie" -f null - 2>&1)" ] || fail "$movie does not play through"
 }
 duration_of() { ffprobe -v error -show_entries format=duration -of csv=p=0 "$1"; }
