@@ -1,14 +1,20 @@
 #include "BrindleRecorderLinux/Files/JsonDefaultsStore.hpp"
 
+#include "BrindleRecorderCore/PosixFileManager.hpp"
 #include "Support/InMemoryFileManager.hpp"
+#include "Support/TemporaryFolder.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <sys/stat.h>
+
 #include <cstdlib>
+#include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace brindle {
@@ -304,6 +310,22 @@ class ScopedVariable {
     const char* name_;
     std::optional<std::string> before_;
 };
+
+TEST(JsonDefaultsStoreFile, IsTheUsersAloneWhateverTheUmaskSays) {
+    using std::filesystem::perms;
+    const test::TemporaryFolder temporary;
+    const auto file = temporary.path() / "brindle-recorder" / "preferences.json";
+    PosixFileManager files;
+    const mode_t before = umask(0);
+    JsonDefaultsStore{
+        files, file,
+        [](std::string_view) {
+        }}
+        .setString("key", "value");
+    umask(before);
+    EXPECT_EQ(std::filesystem::status(file).permissions(), perms::owner_read | perms::owner_write);
+    EXPECT_EQ(std::filesystem::status(file.parent_path()).permissions(), perms::owner_all);
+}
 
 TEST(JsonDefaultsStoreFile, LiesInTheUsersConfigurationFolder) {
     struct Case {
