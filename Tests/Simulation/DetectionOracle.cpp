@@ -103,8 +103,9 @@ Seconds DetectionOracle::slack(const Moment& moment) const {
 }
 
 void DetectionOracle::block(const Moment& moment) {
-    // Before its first look, the program cannot know which call it is that the user refuses.
-    surelyBlocked_ = watchingSince_ && *watchingSince_ < moment.now && !moment.holders.empty();
+    // While it does not look, the program cannot know which call it is that the user refuses.
+    surelyBlocked_ =
+        !moment.asleep && watchingSince_ && *watchingSince_ < moment.now && !moment.holders.empty();
     perhapsBlocked_ = lastHeld_ && secondsBetween(*lastHeld_, moment.now) < slack(moment);
 }
 

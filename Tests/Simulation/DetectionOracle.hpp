@@ -29,8 +29,9 @@ struct Moment {
     bool userStopped = false;  ///< stop or discard, in this step
     bool userAccepted = false; ///< the prompt, in this step
     bool userDeclined = false;
-    bool woke = false;  ///< the machine, in this step
-    bool asked = false; ///< a prompt appeared in this step
+    bool asleep = false; ///< the machine, or about to be; the program does not look
+    bool woke = false;   ///< the machine, in this step
+    bool asked = false;  ///< a prompt appeared in this step
     std::optional<Date> lastTrouble =
         {}; ///< when the program last had a reason to give a recording up
     std::optional<Date> lastSlow = {}; ///< when the disk last kept it waiting

@@ -3,14 +3,15 @@
 #include "BrindleRecorderApp/AppEnvironment.hpp"
 #include "BrindleRecorderApp/Platform/SystemLog.hpp"
 #include "BrindleRecorderCore/SidecarStore.hpp"
+#include "Support/ForwardingFileManager.hpp"
 #include "Support/InlineExecutor.hpp"
 
 namespace brindle::simulation {
 
 /// The diagnostic log's lines become a part of the history.
-class ProgramRun::LogToHistory final : public FileManager {
+class ProgramRun::LogToHistory final : public test::ForwardingFileManager {
   public:
-    explicit LogToHistory(Scene& scene) : scene_{scene} {}
+    explicit LogToHistory(Scene& scene) : ForwardingFileManager{scene.logFiles}, scene_{scene} {}
 
     Expected<void, FileError>
     appendToFile(const std::filesystem::path& /*path*/, std::string_view contents) override {
@@ -23,46 +24,6 @@ class ProgramRun::LogToHistory final : public FileManager {
                                contents.size() - 1 - (message < timeSize ? message + 1 : 0)));
         }
         return {};
-    }
-    [[nodiscard]] Expected<std::vector<DirectoryEntry>, FileError>
-    contentsOfDirectory(const std::filesystem::path& /*directory*/) const override {
-        return std::vector<DirectoryEntry>{};
-    }
-    [[nodiscard]] bool fileExists(const std::filesystem::path& /*path*/) const override {
-        return true;
-    }
-    [[nodiscard]] Expected<std::int64_t, FileError>
-    fileSize(const std::filesystem::path& /*path*/) const override {
-        return 0;
-    }
-    [[nodiscard]] Expected<Date, FileError>
-    modificationDate(const std::filesystem::path& /*path*/) const override {
-        return Date{};
-    }
-    [[nodiscard]] Expected<std::string, FileError>
-    readFile(const std::filesystem::path& /*path*/, std::int64_t /*maxBytes*/) const override {
-        return std::string{};
-    }
-    Expected<void, FileError> createDirectory(const std::filesystem::path& /*directory*/) override {
-        return {};
-    }
-    Expected<void, FileError> createSyncedFile(
-        const std::filesystem::path& /*path*/, std::string_view /*contents*/) override {
-        return {};
-    }
-    Expected<void, FileError>
-    moveFile(const std::filesystem::path& /*from*/, const std::filesystem::path& /*to*/) override {
-        return {};
-    }
-    Expected<void, FileError> removeFile(const std::filesystem::path& /*path*/) override {
-        return {};
-    }
-    Expected<void, FileError> syncDirectory(const std::filesystem::path& /*directory*/) override {
-        return {};
-    }
-    [[nodiscard]] Expected<std::optional<std::int64_t>, FileError>
-    availableCapacity(const std::filesystem::path& /*path*/) const override {
-        return std::nullopt;
     }
 
   private:
@@ -90,6 +51,7 @@ ProgramRun::ProgramRun(Scene& scene, const Desktop& desktop)
               [this] {
                   return model_ && !scene_.asleep && model_->sessionState.get().isRecording();
               },
+          .sessionRecords = [this] { return model_ && model_->sessionState.get().isRecording(); },
           .roomOf =
               [sceneAt = &scene](const std::string& baseName) {
                   const auto sidecar =

@@ -90,6 +90,7 @@ struct Scene {
     Timeline timeline;
     WallClock wallClock{timeline};
     test::InMemoryFileManager files;
+    test::InMemoryFileManager logFiles; ///< stays empty
     Statistics statistics;
 
     // --- The hardware, and what the user allows ---
@@ -107,6 +108,7 @@ struct Scene {
     int writing = 0;               ///< movie files being written now
     /// Copied by every answer of the world that a job may be waiting for.
     std::shared_ptr<int> outside = std::make_shared<int>();
+    bool answersAccess = false;           ///< the user's answer about access is being handed over
     std::optional<Date> lastTrouble;      ///< when anything last gave the program reason to give up
     std::optional<Date> lastSlow;         ///< when the disk last kept it waiting
     Seconds blocked{0};                   ///< how long it did since somebody last asked

@@ -308,6 +308,10 @@ std::shared_ptr<CaptureDevice> SimulatedCaptureSystem::device(const std::string&
 }
 
 std::shared_ptr<CaptureSession> SimulatedCaptureSystem::makeSession() {
+    // Only a start that has waited for the user's leave may come after the end of its call.
+    if (!context_->sessionRecords() && !context_->scene.answersAccess) {
+        context_->scene.violate("a capture begins although the session does not record");
+    }
     return std::make_shared<SimulatedSession>(context_);
 }
 
@@ -330,7 +334,11 @@ void SimulatedCaptureSystem::requestAccess(
             sceneAt->authorization[mediaType] =
                 granted ? AuthorizationStatus::authorized : AuthorizationStatus::denied;
             sceneAt->note("user: {} access", granted ? "grants" : "denies");
-            mainLoop->post([answer, granted] { answer(granted); });
+            mainLoop->post([sceneAt, answer, granted] {
+                sceneAt->answersAccess = true;
+                answer(granted);
+                sceneAt->answersAccess = false;
+            });
         });
 }
 

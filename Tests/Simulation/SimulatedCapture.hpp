@@ -35,6 +35,8 @@ struct CaptureContext {
     MainLoop& mainLoop;
     /// Whether the program means to record at the moment, and nobody has asked for an end.
     std::function<bool()> programRecords;
+    /// Whether the session records, which is also so on the way into sleep.
+    std::function<bool()> sessionRecords;
     /// The room that the sidecar of that base name tells.
     std::function<std::string(const std::string&)> roomOf;
 };

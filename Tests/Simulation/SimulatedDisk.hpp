@@ -2,16 +2,16 @@
 // may die after any one operation.
 #pragma once
 
-#include "BrindleRecorderCore/FileManager.hpp"
 #include "Simulation/Scene.hpp"
+#include "Support/ForwardingFileManager.hpp"
 
 #include <optional>
 
 namespace brindle::simulation {
 
-class SimulatedDisk final : public FileManager {
+class SimulatedDisk final : public test::ForwardingFileManager {
   public:
-    explicit SimulatedDisk(Scene& scene) : scene_{scene} {}
+    explicit SimulatedDisk(Scene& scene) : ForwardingFileManager{scene.files}, scene_{scene} {}
 
     /// From now on so many calls of a hundred fail, and so many take their time.
     void setSickness(unsigned failingPercent, unsigned slowPercent);
@@ -27,32 +27,14 @@ class SimulatedDisk final : public FileManager {
     bool appendMedia(const std::filesystem::path& path, const std::string& text);
     bool syncMedia(const std::filesystem::path& path);
 
-    [[nodiscard]] Expected<std::vector<DirectoryEntry>, FileError>
-    contentsOfDirectory(const std::filesystem::path& directory) const override;
-    [[nodiscard]] bool fileExists(const std::filesystem::path& path) const override;
-    [[nodiscard]] Expected<std::int64_t, FileError>
-    fileSize(const std::filesystem::path& path) const override;
-    [[nodiscard]] Expected<Date, FileError>
-    modificationDate(const std::filesystem::path& path) const override;
-    [[nodiscard]] Expected<std::string, FileError>
-    readFile(const std::filesystem::path& path, std::int64_t maxBytes) const override;
-    Expected<void, FileError> createDirectory(const std::filesystem::path& directory) override;
-    Expected<void, FileError>
-    createSyncedFile(const std::filesystem::path& path, std::string_view contents) override;
-    Expected<void, FileError>
-    appendToFile(const std::filesystem::path& path, std::string_view contents) override;
     Expected<void, FileError>
     moveFile(const std::filesystem::path& from, const std::filesystem::path& to) override;
     Expected<void, FileError> removeFile(const std::filesystem::path& path) override;
-    Expected<void, FileError> syncDirectory(const std::filesystem::path& directory) override;
-    [[nodiscard]] Expected<std::optional<std::int64_t>, FileError>
-    availableCapacity(const std::filesystem::path& path) const override;
 
   private:
-    /// Before every operation; false when the program is dead and the operation must not be done.
-    bool enter() const;
-    /// After every operation that changes the disk.
-    void changed(const std::filesystem::path& path);
+    /// False when the program is dead and the operation must not be done.
+    [[nodiscard]] bool enter() const override;
+    void changed(const std::filesystem::path& path) override;
 
     Scene& scene_;
     unsigned failingPercent_ = 0;

@@ -513,6 +513,7 @@ bool World::afterStep() {
         }
         moment_.now = scene_.timeline.now();
         moment_.holders = holders();
+        moment_.asleep = scene_.asleep;
         moment_.session = run_->model().sessionState.get();
         moment_.lastTrouble = scene_.lastTrouble;
         moment_.lastSlow = scene_.lastSlow;
