@@ -129,7 +129,10 @@ Remuxer::remuxToMP4(std::filesystem::path source, std::filesystem::path destinat
     }
 
     const auto temporary = temporaryFor(destination);
-    fileManager_.removeFile(destination);
+    // Where there is nothing to convert, what is at the destination may be all that is left.
+    if (Diagnostics::fileSize(fileManager_, source).value_or(0) > 0) {
+        fileManager_.removeFile(destination);
+    }
     fileManager_.removeFile(temporary);
     session->setOutput(temporary, MovieFileType::mpeg4);
     co_await exportWithProgress(session, sourceName);

@@ -109,6 +109,24 @@ TEST_F(RemuxerTest, RemovesAnEarlierDestinationAndAnEarlierPartBeforeExporting) 
     EXPECT_THAT(exporter.calls(), Contains("export")) << "over no file";
 }
 
+TEST_F(RemuxerTest, LeavesAnEarlierDestinationWhereThereIsNothingToConvert) {
+    files.putFile(mp4, "all that is left");
+    files.removeFile(mov);
+    exporter.script().finishAtOnce = false;
+    const test::TaskProbe probe{remuxer.remuxToMP4(mov, mp4)};
+    loop.runPosted();
+    EXPECT_EQ(files.contents(mp4), "all that is left");
+}
+
+TEST_F(RemuxerTest, LeavesAnEarlierDestinationWhereTheSourceCannotBeRead) {
+    files.putFile(mp4, "all that may be left");
+    files.failEveryCallWith(mov);
+    exporter.script().finishAtOnce = false;
+    const test::TaskProbe probe{remuxer.remuxToMP4(mov, mp4)};
+    loop.runPosted();
+    EXPECT_EQ(files.contents(mp4), "all that may be left");
+}
+
 TEST_F(RemuxerTest, LogsStartResultAndDeletion) {
     remux();
     EXPECT_THAT(
