@@ -69,6 +69,11 @@ void DetectionOracle::follow(const Moment& moment) {
     std::erase_if(present_, [&](const auto& entry) {
         return secondsBetween(entry.second.lastSeen, moment.now) > looksEvery;
     });
+    if (!moment.holders.empty() && !moment.asleep) {
+        looksQuietSince_.reset();
+    } else if (moment.holders.empty() && !looksQuietSince_) {
+        looksQuietSince_ = moment.now;
+    }
     if (moment.holders.empty()) {
         if (!quietSince_) {
             quietSince_ = moment.now;
@@ -159,8 +164,8 @@ std::optional<std::string> DetectionOracle::judgeEnd(const Moment& moment) {
         block(moment);
         return std::nullopt;
     }
-    const bool byQuiet = !isManual(session_) && quietSince_ &&
-                         secondsBetween(*quietSince_, moment.now) >= goneAfter - rounding;
+    const bool byQuiet = !isManual(session_) && looksQuietSince_ &&
+                         secondsBetween(*looksQuietSince_, moment.now) >= goneAfter - rounding;
     if (byQuiet) {
         return std::nullopt;
     }

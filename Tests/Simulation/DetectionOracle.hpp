@@ -66,6 +66,8 @@ class DetectionOracle {
     std::optional<Date> watchingSince_;
     std::map<std::string, Presence> present_;
     std::optional<Date> quietSince_; ///< nobody holds the microphone
+    /// Likewise, for all that the program can tell: it misses who comes and goes while it sleeps.
+    std::optional<Date> looksQuietSince_;
     std::optional<Date> lastHeld_;
     // The call that goes on was refused: surely, or perhaps (the program may not have seen it).
     bool surelyBlocked_ = false;
