@@ -197,10 +197,10 @@ class AppModel {
     Task<void> keep(std::string baseName, Sidecar sidecar);
     void keepWhateverWasRecorded(
         const std::string& baseName, const Sidecar& sidecar, const RecorderError& error);
-    /// `failedRoom` and `failedBaseName`: of the segment that was being recorded when it failed.
+    /// `failedRoom` and `failedSegment`: of the segment that was being recorded when it failed.
     Task<void> processCaptureFailure(
         RecorderError error, std::optional<std::string> failedRoom,
-        std::optional<std::string> failedBaseName);
+        std::optional<std::uint64_t> failedSegment);
     void blockCameraNamed(const std::string& localizedName);
     /// Where the call goes on: `continuedIn`, or nothing when it was over before the segment was
     /// converted.
@@ -241,6 +241,8 @@ class AppModel {
     // takes them.
     std::optional<std::string> currentBaseName_;
     std::optional<Sidecar> currentSidecar_;
+    /// Counts the segments, since a name that was discarded is given to the next one again.
+    std::uint64_t currentSegment_ = 0;
 
     std::set<std::string> begunBaseNames_; ///< by this run of the program, finished ones included
 

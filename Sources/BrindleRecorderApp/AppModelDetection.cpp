@@ -78,9 +78,9 @@ AppModel::AppModel(const AppEnvironment& environment, RecordingsFolder folder)
         // Taken now: when the job's turn comes, the session may be about another call.
         const auto room = currentSidecar_ ? std::optional{currentSidecar_->roomCode}
                                           : sessionState.get().roomCode();
-        pendingWork_.enqueue([this, error, room, baseName = currentBaseName_] {
-            return processCaptureFailure(error, room, baseName);
-        });
+        const auto segment = currentBaseName_ ? std::optional{currentSegment_} : std::nullopt;
+        pendingWork_.enqueue(
+            [this, error, room, segment] { return processCaptureFailure(error, room, segment); });
     };
     observeSystemEvents();
     // A folder that cannot be made now is tried again when a recording begins.

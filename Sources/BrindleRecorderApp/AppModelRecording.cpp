@@ -252,6 +252,7 @@ void AppModel::recordingDidOpen(
             opened.camera ? std::optional{opened.camera->localizedName} : std::nullopt,
             sidecar.audioDevice, cameraNote));
     }
+    ++currentSegment_;
     currentBaseName_ = baseName;
     currentSidecar_ = std::move(sidecar);
     refreshStatusLine();
@@ -333,8 +334,8 @@ void AppModel::keepWhateverWasRecorded(
 
 Task<void> AppModel::processCaptureFailure(
     RecorderError error, std::optional<std::string> failedRoom,
-    std::optional<std::string> failedBaseName) {
-    if (currentBaseName_ && currentBaseName_ != failedBaseName) {
+    std::optional<std::uint64_t> failedSegment) {
+    if (currentBaseName_ && currentSegment_ != failedSegment) {
         // A stop that was asked for before has ended that segment, and the next one records.
         co_return;
     }

@@ -507,6 +507,23 @@ TEST_F(AppModelFailure, ALateFailureLeavesTheNextRecordingAlone) {
     EXPECT_THAT(folderContents(), Contains("2026-03-14_0930-2.mp4"));
 }
 
+TEST_F(AppModelFailure, ALateFailureOfADiscardedRecordingLeavesTheNextOfTheSameNameAlone) {
+    recordZoomCall();
+    model().stopAndDiscard();
+    deviceDies(); // the discard has not begun yet
+    model().recordNowFromMenu();
+    runFor(10s);
+    EXPECT_EQ(sessionInWords(), "recording manual#2");
+    ASSERT_EQ(captured.back(), folder.movURL(firstBaseName)) << "in the same minute";
+    EXPECT_EQ(sidecar(firstBaseName).endedAt, std::nullopt);
+    EXPECT_THAT(sidecar(firstBaseName).notes, IsEmpty());
+    EXPECT_TRUE(capture.output().isRecording());
+    model().stopRecordingFromMenu();
+    settle();
+    EXPECT_FALSE(capture.output().isRecording());
+    EXPECT_NE(sidecar(firstBaseName).endedAt, std::nullopt);
+}
+
 TEST_F(AppModelFailure, AFailureBetweenAStopAndTheNextStartLeavesTheNextRecordingAlone) {
     recordZoomCall();
     model().stopRecordingFromMenu();
