@@ -88,6 +88,59 @@ TEST_F(X11WindowListTest, SeesANewTitleAtTheNextQuestion) {
     EXPECT_THAT(titles(), ElementsAre("after"));
 }
 
+TEST_F(X11WindowListTest, SeesANewOwnerWithinAFewQuestionsAndANewTitleAtOnce) {
+    const auto window = client_->makeWindow();
+    client_->setMachine(window, "elsewhere");
+    client_->setClass(window, "zoom", "zoom");
+    client_->setTitle(window, "first");
+    client_->list({window});
+    const auto record = [&] {
+        return windows_->windows()->at(0);
+    };
+    EXPECT_EQ(record().ownerBundleID, "us.zoom.xos");
+    client_->setClass(window, "firefox", "firefox");
+    client_->setTitle(window, "second");
+    EXPECT_EQ(record().name, "second");
+    int questions = 0;
+    while (record().ownerBundleID != "org.mozilla.firefox" && questions < 100) {
+        ++questions;
+    }
+    EXPECT_LT(questions, 20);
+}
+
+TEST_F(X11WindowListTest, LooksForTheOldTitleAgainOnceTheNewOneIsGone) {
+    const auto window = client_->makeWindow();
+    client_->setOldTitle(window, "old");
+    client_->setTitle(window, "new");
+    client_->list({window});
+    const auto name = [&] {
+        return windows_->windows()->at(0).name;
+    };
+    EXPECT_EQ(name(), "new");
+    client_->setTitle(window, "");
+    name();
+    EXPECT_EQ(name(), "old");
+}
+
+TEST_F(X11WindowListTest, DoesNotTakeAnotherProgramsWindowForTheOneThatHadItsNumber) {
+    auto other = std::make_unique<XClient>(server_->display());
+    const auto before = other->makeWindow();
+    other->setClass(before, "zoom", "zoom");
+    other->setMachine(before, "elsewhere");
+    other->setTitle(before, "before");
+    client_->list({before});
+    EXPECT_EQ(windows_->windows()->at(0).ownerBundleID, "us.zoom.xos");
+    other.reset();
+    ASSERT_TRUE(waitFor([&] { return windows_->windows()->empty(); }));
+    other = std::make_unique<XClient>(server_->display());
+    const auto after = other->makeWindow();
+    ASSERT_EQ(after, before); // the server gives numbers again
+    other->setClass(after, "firefox", "firefox");
+    other->setMachine(after, "elsewhere");
+    other->setTitle(after, "after");
+    EXPECT_EQ(windows_->windows()->at(0).ownerBundleID, "org.mozilla.firefox");
+}
+
 TEST_F(X11WindowListTest, FallsBackToTheOldTitle) {
     const auto window = client_->makeWindow();
     client_->setOldTitle(window, "Caf\xe9 | Jitsi Meet");

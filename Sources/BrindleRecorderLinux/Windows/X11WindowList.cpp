@@ -1,7 +1,6 @@
 #include "BrindleRecorderLinux/Windows/X11WindowList.hpp"
 
 #include "BrindleRecorderApp/MicActivityMonitor.hpp"
-#include "BrindleRecorderLinux/Windows/WindowOwner.hpp"
 #include "BrindleRecorderLinux/Windows/X11Connection.hpp"
 
 #include <unistd.h>
@@ -19,6 +18,7 @@ namespace brindle {
 namespace {
 
 using x11::Connection;
+using x11::KnownWindow;
 using x11::ReplyHandle;
 using Property = ReplyHandle<xcb_get_property_reply_t>;
 
@@ -29,6 +29,8 @@ constexpr std::uint32_t longestTitle = MicActivityMonitor::maxTitleBytes + 4;
 constexpr std::uint32_t longestShortText = 512;
 constexpr std::uint32_t mostTypes = 32;
 constexpr std::uint32_t bytesPerItem = 4;
+/// For so many readings and up to as many more it is kept whose a window is.
+constexpr unsigned int identityReadings = 8;
 
 std::string_view bytesOf(const Property& property) {
     constexpr std::uint8_t textFormat = 8;
@@ -72,28 +74,43 @@ std::string thisMachine() {
     return gethostname(name.data(), name.size() - 1) == 0 ? std::string{name.data()} : "";
 }
 
-/// All questions about one window, so that those about every window are on their way before the
-/// first answer is waited for.
-struct Questions {
-    xcb_window_t window;
-    xcb_get_property_cookie_t name;
-    xcb_get_property_cookie_t oldName;
+/// Questions about what stays the same for as long as a window is there, nearly always.
+struct IdentityQuestions {
     xcb_get_property_cookie_t pid;
     xcb_get_property_cookie_t names;
     xcb_get_property_cookie_t machine;
     xcb_get_property_cookie_t types;
 };
 
-Questions askAbout(const Connection& server, xcb_window_t window) {
+/// All questions about one window, so that those about every window are on their way before the
+/// first answer is waited for.
+struct Questions {
+    xcb_window_t window;
+    xcb_get_property_cookie_t name;
+    std::optional<xcb_get_property_cookie_t> oldName;
+    std::optional<IdentityQuestions> identity;
+};
+
+/// What is not asked for is known.
+Questions
+askAbout(const Connection& server, xcb_window_t window, bool knowsName, bool knowsIdentity) {
     const auto& atoms = server.atoms();
-    return {
+    Questions questions{
         .window = window,
         .name = server.askProperty(window, atoms.name, longestTitle),
-        .oldName = server.askProperty(window, XCB_ATOM_WM_NAME, longestTitle),
-        .pid = server.askProperty(window, atoms.pid, bytesPerItem),
-        .names = server.askProperty(window, XCB_ATOM_WM_CLASS, longestShortText),
-        .machine = server.askProperty(window, XCB_ATOM_WM_CLIENT_MACHINE, longestShortText),
-        .types = server.askProperty(window, atoms.windowType, mostTypes * bytesPerItem)};
+        .oldName = std::nullopt,
+        .identity = std::nullopt};
+    if (!knowsName) {
+        questions.oldName = server.askProperty(window, XCB_ATOM_WM_NAME, longestTitle);
+    }
+    if (!knowsIdentity) {
+        questions.identity = IdentityQuestions{
+            .pid = server.askProperty(window, atoms.pid, bytesPerItem),
+            .names = server.askProperty(window, XCB_ATOM_WM_CLASS, longestShortText),
+            .machine = server.askProperty(window, XCB_ATOM_WM_CLIENT_MACHINE, longestShortText),
+            .types = server.askProperty(window, atoms.windowType, mostTypes * bytesPerItem)};
+    }
+    return questions;
 }
 
 xcb_res_query_client_ids_cookie_t
@@ -139,35 +156,50 @@ class Answers {
     Answers(Connection& server, Connection::Time deadline, const ProcessRegistry& processes)
         : server_{server}, deadline_{deadline}, processes_{processes}, machine_{thisMachine()} {}
 
-    /// Nothing when the window is gone, or the desktop's own.
-    std::optional<WindowRecord>
-    record(const Questions& questions, const std::map<std::uint32_t, std::int32_t>& certainPids) {
+    /// Nothing when the window is gone, or the desktop's own. `window` takes over what was asked.
+    std::optional<WindowRecord> record(
+        const Questions& questions, const std::optional<std::int32_t>& certainPid,
+        KnownWindow& window) {
         const Property name = property(questions.name);
-        const Property oldName = property(questions.oldName);
-        const Property pid = property(questions.pid);
-        const Property names = property(questions.names);
-        const Property machine = property(questions.machine);
-        const Property types = property(questions.types);
-        if (types == nullptr || isDesktopsOwn(numbersOf(types))) {
+        const Property oldName = questions.oldName ? property(*questions.oldName) : Property{};
+        if (questions.identity) {
+            readIdentity(*questions.identity, window);
+            window.claims.certainPid = certainPid;
+        }
+        if (name == nullptr) {
+            window = {}; // its number may be given to another
+        }
+        window.hasName = isName(name);
+        if (!window.isThere || window.isDesktopsOwn) {
             return std::nullopt;
         }
-        WindowClaims claims;
-        const auto certain = certainPids.find(server_.clientOf(questions.window));
-        if (certain != certainPids.end()) {
-            claims.certainPid = certain->second;
-        }
-        const auto pids = numbersOf(pid);
-        if (!pids.empty() && pids.front() > 0 && pids.front() <= INT32_MAX) {
-            claims.claimedPid = static_cast<std::int32_t>(pids.front());
-        }
-        claims.isFromThisMachine = isSameMachine(bytesOf(machine), machine_);
-        std::tie(claims.windowInstance, claims.windowClass) = instanceAndClass(bytesOf(names));
-
-        WindowOwner owner = ownerOf(claims, processes_);
+        WindowOwner owner = ownerOf(window.claims, processes_);
         return WindowRecord{owner.pid, std::move(owner.bundleID), title(name, oldName)};
     }
 
   private:
+    void readIdentity(const IdentityQuestions& questions, KnownWindow& window) {
+        const Property pid = property(questions.pid);
+        const Property names = property(questions.names);
+        const Property machine = property(questions.machine);
+        const Property types = property(questions.types);
+        window.isThere = types != nullptr;
+        window.isDesktopsOwn = isDesktopsOwn(numbersOf(types));
+        window.claims = {};
+        const auto pids = numbersOf(pid);
+        if (!pids.empty() && pids.front() > 0 && pids.front() <= INT32_MAX) {
+            window.claims.claimedPid = static_cast<std::int32_t>(pids.front());
+        }
+        window.claims.isFromThisMachine = isSameMachine(bytesOf(machine), machine_);
+        std::tie(window.claims.windowInstance, window.claims.windowClass) =
+            instanceAndClass(bytesOf(names));
+    }
+
+    [[nodiscard]] bool isName(const Property& name) const {
+        return name != nullptr && name->type == server_.atoms().utf8String &&
+               !bytesOf(name).empty();
+    }
+
     Property property(xcb_get_property_cookie_t cookie) {
         return server_.reply<xcb_get_property_reply_t>(cookie.sequence, deadline_);
     }
@@ -181,7 +213,7 @@ class Answers {
 
     [[nodiscard]] std::optional<std::string>
     title(const Property& name, const Property& oldName) const {
-        if (name != nullptr && name->type == server_.atoms().utf8String && !bytesOf(name).empty()) {
+        if (isName(name)) {
             return std::string{bytesOf(name)};
         }
         if (bytesOf(oldName).empty()) {
@@ -207,6 +239,7 @@ X11WindowList::~X11WindowList() = default;
 x11::Connection* X11WindowList::connection() const {
     if (connection_ != nullptr && !connection_->isAlive()) {
         connection_.reset();
+        known_.clear();
     }
     if (connection_ == nullptr) {
         connection_ = Connection::open(display_);
@@ -236,10 +269,21 @@ std::optional<std::vector<WindowRecord>> X11WindowList::windows() const {
     if (server->knowsProcesses() && !windows.empty()) {
         processes = askForProcesses(*server, windows);
     }
+    std::map<xcb_window_t, KnownWindow> known;
     std::vector<Questions> questions;
     questions.reserve(windows.size());
-    for (const xcb_window_t window : windows) {
-        questions.push_back(askAbout(*server, window));
+    for (const xcb_window_t number : windows) {
+        KnownWindow& window = known[number];
+        if (const auto before = known_.find(number); before != known_.end()) {
+            window = std::move(before->second);
+        }
+        if (window.readingsLeft == 0) {
+            // Not all in the same reading.
+            window.readingsLeft = identityReadings + number % identityReadings;
+            window.isThere = false;
+        }
+        --window.readingsLeft;
+        questions.push_back(askAbout(*server, number, window.hasName, window.isThere));
     }
 
     std::map<std::uint32_t, std::int32_t> certainPids;
@@ -250,13 +294,25 @@ std::optional<std::vector<WindowRecord>> X11WindowList::windows() const {
     Answers answers{*server, deadline, processes_};
     std::vector<WindowRecord> records;
     for (const Questions& each : questions) {
-        if (auto record = answers.record(each, certainPids)) {
+        const auto client = certainPids.find(server->clientOf(each.window));
+        const auto certainPid =
+            client == certainPids.end() ? std::nullopt : std::optional{client->second};
+        KnownWindow& window = known[each.window];
+        if (!each.identity && window.claims.certainPid != certainPid) {
+            // Another program's window under the number of one that is gone: known next time.
+            window = {};
+            static_cast<void>(answers.record(each, certainPid, window));
+            continue;
+        }
+        if (auto record = answers.record(each, certainPid, window)) {
             records.push_back(*std::move(record));
         }
     }
     if (!server->isAlive() || server->isBehind()) {
+        known_.clear();
         return std::nullopt;
     }
+    known_ = std::move(known);
     return records;
 }
 

@@ -3,7 +3,10 @@
 
 #include "BrindleRecorderApp/Platform/ProcessRegistry.hpp"
 #include "BrindleRecorderApp/Platform/WindowList.hpp"
+#include "BrindleRecorderLinux/Windows/WindowOwner.hpp"
 
+#include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -12,8 +15,19 @@
 namespace brindle {
 
 namespace x11 {
+
 class Connection;
-}
+
+/// What need not be asked again at every reading.
+struct KnownWindow {
+    bool hasName = false; ///< a modern one, so that the old one is not looked at
+    bool isThere = false; ///< what follows is known
+    bool isDesktopsOwn = false;
+    WindowClaims claims;
+    unsigned int readingsLeft = 0; ///< until it is asked for again all the same
+};
+
+} // namespace x11
 
 /// Reads the windows that the window manager lists, in its order, without desktops and docks.
 /// Outside source: Extended Window Manager Hints, X Resource extension 1.2.
@@ -21,6 +35,9 @@ class Connection;
 /// Every reading takes two rounds to the server, however many windows there are, and is given up
 /// after half a second; nothing is readable then until the server has caught up. A server that
 /// went away is looked for again at every question.
+///
+/// Titles are read anew each time. Whose a window is, is kept for some readings while the server
+/// names the same process for it, since hardly any window ever says something else.
 class X11WindowList final : public WindowList {
   public:
     static constexpr std::size_t mostWindows = 512;
@@ -42,6 +59,7 @@ class X11WindowList final : public WindowList {
     const ProcessRegistry& processes_;
     const std::optional<std::string> display_;
     mutable std::unique_ptr<x11::Connection> connection_;
+    mutable std::map<std::uint32_t, x11::KnownWindow> known_; ///< of the last reading
 };
 
 } // namespace brindle
