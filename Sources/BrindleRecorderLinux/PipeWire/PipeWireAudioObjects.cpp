@@ -1,7 +1,5 @@
 #include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
 
-#include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
-
 #include <algorithm>
 #include <set>
 #include <utility>
@@ -11,39 +9,11 @@ namespace brindle {
 using pipewire::DeviceView;
 using pipewire::MicrophoneView;
 using pipewire::ProcessView;
+using pipewire::RecorderIdentity;
 
 namespace {
 
 constexpr std::uint64_t onlySubject = 0;
-
-/// A pid that only the client vouches for is another process's if the client sits in a sandbox that
-/// counts its own processes.
-std::optional<std::int32_t>
-trustedPid(const pipewire::ClientProcess& process, const ProcProcessRegistry& registry) {
-    if (!process.pid || process.pidIsCertain || process.binary.empty() ||
-        registry.runsFileNamed(*process.pid, process.binary)) {
-        return process.pid;
-    }
-    return std::nullopt;
-}
-
-/// Each claim from the first client that makes it.
-ClientClaims claimsOf(const ProcessView& process) {
-    ClientClaims claims;
-    claims.sandboxID = process.process.sandboxID;
-    claims.binary = process.process.binary;
-    for (const auto& client : process.clients) {
-        const auto take = [&](std::string& claim, std::string_view key) {
-            if (claim.empty()) {
-                claim = pipewire::property(client, key);
-            }
-        };
-        take(claims.snapName, "pipewire.snap.id");
-        take(claims.applicationID, "application.id");
-        take(claims.applicationName, "application.name");
-    }
-    return claims;
-}
 
 /// The same process, called as it was.
 bool isSameProcess(const ProcessView& before, const ProcessView& after) {
@@ -115,17 +85,10 @@ void PipeWireAudioObjects::forgetChangedIdentities(const MicrophoneView& before)
     });
 }
 
-const PipeWireAudioObjects::Identity&
-PipeWireAudioObjects::identityOf(const ProcessView& process) const {
+const RecorderIdentity& PipeWireAudioObjects::identityOf(const ProcessView& process) const {
     const auto [known, isNew] = identities_.try_emplace(process.id);
     if (isNew) {
-        known->second.pid = trustedPid(process.process, processRegistry_);
-        auto identity = identityOfClient(
-            claimsOf(process),
-            known->second.pid ? processRegistry_.identity(*known->second.pid) : std::nullopt);
-        if (identity) {
-            known->second.bundleIdentifier = std::move(identity->identifier);
-        }
+        known->second = pipewire::identityOf(process, processRegistry_);
     }
     return known->second;
 }

@@ -5,6 +5,7 @@
 #include "BrindleRecorderLinux/PipeWire/AudioServer.hpp"
 #include "BrindleRecorderLinux/PipeWire/ListenerList.hpp"
 #include "BrindleRecorderLinux/PipeWire/MicrophoneView.hpp"
+#include "BrindleRecorderLinux/PipeWire/RecorderIdentity.hpp"
 
 #include <cstdint>
 #include <functional>
@@ -55,21 +56,17 @@ class PipeWireAudioObjects final : public AudioObjects {
     observeRunningSomewhere(AudioObjectID device, Listener listener) override;
 
   private:
-    /// Whose process it is. Stays as it is while the process's clients do, since a process that
-    /// starts another program loses its connection.
-    struct Identity {
-        std::optional<std::int32_t> pid;
-        std::optional<std::string> bundleIdentifier;
-    };
-
     void refresh();
     void forgetChangedIdentities(const pipewire::MicrophoneView& before);
-    [[nodiscard]] const Identity& identityOf(const pipewire::ProcessView& process) const;
+    [[nodiscard]] const pipewire::RecorderIdentity&
+    identityOf(const pipewire::ProcessView& process) const;
 
     const ProcProcessRegistry& processRegistry_;
     pipewire::ObjectNumbers numbers_;
     pipewire::MicrophoneView view_;
-    mutable std::map<AudioObjectID, Identity> identities_;
+    /// Each stays as it is while the process's clients do: a process that becomes another program
+    /// loses its connection.
+    mutable std::map<AudioObjectID, pipewire::RecorderIdentity> identities_;
     pipewire::ListenerList processListeners_;
     pipewire::ListenerList defaultListeners_;
     pipewire::ListenerList runningListeners_;
