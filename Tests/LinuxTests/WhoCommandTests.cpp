@@ -18,6 +18,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <string>
 
 namespace brindle {
@@ -103,7 +104,24 @@ TEST_F(WhoCommandTest, SaysSoWhereNoServerCanTell) {
     PosixFileManager files;
     EXPECT_FALSE(
         (WhoCommand{loop, files, /*once=*/true, output_.stream(), output_.stream()}.run()));
-    EXPECT_THAT(printed(), HasSubstr("no PipeWire server"));
+    EXPECT_THAT(printed(), HasSubstr("sound server: none answers"));
+}
+
+TEST_F(WhoCommandTest, TellsSoundThatGoesThroughPulseAudioFromNobody) {
+    const auto server = folder_.path() / "pulseaudio";
+    std::filesystem::copy_file("/bin/sleep", server);
+    const ChildProcess pulseAudio{server, {server, "600"}};
+    std::filesystem::create_directories(folder_.path() / "pulse");
+    std::ofstream{folder_.path() / "pulse" / "pid"} << pulseAudio.pid() << '\n';
+    const test::EnvironmentVariable elsewhere{"XDG_RUNTIME_DIR", folder_.path().c_str()};
+    const ProcProcessRegistry registry;
+    ASSERT_TRUE(waitFor([&] { return registry.runsFileNamed(pulseAudio.pid(), "pulseaudio"); }));
+    PipeWireMainLoop loop;
+    PosixFileManager files;
+    EXPECT_FALSE(
+        (WhoCommand{loop, files, /*once=*/true, output_.stream(), output_.stream()}.run()));
+    EXPECT_THAT(printed(), HasSubstr("sound goes through PulseAudio, not PipeWire"));
+    EXPECT_THAT(printed(), Not(HasSubstr("Nobody")));
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "BrindleRecorderApp/WhoWatch.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
 #include "BrindleRecorderLinux/Files/JsonDefaultsStore.hpp"
+#include "BrindleRecorderLinux/PipeWire/AudioServerStateText.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
@@ -55,7 +56,7 @@ bool WhoCommand::run() const {
             mainLoop.post([&answer] { answer(); });
             return;
         }
-        printLine(errors, "brindle-recorder: no PipeWire server that carries sound answers");
+        printLine(errors, "brindle-recorder: " + std::string{pipewire::describe(state)});
         if (once) {
             mainLoop.quit();
         }
