@@ -1,6 +1,7 @@
 #include "BrindleRecorderLinux/Program/RecorderServices.hpp"
 
 #include "BrindleRecorderApp/Recorder.hpp"
+#include "BrindleRecorderApp/SoundServerNotice.hpp"
 #include "BrindleRecorderCore/DateProvider.hpp"
 #include "BrindleRecorderCore/DiagnosticLog.hpp"
 #include "BrindleRecorderCore/PosixFileManager.hpp"
@@ -18,6 +19,7 @@
 #include "BrindleRecorderLinux/Time/BootClock.hpp"
 #include "BrindleRecorderLinux/Windows/DesktopWindowList.hpp"
 
+#include <optional>
 #include <string_view>
 
 namespace brindle {
@@ -37,10 +39,12 @@ class RecorderServices::Implementation {
     SyslogSystemLog systemLog;
     const EventLog log{diagnosticLog, systemLog, clock};
     const ProcProcessRegistry processes{mainLoop.loop()};
+    std::optional<SoundServerNotice> soundNotice; ///< once there is somebody to tell
     PipeWireAudioObjects audioObjects{
         mainLoop, mainLoop.loop(), processes, pipewire::AudioServer::Options::ofThisSession(),
         [this](pipewire::AudioServerState state) {
             log.both(EventLog::Level::info, pipewire::describe(state));
+            noticeSound(state);
         }};
     const DesktopWindowList windows{processes, mainLoop.loop(), [this] {
                                         return audioObjects.graph();
@@ -54,6 +58,14 @@ class RecorderServices::Implementation {
             log.diagnostic(line);
         }};
     SerialQueue captureSessionQueue{Recorder::sessionQueueLabel};
+
+    void noticeSound(pipewire::AudioServerState state) {
+        if (soundNotice) {
+            soundNotice->soundGoesElsewhere(
+                state == pipewire::AudioServerState::pulseAudio ||
+                state == pipewire::AudioServerState::withoutAudio);
+        }
+    }
 };
 
 RecorderServices::RecorderServices(PipeWireMainLoop& mainLoop)
@@ -64,6 +76,8 @@ RecorderServices::~RecorderServices() = default;
 AppEnvironment RecorderServices::environment(
     UserNotifications& notifications, LoginItems& loginItems, Workspace& workspace) {
     auto& own = *implementation_;
+    own.soundNotice.emplace(own.mainLoop, notifications);
+    own.noticeSound(own.audioObjects.state());
     return AppEnvironment{
         .mainLoop = own.mainLoop,
         .dateProvider = own.clock,
