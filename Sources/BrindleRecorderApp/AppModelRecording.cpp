@@ -357,7 +357,7 @@ Task<void> AppModel::processCaptureFailure(
     }
     const std::string baseName = *std::exchange(currentBaseName_, std::nullopt);
     const Sidecar sidecar = *std::exchange(currentSidecar_, std::nullopt);
-    if (decision.blockCurrentCamera && sessionState.get().roomCode() == roomCode) {
+    if (decision.blockCurrentCamera) {
         blockCameraNamed(sidecar.videoDevice);
     }
     std::optional<std::string> continuedIn;
