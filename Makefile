@@ -6,7 +6,7 @@ SCENE ?= call
 SEED ?=
 CALLS ?=
 
-.PHONY: help demo run test test-long simulate coverage bench lint analyze format install-dependencies clean
+.PHONY: help demo pictures run test test-long simulate coverage bench lint analyze format install-dependencies clean
 
 help:
 	@echo 'make demo [SCENE=crash]    watch a call being recorded, in a private desktop session; with'
@@ -17,6 +17,7 @@ help:
 	@echo 'make simulate [CALLS=10000] [SEED=7]  live through calls, crashes and power failures; with SEED'
 	@echo '                            alone repeat that one world'
 	@echo 'make coverage              line coverage of the core by its own tests'
+	@echo 'make pictures              take the pictures of docs/ from the program on a private desktop'
 	@echo 'make bench                 print the measured claims'
 	@echo 'make lint                  formatting, clang-tidy, layering, the build with clang'
 	@echo 'make analyze               the path-sensitive analyzer over the sources (minutes)'
@@ -27,6 +28,11 @@ demo:
 	@scripts/install-dependencies build demo
 	@scripts/build dev brindle-recorder
 	@scripts/demo build/dev/Sources/BrindleRecorderLinux/brindle-recorder demo-recordings $(SCENE)
+
+pictures:
+	@scripts/install-dependencies build demo test
+	@scripts/build release brindle-recorder
+	@scripts/pictures build/release/Sources/BrindleRecorderLinux/brindle-recorder
 
 run:
 	@scripts/install-dependencies build

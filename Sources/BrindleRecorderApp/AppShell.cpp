@@ -7,7 +7,8 @@ namespace brindle {
 
 AppShell::AppShell(AppModel& model, const AppEnvironment& environment, StatusItem& statusItem)
     : model_{model}, statusItem_{statusItem}, label_{model, environment, statusItem},
-      menu_{model, environment}, firstRunWindow_{statusItem, model.permissions} {
+      menu_{model, environment}, firstRunWindow_{statusItem, model.permissions},
+      environment_{environment}, missingTrayNotice_{model, environment_, statusItem} {
     menu_.onChange = [this](const Menu& menu) {
         statusItem_.showMenu(menu);
     };
@@ -24,6 +25,7 @@ AppShell::~AppShell() {
 void AppShell::launch() {
     firstRunWindow_.showOnFirstLaunch(model_.settings);
     model_.launch();
+    missingTrayNotice_.launch();
 }
 
 } // namespace brindle

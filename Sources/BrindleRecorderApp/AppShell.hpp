@@ -1,14 +1,15 @@
 // What the user sees of the application: the icon, the menu and the window of the first launch.
 #pragma once
 
+#include "BrindleRecorderApp/AppEnvironment.hpp"
 #include "BrindleRecorderApp/FirstRunWindow.hpp"
 #include "BrindleRecorderApp/MenuBarLabel.hpp"
 #include "BrindleRecorderApp/MenuContent.hpp"
+#include "BrindleRecorderApp/MissingTrayNotice.hpp"
 
 namespace brindle {
 
 class AppModel;
-struct AppEnvironment;
 class StatusItem;
 
 /// Main thread only.
@@ -29,6 +30,8 @@ class AppShell {
     MenuBarLabel label_;
     MenuContent menu_;
     FirstRunWindow firstRunWindow_;
+    AppEnvironment environment_;
+    MissingTrayNotice missingTrayNotice_;
 };
 
 } // namespace brindle

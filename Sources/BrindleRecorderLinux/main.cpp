@@ -9,6 +9,7 @@
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalNotifications.hpp"
 #include "BrindleRecorderLinux/CommandLine/WhoCommand.hpp"
+#include "BrindleRecorderLinux/Files/FolderLock.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "BrindleRecorderLinux/Program/QuitRequests.hpp"
 #include "BrindleRecorderLinux/Program/RecorderServices.hpp"
@@ -45,12 +46,17 @@ int runHeadless() {
     std::signal(SIGPIPE, SIG_IGN);
 
     RecorderServices services{mainLoop};
+    const FolderLock recordings{services.recordingsFolder()};
+    if (recordings.isHeldByAnother()) {
+        printLine(stderr, "brindle-recorder: another copy already records for you");
+        return exitSuccess;
+    }
     TerminalNotifications notifications{stderr};
     HeadlessWorkspace workspace;
     HeadlessLoginItems loginItems;
     AppModel model{
         services.environment(notifications, loginItems, workspace),
-        RecordingsFolder{RecordingsFolder::defaultRoot()}};
+        RecordingsFolder{services.recordingsFolder()}};
     const auto statusShown =
         model.statusLine.observe([](const std::string& line) { printLine(stdout, line); });
     quitting.prepareWith(model);
@@ -72,6 +78,15 @@ int runDesktop() {
                     "brindle-recorder: {} cannot be started ({}); running without a user interface",
                     SiblingProgram::desktop, problem));
     return runHeadless();
+}
+
+int askRunningCopy(const std::vector<std::string>& arguments) {
+    const auto problem = SiblingProgram::become(SiblingProgram::desktop, arguments);
+    printLine(
+        stderr,
+        fmt::format(
+            "brindle-recorder: {} cannot be started ({})", SiblingProgram::desktop, problem));
+    return exitCouldNotRun;
 }
 
 /// Runs a command that ends by itself, or when it is interrupted.
@@ -119,6 +134,13 @@ int run(const std::vector<std::string_view>& arguments) {
         return runCommand([&](PipeWireMainLoop& mainLoop, FileManager& files) {
             return ConvertCommand{mainLoop, files, options->movie}.run();
         });
+    case Options::Command::showMenu:
+        return askRunningCopy({"--menu"});
+    case Options::Command::pick: {
+        std::vector<std::string> words{"--pick"};
+        words.insert(words.end(), options->words.begin(), options->words.end());
+        return askRunningCopy(words);
+    }
     }
     return exitBadUsage;
 }

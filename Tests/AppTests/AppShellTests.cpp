@@ -53,6 +53,37 @@ TEST_F(AppShellTest, HearsThatTheMenuOpens) {
     EXPECT_EQ(textOf("login.approval"), "Approve in System Settings > General > Login Items");
 }
 
+TEST_F(AppShellTest, TellsOnceHowToLiveWithoutATray) {
+    statusItem.hasTray = false;
+    shell_->launch();
+    notifications.answerAuthorization(true);
+    runFor(29);
+    EXPECT_THAT(notifications.posted, IsEmpty()) << "the panel may still be starting";
+    runFor(2);
+    ASSERT_THAT(notifications.posted, SizeIs(1));
+    EXPECT_EQ(notifications.posted[0].title, "Brindle Recorder is running");
+    EXPECT_EQ(
+        notifications.posted[0].body,
+        "This desktop shows no icon for it. In a terminal, brindle-recorder --menu shows what it "
+        "is "
+        "doing, and brindle-recorder --pick \"Record now\" picks a line of that menu.");
+
+    shell_.emplace(model, environment, statusItem); // the next launch
+    shell_->launch();
+    runFor(60);
+    EXPECT_THAT(notifications.posted, SizeIs(1));
+}
+
+TEST_F(AppShellTest, SaysNothingOfATrayThatComesLate) {
+    statusItem.hasTray = false;
+    shell_->launch();
+    notifications.answerAuthorization(true);
+    runFor(20);
+    statusItem.hasTray = true;
+    runFor(60);
+    EXPECT_THAT(notifications.posted, IsEmpty());
+}
+
 TEST_F(AppShellTest, TheFirstLaunchShowsTheWindowBeforeAnythingIsAsked) {
     shell_->launch();
     EXPECT_THAT(statusItem.windows, SizeIs(1));

@@ -5,8 +5,6 @@ for tool in xdotool xprop import dunst xfce4-panel; do
 done
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 . "$here/session.sh"
-pictures=$BRINDLE_SESSION/pictures
-mkdir -p "$pictures"
 
 # The whole program, as a person starts it. Its setup window, which every first launch shows, is closed
 # with the keyboard where it is not asked for.
@@ -85,4 +83,8 @@ click_notification() {
     eval "$(xdotool getwindowgeometry --shell "$(notification | tail -n 1)")"
     xdotool mousemove $((X + WIDTH / 2)) $((Y + HEIGHT / 2)) click "$button"
 }
-picture() { import -window root "$pictures/$1.png"; }
+
+# Two looks that are alike: whatever moved has come to rest.
+screen_looks() { import -silent -window root rgb:- | md5sum; }
+window_stands_still() { [ "$(screen_looks)" = "$(screen_looks)" ]; }
+panel_stands_still() { window_stands_still; }

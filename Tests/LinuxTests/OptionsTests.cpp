@@ -60,6 +60,14 @@ TEST(Options, RefusesWhatDoesNotGoTogether) {
         "--convert and --devices exclude each other");
 }
 
+TEST(Options, PicksALineOfTheMenu) {
+    EXPECT_EQ(Options::parse({"--menu"})->command, Command::showMenu);
+    const auto pick = Options::parse({"--pick", "Settings", "--once"});
+    EXPECT_EQ(pick->command, Command::pick);
+    EXPECT_EQ(pick->words, (std::vector<std::string>{"Settings", "--once"}));
+    EXPECT_EQ(Options::parse({"--pick"}).error(), "--pick needs the words of a line of the menu");
+}
+
 TEST(Options, RunsOnTheDesktopUnlessToldOtherwise) {
     EXPECT_EQ(Options::parse({})->command, Command::runDesktop);
 }

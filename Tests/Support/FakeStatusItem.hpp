@@ -50,6 +50,9 @@ class FakeStatusItem final : public StatusItem {
     void setMenuOpeningHandler(std::function<void()> handler) override {
         menuOpeningHandler_ = std::move(handler);
     }
+    /// Whether the desktop has a tray.
+    bool hasTray = true;
+    [[nodiscard]] bool isShown() const override { return hasTray; }
     [[nodiscard]] std::unique_ptr<SetupWindow>
     makeSetupWindow(const SetupWindowContent& content) override {
         windows.push_back(std::make_shared<WindowState>(WindowState{.content = content}));

@@ -27,6 +27,9 @@ class StatusItem {
     /// Called when the user is about to see the menu, on desktops that tell.
     virtual void setMenuOpeningHandler(std::function<void()> handler) = 0;
 
+    /// Whether the desktop shows the icon somewhere, as far as it tells.
+    [[nodiscard]] virtual bool isShown() const = 0;
+
     /// A window in the middle of the screen that does not show yet.
     [[nodiscard]] virtual std::unique_ptr<SetupWindow>
     makeSetupWindow(const SetupWindowContent& content) = 0;

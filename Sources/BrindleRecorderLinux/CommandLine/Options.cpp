@@ -9,11 +9,12 @@ namespace brindle {
 
 namespace {
 
-constexpr std::array<std::pair<std::string_view, Options::Command>, 4> commands{{
+constexpr std::array<std::pair<std::string_view, Options::Command>, 5> commands{{
     {"--headless", Options::Command::runHeadless},
     {"--who", Options::Command::showWho},
     {"--devices", Options::Command::showDevices},
     {"--convert", Options::Command::convertMovie},
+    {"--menu", Options::Command::showMenu},
 }};
 
 std::optional<Options::Command> commandNamed(std::string_view argument) {
@@ -40,7 +41,8 @@ Expected<Options, std::string> Options::parse(const std::vector<std::string_view
     std::optional<Command> command;
     bool once = false;
     std::optional<std::string> movie;
-    for (const std::string_view argument : arguments) {
+    for (auto next = arguments.begin(); next != arguments.end(); ++next) {
+        const std::string_view argument = *next;
         if (argument == "--help" || argument == "-h") {
             return Options{Command::showHelp};
         }
@@ -50,6 +52,14 @@ Expected<Options, std::string> Options::parse(const std::vector<std::string_view
         if (argument == "--once") {
             once = true;
             continue;
+        }
+        if (argument == "--pick" && !command && !once) {
+            Options pick{.command = Command::pick};
+            pick.words.assign(next + 1, arguments.end());
+            if (pick.words.empty()) {
+                return unexpected{std::string{"--pick needs the words of a line of the menu"}};
+            }
+            return pick;
         }
         const bool isFile = argument.empty() || !argument.starts_with('-');
         if (command == Command::convertMovie && !movie && isFile) {
@@ -82,6 +92,8 @@ std::string_view Options::helpText() {
        brindle-recorder --who [--once]
        brindle-recorder --devices
        brindle-recorder --convert FILE.mov
+       brindle-recorder --menu
+       brindle-recorder --pick LINE
 Records your own camera and microphone while you are in a call. Without an option
 it shows its icon in the desktop's panel.
 
@@ -95,6 +107,9 @@ it shows its icon in the desktop's panel.
                  convert a recording by hand, up to its last readable moment:
                  FILE.mp4 takes its place once it is whole; a FILE.mp4 that is
                  there already is never replaced
+  --menu         print the menu of the copy that runs in this session
+  --pick LINE    pick a line of that menu: its words, after those of its submenu
+                 where it is in one (--pick Settings "Ask before recording")
   -h, --help     show this text and exit
   -V, --version  show the version and exit
 

@@ -17,7 +17,9 @@ struct Options {
         runHeadless,
         showWho,
         showDevices,
-        convertMovie
+        convertMovie,
+        showMenu,
+        pick
     };
 
     Command command = Command::showHelp;
@@ -25,6 +27,8 @@ struct Options {
     bool once = false;
     /// With `convertMovie`: which.
     std::string movie = {};
+    /// With `pick`: the words of the menu's line, a submenu's first.
+    std::vector<std::string> words = {};
 
     /// Reads the arguments after the program's name. Fails with one line for a person that says
     /// which argument is wrong. `--help` and `--version` win over everything after them.

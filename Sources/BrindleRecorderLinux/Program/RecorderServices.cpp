@@ -5,6 +5,7 @@
 #include "BrindleRecorderCore/DateProvider.hpp"
 #include "BrindleRecorderCore/DiagnosticLog.hpp"
 #include "BrindleRecorderCore/PosixFileManager.hpp"
+#include "BrindleRecorderCore/RecordingsFolder.hpp"
 #include "BrindleRecorderCore/SerialQueue.hpp"
 #include "BrindleRecorderCore/SteadyDateProvider.hpp"
 #include "BrindleRecorderLinux/Files/JsonDefaultsStore.hpp"
@@ -105,6 +106,13 @@ const EventLog& RecorderServices::log() const {
 
 FileManager& RecorderServices::fileManager() {
     return implementation_->files;
+}
+
+std::filesystem::path RecorderServices::recordingsFolder() {
+    const RecordingsFolder folder{RecordingsFolder::defaultRoot()};
+    // Whoever records tells of a folder that cannot be made.
+    static_cast<void>(folder.createIfNeeded(implementation_->files));
+    return folder.root;
 }
 
 } // namespace brindle

@@ -4,6 +4,7 @@
 #include "BrindleRecorderApp/AppEnvironment.hpp"
 #include "BrindleRecorderApp/EventLog.hpp"
 
+#include <filesystem>
 #include <memory>
 
 namespace brindle {
@@ -26,6 +27,8 @@ class RecorderServices {
 
     [[nodiscard]] const EventLog& log() const;
     [[nodiscard]] FileManager& fileManager();
+    /// Where the recordings are; made where it is missing.
+    [[nodiscard]] std::filesystem::path recordingsFolder();
 
   private:
     class Implementation;

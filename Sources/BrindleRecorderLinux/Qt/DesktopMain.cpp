@@ -1,32 +1,52 @@
 // The program with its user interface: it wires the desktop's services to the application, and
 // nothing else. Started by brindle-recorder.
+#include "BrindleRecorderApp/AppInfo.hpp"
 #include "BrindleRecorderApp/AppModel.hpp"
 #include "BrindleRecorderApp/AppShell.hpp"
+#include "BrindleRecorderApp/SingleInstance.hpp"
 #include "BrindleRecorderCore/RecordingsFolder.hpp"
-#include "BrindleRecorderLinux/CommandLine/HeadlessDesktop.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
 #include "BrindleRecorderLinux/DBus/DesktopNotifications.hpp"
+#include "BrindleRecorderLinux/DBus/SessionBusNames.hpp"
+#include "BrindleRecorderLinux/DBus/TerminalMenu.hpp"
+#include "BrindleRecorderLinux/Files/FolderLock.hpp"
+#include "BrindleRecorderLinux/Gio/AutostartEntry.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "BrindleRecorderLinux/Program/QuitRequests.hpp"
 #include "BrindleRecorderLinux/Program/RecorderServices.hpp"
 #include "BrindleRecorderLinux/Program/SiblingProgram.hpp"
 #include "BrindleRecorderLinux/Qt/DesktopStatusItem.hpp"
+#include "BrindleRecorderLinux/Qt/DesktopWorkspace.hpp"
 #include "BrindleRecorderLinux/Qt/LoopInQt.hpp"
 
 #include <QApplication>
 #include <QDBusConnection>
 
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <exception>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace brindle {
 namespace {
 
 constexpr int exitSuccess = 0;
 constexpr int exitCouldNotRun = 1;
+
+const std::string ownIdentifier{AppInfo::bundleIdentifier};
+
+/// "--menu", or "--pick" and the words of a line.
+int askRunningCopy(int& argumentCount, char** arguments) {
+    const QCoreApplication application{argumentCount, arguments};
+    const TerminalMenu menu{QDBusConnection::sessionBus()};
+    const std::vector<std::string> words(arguments + 1, arguments + argumentCount);
+    const bool done =
+        words.front() == "--pick" ? menu.pick({words.begin() + 1, words.end()}) : menu.print();
+    return done ? exitSuccess : exitCouldNotRun;
+}
 
 /// Nothing when this desktop has no session bus, through which all of it is shown.
 std::optional<int> run(int& argumentCount, char** arguments) {
@@ -50,14 +70,27 @@ std::optional<int> run(int& argumentCount, char** arguments) {
     if (!bus.isConnected()) {
         return std::nullopt;
     }
+    // A second copy leaves before anything of it shows.
+    const SessionBusNames names{bus, AppInfo::sameAppBundleIdentifiers(ownIdentifier)};
+    if (SingleInstance::anotherCopyRuns(
+            names, static_cast<std::int32_t>(QApplication::applicationPid()), ownIdentifier)) {
+        return exitSuccess;
+    }
     const LoopInQt loopInQt{mainLoop};
 
     RecorderServices services{mainLoop};
+    const FolderLock recordings{services.recordingsFolder()};
+    if (recordings.isHeldByAnother()) {
+        printLine(stderr, "brindle-recorder: another copy already records for you");
+        return exitSuccess;
+    }
     DesktopNotifications notifications{bus};
-    HeadlessWorkspace workspace;
-    HeadlessLoginItems loginItems;
+    DesktopWorkspace workspace{bus};
+    AutostartEntry loginItems{
+        services.fileManager(), AutostartEntry::standardFolder(),
+        SiblingProgram::path(SiblingProgram::commandLine)};
     const AppEnvironment environment = services.environment(notifications, loginItems, workspace);
-    AppModel model{environment, RecordingsFolder{RecordingsFolder::defaultRoot()}};
+    AppModel model{environment, RecordingsFolder{services.recordingsFolder()}};
     DesktopStatusItem statusItem;
     AppShell shell{model, environment, statusItem};
     quitting.prepareWith(model);
@@ -74,6 +107,9 @@ std::optional<int> run(int& argumentCount, char** arguments) {
 
 int main(int argumentCount, char** arguments) {
     try {
+        if (argumentCount > 1) {
+            return brindle::askRunningCopy(argumentCount, arguments);
+        }
         if (const auto status = brindle::run(argumentCount, arguments)) {
             return *status;
         }

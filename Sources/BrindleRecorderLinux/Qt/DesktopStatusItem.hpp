@@ -23,6 +23,7 @@ class DesktopStatusItem final : public StatusItem {
     void showMenu(const Menu& menu) override { menu_.show(menu); }
     void setActivationHandler(std::function<void(const std::string& id)> handler) override;
     void setMenuOpeningHandler(std::function<void()> handler) override;
+    [[nodiscard]] bool isShown() const override { return icon_.isTaken(); }
     [[nodiscard]] std::unique_ptr<SetupWindow>
     makeSetupWindow(const SetupWindowContent& content) override;
 

@@ -1,0 +1,35 @@
+// Tells the user of a desktop without a tray how to see and steer the program there.
+#pragma once
+
+#include "BrindleRecorderApp/Platform/MainLoop.hpp"
+
+#include <memory>
+
+namespace brindle {
+
+class AppModel;
+struct AppEnvironment;
+class StatusItem;
+
+/// Main thread only. Told once and never again: the program is there to be forgotten.
+class MissingTrayNotice {
+  public:
+    /// All must outlive the notice.
+    MissingTrayNotice(
+        AppModel& model, const AppEnvironment& environment, const StatusItem& statusItem);
+    MissingTrayNotice(const MissingTrayNotice&) = delete;
+    MissingTrayNotice& operator=(const MissingTrayNotice&) = delete;
+
+    /// Looks for the tray when the desktop has had time to bring its panel up.
+    void launch();
+
+  private:
+    void look();
+
+    AppModel& model_;
+    const AppEnvironment& environment_;
+    const StatusItem& statusItem_;
+    std::unique_ptr<MainLoop::Timer> timer_;
+};
+
+} // namespace brindle
