@@ -1,7 +1,6 @@
 // What the user sees of the application: the icon, the menu and the window of the first launch.
 #pragma once
 
-#include "BrindleRecorderApp/AppEnvironment.hpp"
 #include "BrindleRecorderApp/FirstRunWindow.hpp"
 #include "BrindleRecorderApp/MenuBarLabel.hpp"
 #include "BrindleRecorderApp/MenuContent.hpp"
@@ -10,6 +9,7 @@
 namespace brindle {
 
 class AppModel;
+struct AppEnvironment;
 class StatusItem;
 
 /// Main thread only.
@@ -30,7 +30,6 @@ class AppShell {
     MenuBarLabel label_;
     MenuContent menu_;
     FirstRunWindow firstRunWindow_;
-    AppEnvironment environment_;
     MissingTrayNotice missingTrayNotice_;
 };
 

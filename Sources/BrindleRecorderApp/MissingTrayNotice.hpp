@@ -1,6 +1,7 @@
 // Tells the user of a desktop without a tray how to see and steer the program there.
 #pragma once
 
+#include "BrindleRecorderApp/AppEnvironment.hpp"
 #include "BrindleRecorderApp/Platform/MainLoop.hpp"
 
 #include <memory>
@@ -8,7 +9,6 @@
 namespace brindle {
 
 class AppModel;
-struct AppEnvironment;
 class StatusItem;
 
 /// Main thread only. Told once and never again: the program is there to be forgotten.
@@ -27,7 +27,7 @@ class MissingTrayNotice {
     void look();
 
     AppModel& model_;
-    const AppEnvironment& environment_;
+    AppEnvironment environment_;
     const StatusItem& statusItem_;
     std::unique_ptr<MainLoop::Timer> timer_;
 };

@@ -56,6 +56,7 @@ TEST_F(AppShellTest, HearsThatTheMenuOpens) {
 TEST_F(AppShellTest, TellsOnceHowToLiveWithoutATray) {
     statusItem.hasTray = false;
     shell_->launch();
+    settle();
     notifications.answerAuthorization(true);
     runFor(29);
     EXPECT_THAT(notifications.posted, IsEmpty()) << "the panel may still be starting";
@@ -68,8 +69,8 @@ TEST_F(AppShellTest, TellsOnceHowToLiveWithoutATray) {
         "is "
         "doing, and brindle-recorder --pick \"Record now\" picks a line of that menu.");
 
-    shell_.emplace(model, environment, statusItem); // the next launch
-    shell_->launch();
+    MissingTrayNotice nextLaunch{model, environment, statusItem};
+    nextLaunch.launch();
     runFor(60);
     EXPECT_THAT(notifications.posted, SizeIs(1));
 }
@@ -77,6 +78,7 @@ TEST_F(AppShellTest, TellsOnceHowToLiveWithoutATray) {
 TEST_F(AppShellTest, SaysNothingOfATrayThatComesLate) {
     statusItem.hasTray = false;
     shell_->launch();
+    settle();
     notifications.answerAuthorization(true);
     runFor(20);
     statusItem.hasTray = true;

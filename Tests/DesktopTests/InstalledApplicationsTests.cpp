@@ -32,7 +32,7 @@ class InstalledApplicationsTest : public testing::Test {
         chmod(script.c_str(), 0700);
         auto entry = applications_ / (identifier + ".desktop");
         std::ofstream{entry} << "[Desktop Entry]\nType=Application\nName=Test\nExec="
-                             << script.string() << " %u\n"
+                             << script.string() << " %f\n"
                              << more;
         return entry;
     }

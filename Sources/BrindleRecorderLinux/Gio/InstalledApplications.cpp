@@ -43,7 +43,7 @@ bool InstalledApplications::open(const std::filesystem::path& desktopEntry) {
 }
 
 bool InstalledApplications::openFolder(const std::filesystem::path& folder) {
-    const gio::AppInfo application{g_app_info_get_default_for_type("inode/directory", 1)};
+    const gio::AppInfo application{g_app_info_get_default_for_type("inode/directory", 0)};
     const gio::Text address{g_filename_to_uri(folder.c_str(), nullptr, nullptr)};
     return application != nullptr && address != nullptr &&
            G_IS_DESKTOP_APP_INFO(application.get()) &&
