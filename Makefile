@@ -61,7 +61,7 @@ coverage:
 
 bench:
 	@scripts/install-dependencies build demo test bench
-	@scripts/build release
+	@scripts/build release CoreBenchmarks LaunchBenchmark DetectionBenchmarks brindle-recorder
 	@scripts/bench
 
 lint:
