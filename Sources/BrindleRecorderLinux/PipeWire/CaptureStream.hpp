@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <pipewire/stream.h>
@@ -87,6 +88,9 @@ class MicrophoneStream final : public CaptureStream {
   public:
     using Handler = std::function<void(media::CapturedSound)>;
     MicrophoneStream(pw_core* core, std::uint64_t serial, Handler handler);
+
+    /// Hands on to somebody else from now on. Not for the handler itself to call.
+    void handTo(Handler handler) { handler_ = std::move(handler); }
 
   private:
     void formatChanged(const spa_pod* format) override;
