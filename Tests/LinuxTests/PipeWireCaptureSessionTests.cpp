@@ -194,8 +194,13 @@ TEST_F(PipeWireCaptureSessionTest, RecordsCameraAndMicrophone) {
 
     const auto samples = test::decodedSound(movie_);
     EXPECT_EQ(pitchOf(samples), 440);
-    // In a short stretch, for which a little more or less of 440 Hz is the same.
-    EXPECT_GT(test::strengthOf(440, samples, 48'000, 4800), 0.2);
+    // In short stretches, for which a little more or less of 440 Hz is the same; not in one of them
+    // alone, since a machine that is short of time drops some.
+    double strength = 0;
+    for (std::size_t start = 48'000; start + 4800 <= samples.size(); start += 4800) {
+        strength = std::max(strength, test::strengthOf(440, samples, start, 4800));
+    }
+    EXPECT_GT(strength, 0.2);
     const auto pictures = test::decodedPictures(movie_);
     EXPECT_NEAR(static_cast<double>(pictures.size()), picture->duration * 30, 1);
     int moved = 0;
