@@ -83,6 +83,60 @@ TEST_P(IconPainterTest, TheDotPulses) {
 
 INSTANTIATE_TEST_SUITE_P(OneAndTwoPixelsAPoint, IconPainterTest, testing::Values(18, 36, 64));
 
+/// One state at one moment, under the name of its reference.
+struct Reference {
+    const char* name;
+    MenuBarIconState state;
+    double time;
+};
+
+/// The pictures as they were looked at and found right; scripts/icon-references draws them anew.
+TEST(IconPainter, LooksAsItDidWhenItWasLookedAt) {
+    const Reference references[] = {
+        {"idle", MenuBarIconState::idle(), 0},
+        {"recording-0.00", MenuBarIconState::recording(), 0},
+        {"recording-0.25", MenuBarIconState::recording(), 0.25},
+        {"recording-0.50", MenuBarIconState::recording(), 0.5},
+        {"error", MenuBarIconState::error("x"), 0}};
+    for (const auto& [name, state, time] : references) {
+        for (const Appearance appearance : {Appearance::light, Appearance::dark}) {
+            for (const int pixels : {18, 36}) {
+                const auto file = QStringLiteral("%1/Tests/DesktopTests/Fixtures/Icon/%2-%3-%4.png")
+                                      .arg(
+                                          QStringLiteral(BRINDLE_SOURCE_DIR), QLatin1String{name},
+                                          appearance == Appearance::dark ? QLatin1String{"dark"}
+                                                                         : QLatin1String{"light"})
+                                      .arg(pixels);
+                const QImage drawn =
+                    paint(state, pixels, time, appearance).convertToFormat(QImage::Format_ARGB32);
+                if (qEnvironmentVariableIsSet("BRINDLE_DRAW_REFERENCES")) {
+                    ASSERT_TRUE(drawn.save(file)) << file.toStdString();
+                    continue;
+                }
+                const QImage reference = QImage{file}.convertToFormat(QImage::Format_ARGB32);
+                ASSERT_EQ(reference.size(), drawn.size()) << file.toStdString();
+                for (int y = 0; y < pixels; ++y) {
+                    for (int x = 0; x < pixels; ++x) {
+                        const QColor was = reference.pixelColor(x, y);
+                        const QColor is = drawn.pixelColor(x, y);
+                        // Another version of the painter may round its edges otherwise.
+                        ASSERT_NEAR(was.alpha(), is.alpha(), 4)
+                            << file.toStdString() << " at " << x << ", " << y;
+                        if (was.alpha() > 32) {
+                            ASSERT_NEAR(was.red(), is.red(), 12)
+                                << file.toStdString() << " at " << x << ", " << y;
+                            ASSERT_NEAR(was.green(), is.green(), 12)
+                                << file.toStdString() << " at " << x << ", " << y;
+                            ASSERT_NEAR(was.blue(), is.blue(), 12)
+                                << file.toStdString() << " at " << x << ", " << y;
+                        }
+                    }
+                }
+            }
+        }
+    }
+}
+
 TEST(IconPainter, ALayerIsLaidOverWhatWasThere) {
     const IconImage image{
         .size = 10,

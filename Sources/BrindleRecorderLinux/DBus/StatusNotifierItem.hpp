@@ -23,6 +23,7 @@ class StatusNotifierItem : public QObject {
     Q_PROPERTY(QString Title READ title)
     Q_PROPERTY(QString Status READ status)
     Q_PROPERTY(int WindowId READ windowId)
+    Q_PROPERTY(QString IconThemePath READ noName)
     Q_PROPERTY(QString IconName READ noName)
     Q_PROPERTY(brindle::traywire::PixmapList IconPixmap READ iconPixmap)
     Q_PROPERTY(QString IconAccessibleDesc READ title)
