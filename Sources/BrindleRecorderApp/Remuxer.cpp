@@ -143,7 +143,8 @@ Remuxer::remuxToMP4(std::filesystem::path source, std::filesystem::path destinat
         fileManager_.removeFile(temporary);
         co_return unexpected(failure);
     }
-    co_return co_await verify(source, destination);
+    const std::int64_t leftOut = session->damagedBytesLeftOut();
+    co_return co_await verify(source, destination, leftOut);
 }
 
 Task<void>
@@ -191,8 +192,8 @@ RecorderError Remuxer::exportFailure(
     return RecorderError::remuxFailed(error->description);
 }
 
-Task<Expected<void, RecorderError>>
-Remuxer::verify(std::filesystem::path source, std::filesystem::path destination) {
+Task<Expected<void, RecorderError>> Remuxer::verify(
+    std::filesystem::path source, std::filesystem::path destination, std::int64_t leftOut) {
     const auto temporary = temporaryFor(destination);
     const auto sourceDuration = co_await duration(source);
     const auto outputDuration = co_await duration(temporary);
@@ -204,7 +205,7 @@ Remuxer::verify(std::filesystem::path source, std::filesystem::path destination)
                          "remux done: {} {}s -> {} {}s {}", sourceName, sourceSeconds,
                          destination.filename().string(), outputSeconds, fileState(temporary)));
     if (RemuxVerification::outputIsComplete(sourceDuration, outputDuration, durationTolerance)) {
-        co_return replaceSource(source, temporary, destination);
+        co_return replaceSource(source, temporary, destination, leftOut);
     }
     log_.both(
         Level::error, fmt::format(
@@ -223,7 +224,7 @@ Remuxer::verify(std::filesystem::path source, std::filesystem::path destination)
 
 Expected<void, RecorderError> Remuxer::replaceSource(
     const std::filesystem::path& source, const std::filesystem::path& temporary,
-    const std::filesystem::path& destination) {
+    const std::filesystem::path& destination, std::int64_t leftOut) {
     const std::string sourceName = source.filename().string();
     if (const auto named = giveFinalName(temporary, destination); !named) {
         const auto reason = named.error().description();
@@ -232,6 +233,16 @@ Expected<void, RecorderError> Remuxer::replaceSource(
             fmt::format("remux failed: {} could not put the MP4 in place; {}", sourceName, reason));
         fileManager_.removeFile(temporary);
         return failed(fmt::format("The MP4 could not be put in place ({}).", reason));
+    }
+    if (leftOut > 0) {
+        // Somebody else may be able to read more of it.
+        log_.both(
+            Level::error,
+            fmt::format(
+                "remux completed: {} {}; keeping {}: {} bytes of damage inside it "
+                "were left out",
+                destination.filename().string(), fileState(destination), sourceName, leftOut));
+        return {};
     }
     log_.both(
         Level::info, fmt::format(

@@ -11,6 +11,7 @@
 #include "BrindleRecorderCore/Expected.hpp"
 #include "BrindleRecorderCore/FileManager.hpp"
 
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -30,7 +31,8 @@ class Remuxer {
     Remuxer& operator=(const Remuxer&) = delete;
 
     /// Converts `source` (.mov) into `destination` (.mp4), which lie in the same folder; whatever
-    /// is at the destination is replaced. Once it has succeeded the source is gone.
+    /// is at the destination is replaced. Once it has succeeded the source is gone,
+    /// unless damage inside it was left out: then it stays, and the log says how much.
     /// Fails with `remuxFailed` only, and then the source is still there. A destination that turned
     /// out shorter than its source stays beside it; of an export that failed nothing stays.
     Task<Expected<void, RecorderError>>
@@ -47,14 +49,14 @@ class Remuxer {
 
     Task<void> exportWithProgress(std::shared_ptr<ExportSession> session, std::string sourceName);
     Task<Expected<void, RecorderError>>
-    verify(std::filesystem::path source, std::filesystem::path destination);
+    verify(std::filesystem::path source, std::filesystem::path destination, std::int64_t leftOut);
     Task<std::optional<Seconds>> duration(std::filesystem::path movie);
     [[nodiscard]] RecorderError exportFailure(
         const ExportSession& session, const std::filesystem::path& source,
         const std::filesystem::path& output) const;
     Expected<void, RecorderError> replaceSource(
         const std::filesystem::path& source, const std::filesystem::path& temporary,
-        const std::filesystem::path& destination);
+        const std::filesystem::path& destination, std::int64_t leftOut);
     Expected<void, FileError>
     giveFinalName(const std::filesystem::path& temporary, const std::filesystem::path& destination);
     [[nodiscard]] std::string fileState(const std::filesystem::path& path) const;

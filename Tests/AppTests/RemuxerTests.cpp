@@ -137,6 +137,16 @@ TEST_F(RemuxerTest, LogsStartResultAndDeletion) {
     EXPECT_EQ(systemLog.lines(), diagnostics.messages());
 }
 
+TEST_F(RemuxerTest, KeepsASourceOfWhichDamageInsideWasLeftOutAndSaysSo) {
+    exporter.script().damagedBytesLeftOut = 4096;
+    EXPECT_TRUE(remux());
+    EXPECT_EQ(files.files(), (std::vector{mov, mp4}));
+    EXPECT_EQ(
+        diagnostics.messages().back(),
+        "remux completed: a.mp4 exists, 11 bytes; keeping a.mov: 4096 bytes of damage inside it "
+        "were left out");
+}
+
 TEST_F(RemuxerTest, WritesDurationsInTheirShortestForm) {
     exporter.setDuration(mov, Seconds{60.5});
     exporter.script().outputDuration = Seconds{60.25};

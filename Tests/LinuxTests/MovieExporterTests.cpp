@@ -36,6 +36,7 @@ constexpr std::chrono::seconds patience{60};
 struct Outcome {
     Status status = Status::unknown;
     std::optional<PlatformError> error;
+    std::int64_t damagedBytesLeftOut = 0;
 };
 
 class MovieExport : public testing::Test {
@@ -66,7 +67,7 @@ class MovieExport : public testing::Test {
         bool completed = false;
         session->exportAsynchronously([&] { completed = true; });
         EXPECT_TRUE(mainLoop.runUntil([&] { return completed; }, patience)) << source;
-        return {session->status(), session->error()};
+        return {session->status(), session->error(), session->damagedBytesLeftOut()};
     }
 
     /// Writes the bytes to a file and exports it.
@@ -405,6 +406,58 @@ TEST_F(MovieExportDamage, LeavesOutWhatAHoleHasTakenUpToTheNextKeyFrame) {
         Bytes damaged = recordingBytes();
         std::fill(damaged.begin() + from, damaged.begin() + to, std::uint8_t{0});
         ASSERT_NO_FATAL_FAILURE(expectWhatIsReadable(damaged, from, to, run % 6 == 0));
+    }
+}
+
+TEST_F(MovieExportDamage, TellsHowMuchDamageInsideItHasLeftOut) {
+    const auto leftOut = [this](const std::function<void(Bytes&)>& damage) {
+        Bytes bytes = recordingBytes();
+        damage(bytes);
+        const Outcome outcome = exportBytes(bytes, fresh(".mp4"));
+        EXPECT_EQ(outcome.status, Status::completed);
+        return outcome.damagedBytesLeftOut;
+    };
+    const auto zeros = [](Bytes& bytes, std::int64_t from, std::int64_t to) {
+        std::fill(bytes.begin() + from, bytes.begin() + to, std::uint8_t{0});
+    };
+    EXPECT_EQ(leftOut([](Bytes&) {}), 0) << "whole";
+
+    const Packet& sound = before[1].at(300);
+    EXPECT_EQ(
+        leftOut([&](Bytes& bytes) { zeros(bytes, sound.position, sound.position + sound.size); }),
+        sound.size);
+
+    // Up to the next key frame the pictures behind a lost one go with it.
+    const std::size_t lost = 65;
+    std::int64_t expected = 0;
+    for (std::size_t index = lost; !before[0].at(index).isKey; ++index) {
+        expected += before[0].at(index).size;
+    }
+    const Packet& picture = before[0].at(lost);
+    EXPECT_EQ(
+        leftOut(
+            [&](Bytes& bytes) { zeros(bytes, picture.position, picture.position + picture.size); }),
+        expected);
+
+    // With a fragment's header the whole fragment is lost.
+    const auto header = std::find_if(
+        boxes.begin() + 4, boxes.end(), [](const TopLevelBox& box) { return box.type == "moof"; });
+    EXPECT_EQ(
+        leftOut([&](Bytes& bytes) { zeros(bytes, header->offset, header->end()); }),
+        header->size + (header + 1)->size);
+}
+
+TEST_F(MovieExportDamage, TakesNoEndForDamageInside) {
+    for (int run = 0; run < 40; ++run) {
+        const std::int64_t from = randomPlace(boxes[3].offset, size);
+        Bytes bytes = recordingBytes();
+        if (run % 2 == 0) {
+            bytes.resize(static_cast<std::size_t>(from));
+        } else {
+            std::fill(bytes.begin() + from, bytes.end(), std::uint8_t{0});
+        }
+        const Outcome outcome = exportBytes(bytes, fresh(".mp4"));
+        EXPECT_EQ(outcome.damagedBytesLeftOut, 0) << from << (run % 2 == 0 ? " cut" : " zeros");
     }
 }
 

@@ -30,6 +30,7 @@ class SimulatedExport final : public ExportSession,
     void cancel() override { outcome_ = Status::cancelled; }
     [[nodiscard]] Status status() const override { return status_; }
     [[nodiscard]] std::optional<PlatformError> error() const override { return error_; }
+    [[nodiscard]] std::int64_t damagedBytesLeftOut() const override { return 0; }
     [[nodiscard]] double progress() const override { return 0.5; }
 
   private:

@@ -61,6 +61,9 @@ class ScriptedExportSession final : public ExportSession,
     }
     [[nodiscard]] Status status() const override { return status_; }
     [[nodiscard]] std::optional<PlatformError> error() const override { return error_; }
+    [[nodiscard]] std::int64_t damagedBytesLeftOut() const override {
+        return exporter_.script_.damagedBytesLeftOut;
+    }
     [[nodiscard]] double progress() const override { return progress_; }
 
   private:

@@ -6,6 +6,7 @@
 #include "Support/CallJournal.hpp"
 #include "Support/InMemoryFileManager.hpp"
 
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -30,6 +31,7 @@ class ScriptedMovieExporter final : public MovieExporter {
         /// How long the output is; without it, as long as its source.
         std::optional<Seconds> outputDuration = {};
         bool outputIsUnreadable = false;
+        std::int64_t damagedBytesLeftOut = 0;
         /// Ends by itself, as soon as the main loop runs; otherwise `finish` ends it.
         bool finishAtOnce = true;
     };

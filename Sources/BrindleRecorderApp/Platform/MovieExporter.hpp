@@ -4,6 +4,7 @@
 #include "BrindleRecorderApp/Platform/PlatformError.hpp"
 #include "BrindleRecorderCore/Date.hpp"
 
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -41,6 +42,9 @@ class ExportSession {
     // Main thread.
     [[nodiscard]] virtual Status status() const = 0;
     [[nodiscard]] virtual std::optional<PlatformError> error() const = 0;
+    /// How much of the source the output lacks although readable samples come after it; 0 while
+    /// the export runs. What is missing at the source's end does not count.
+    [[nodiscard]] virtual std::int64_t damagedBytesLeftOut() const = 0;
     /// 0 to 1. Any thread.
     [[nodiscard]] virtual double progress() const = 0;
 };

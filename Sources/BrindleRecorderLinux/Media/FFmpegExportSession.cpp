@@ -121,6 +121,10 @@ std::optional<PlatformError> FFmpegExportSession::error() const {
     return state_->error;
 }
 
+std::int64_t FFmpegExportSession::damagedBytesLeftOut() const {
+    return state_->control.damagedBytes;
+}
+
 double FFmpegExportSession::progress() const {
     return state_->control.progress;
 }

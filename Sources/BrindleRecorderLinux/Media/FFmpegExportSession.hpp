@@ -26,6 +26,7 @@ class FFmpegExportSession final : public ExportSession {
     void cancel() override;
     [[nodiscard]] Status status() const override;
     [[nodiscard]] std::optional<PlatformError> error() const override;
+    [[nodiscard]] std::int64_t damagedBytesLeftOut() const override;
     [[nodiscard]] double progress() const override;
 
   private:

@@ -120,8 +120,10 @@ Expected<bool, PlatformError> MovieReader::next(AVPacket& packet) {
         refusals = 0;
         supplyDuration(packet);
         if (keeps(packet)) {
+            noteKept(packet);
             return true;
         }
+        noteLeftOut(packet);
     }
     av_packet_unref(&packet);
     return false;
@@ -173,6 +175,36 @@ bool MovieReader::keeps(const AVPacket& packet) {
         zerosUpTo_ = packet.pos + packet.size;
     }
     return track.filter.keeps(intact, (packet.flags & AV_PKT_FLAG_KEY) != 0, packet.dts);
+}
+
+void MovieReader::noteKept(const AVPacket& packet) {
+    furthestKept_ = std::max(furthestKept_, packet.pos);
+    std::erase_if(leftOutAhead_, [this](const Stretch& stretch) {
+        const bool isPassed = stretch.offset < furthestKept_;
+        damagedBytes_ += isPassed ? stretch.size : 0;
+        return isPassed;
+    });
+}
+
+/// Tracks are read side by side but may lie one behind the other, so what counts is the place.
+void MovieReader::noteLeftOut(const AVPacket& packet) {
+    if (!hasSamples(packet.stream_index)) {
+        return;
+    }
+    if (packet.pos < furthestKept_) {
+        damagedBytes_ += packet.size;
+    } else {
+        leftOutAhead_.push_back({packet.pos, packet.size});
+    }
+}
+
+std::int64_t MovieReader::damagedBytesPassed() const {
+    std::int64_t bytes = damagedBytes_;
+    for (const StandInBox& box : layout_.standIns) {
+        const bool isDamage = box.type == boxType("free");
+        bytes += isDamage && box.offset < furthestKept_ ? box.size : 0;
+    }
+    return bytes;
 }
 
 bool MovieReader::seek(Seconds time) {

@@ -39,6 +39,9 @@ class MovieReader {
     /// The container, with a stream for each track. Samples come from those `hasSamples` names.
     [[nodiscard]] AVFormatContext& format() { return *format_; }
     [[nodiscard]] bool hasSamples(int stream) const;
+    /// How many bytes were not handed on although a sample behind them was: damaged stretches and
+    /// samples, and pictures that cannot be shown without one of those.
+    [[nodiscard]] std::int64_t damagedBytesPassed() const;
     /// Bytes from the beginning of the source.
     [[nodiscard]] std::int64_t reached() const { return view_.reached(); }
 
@@ -58,6 +61,8 @@ class MovieReader {
     Expected<void, PlatformError> openInput();
     void findTracks();
     void countMissingSamples();
+    void noteKept(const AVPacket& packet);
+    void noteLeftOut(const AVPacket& packet);
     bool keeps(const AVPacket& packet);
     [[nodiscard]] bool isFragmentLostBetween(std::int64_t from, std::int64_t to) const;
     void supplyDuration(AVPacket& packet);
@@ -69,7 +74,14 @@ class MovieReader {
     std::int64_t missed_ = 0;         ///< of those, the ones that have been asked for
     std::unique_ptr<AVFormatContext, InputCloser> format_;
     std::vector<std::optional<Track>> tracks_; ///< by stream; nothing for what is left out
-    std::int64_t zerosUpTo_ = -1; ///< where the last damaged sample that ends in zeros did so
+    struct Stretch {
+        std::int64_t offset = 0;
+        std::int64_t size = 0;
+    };
+    std::int64_t furthestKept_ = -1;    ///< in the file
+    std::int64_t damagedBytes_ = 0;     ///< of samples before that
+    std::vector<Stretch> leftOutAhead_; ///< behind that, as far as is known
+    std::int64_t zerosUpTo_ = -1;       ///< where the last damaged sample that ends in zeros did so
 };
 
 } // namespace brindle::media

@@ -144,6 +144,7 @@ copyMovie(ByteSource& source, const std::filesystem::path& destination, CopyCont
     }
     auto finished = (*writer)->finish();
     if (finished) {
+        control.damagedBytes = (*reader)->damagedBytesPassed();
         control.progress = 1;
     }
     return finished;

@@ -6,6 +6,7 @@
 #include "BrindleRecorderLinux/Media/ByteSource.hpp"
 
 #include <atomic>
+#include <cstdint>
 #include <filesystem>
 
 namespace brindle::media {
@@ -14,6 +15,8 @@ namespace brindle::media {
 struct CopyControl {
     std::atomic<bool> cancelled{false};
     std::atomic<double> progress{0}; ///< 0 to 1, never going back
+    /// Set when the copy is complete: what was left out although readable samples come after it.
+    std::atomic<std::int64_t> damagedBytes{0};
 };
 
 /// Copies in one pass and returns when the result is safe on the disk. The destination must not
