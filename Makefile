@@ -18,7 +18,7 @@ help:
 	@echo '                            alone repeat that one world'
 	@echo 'make coverage              line coverage of the core by its own tests'
 	@echo 'make pictures              take the pictures of docs/ from the program on a private desktop'
-	@echo 'make bench                 print the measured claims'
+	@echo 'make bench [LONG=1]        print the measured claims; with LONG=1 also what takes half an hour'
 	@echo 'make lint                  formatting, clang-tidy, layering, the build with clang'
 	@echo 'make analyze               the path-sensitive analyzer over the sources (minutes)'
 	@echo 'make format                format the sources'
@@ -61,8 +61,9 @@ coverage:
 
 bench:
 	@scripts/install-dependencies build demo test bench
-	@scripts/build release CoreBenchmarks LaunchBenchmark DetectionBenchmarks brindle-recorder
-	@scripts/bench
+	@scripts/build release CoreBenchmarks LaunchBenchmark DetectionBenchmarks brindle-recorder \
+		clock-devices encode-movie convert-movie measure
+	@scripts/bench $(if $(LONG),--long)
 
 lint:
 	@scripts/install-dependencies build demo test lint

@@ -263,14 +263,17 @@ class Microphone {
     }
 
     /// When the block's first sample sounds. Blocks follow one another without a seam, as those of
-    /// a real microphone do; only where the graph's own clock has left out or repeated something is
-    /// the count begun anew.
+    /// a real microphone do, and follow the graph's clock only slowly, since that is read when its
+    /// thread gets to run; where it has left something out the count begins anew.
     std::int64_t startOfBlock(const pw_time& report) {
         const std::int64_t clock = report.now > 0 ? report.now : now();
         const std::int64_t counted =
             origin_ + static_cast<std::int64_t>(produced_) * second / soundRate;
-        constexpr std::int64_t largestDeviation = 5 * millisecond;
-        if (origin_ != 0 && std::abs(clock - counted) < largestDeviation) {
+        const std::int64_t deviation = clock - counted;
+        constexpr std::int64_t largestDeviation = 40 * millisecond;
+        constexpr std::int64_t slowness = 64;
+        if (origin_ != 0 && std::abs(deviation) < largestDeviation) {
+            origin_ += deviation / slowness;
             return counted;
         }
         origin_ = clock;
