@@ -18,9 +18,12 @@
 #include "BrindleRecorderLinux/Qt/DesktopStatusItem.hpp"
 #include "BrindleRecorderLinux/Qt/DesktopWorkspace.hpp"
 #include "BrindleRecorderLinux/Qt/LoopInQt.hpp"
+#include "BrindleRecorderLinux/Windows/Screen.hpp"
 
 #include <QApplication>
 #include <QDBusConnection>
+#include <QDir>
+#include <QLibraryInfo>
 
 #include <csignal>
 #include <cstdint>
@@ -48,7 +51,19 @@ int askRunningCopy(int& argumentCount, char** arguments) {
     return done ? exitSuccess : exitCouldNotRun;
 }
 
-/// Nothing when this desktop has no session bus, through which all of it is shown.
+/// Qt speaks to Wayland compositors through a plug-in that is installed separately, and ends the
+/// process where it can speak to nobody.
+bool qtCanReachTheScreen() {
+    if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM") || anXServerAnswers()) {
+        return true;
+    }
+    const QDir plugins{
+        QLibraryInfo::path(QLibraryInfo::PluginsPath) + QStringLiteral("/platforms")};
+    return !plugins.entryList({QStringLiteral("libqwayland*")}).isEmpty();
+}
+
+/// Nothing when this desktop has no session bus, through which all of it is shown, or no screen
+/// that Qt can reach.
 std::optional<int> run(int& argumentCount, char** arguments) {
     // Before any thread starts: Qt has threads of its own.
     PipeWireMainLoop mainLoop;
@@ -62,6 +77,9 @@ std::optional<int> run(int& argumentCount, char** arguments) {
     // Whoever reads our output may go; a recording must not end for that.
     std::signal(SIGPIPE, SIG_IGN);
 
+    if (!qtCanReachTheScreen()) {
+        return std::nullopt;
+    }
     QApplication::setApplicationName(QStringLiteral("Brindle Recorder"));
     QApplication::setDesktopFileName(QStringLiteral("com.tamsworth.brindlerecorder"));
     QApplication::setQuitOnLastWindowClosed(false);
@@ -114,8 +132,9 @@ int main(int argumentCount, char** arguments) {
             return *status;
         }
         brindle::printLine(
-            stderr,
-            "brindle-recorder: there is no session bus here; running without a user interface");
+            stderr, "brindle-recorder: there is no session bus here, or no screen that Qt can "
+                    "reach; running "
+                    "without a user interface");
         const auto problem =
             brindle::SiblingProgram::become(brindle::SiblingProgram::commandLine, {"--headless"});
         brindle::printLine(stderr, "brindle-recorder: that cannot be started: " + problem);

@@ -5,15 +5,19 @@
 
 namespace brindle {
 
+bool anXServerAnswers() {
+    auto* server = xcb_connect(nullptr, nullptr);
+    const bool answers = xcb_connection_has_error(server) == 0;
+    xcb_disconnect(server);
+    return answers;
+}
+
 bool aScreenAnswers() {
     if (auto* compositor = wl_display_connect(nullptr)) {
         wl_display_disconnect(compositor);
         return true;
     }
-    auto* server = xcb_connect(nullptr, nullptr);
-    const bool answers = xcb_connection_has_error(server) == 0;
-    xcb_disconnect(server);
-    return answers;
+    return anXServerAnswers();
 }
 
 } // namespace brindle

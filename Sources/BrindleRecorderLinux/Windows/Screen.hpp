@@ -3,8 +3,11 @@
 
 namespace brindle {
 
-/// Whether an X server or a Wayland compositor answers this process. A window toolkit ends the
-/// process where none does, so it is asked before. Any thread.
+// A window toolkit ends the process where none answers, so it is asked before. Any thread.
+
+/// Whether an X server answers this process.
+bool anXServerAnswers();
+/// Whether an X server or a Wayland compositor does.
 bool aScreenAnswers();
 
 } // namespace brindle
