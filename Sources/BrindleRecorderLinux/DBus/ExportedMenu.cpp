@@ -119,6 +119,8 @@ QList<int> ExportedMenu::EventGroup(const menuwire::EventList& events) {
     return unknown;
 }
 
+// Whoever hears of the opening changes the menu.
+// NOLINTNEXTLINE(readability-make-member-function-const)
 bool ExportedMenu::AboutToShow(int id) {
     const uint before = revision_;
     if (id == MenuNumbers::root && onOpening) {

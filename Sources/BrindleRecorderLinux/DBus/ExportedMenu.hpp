@@ -44,6 +44,8 @@ class ExportedMenu : public QObject {
     [[nodiscard]] static QString status() { return QStringLiteral("normal"); }
     [[nodiscard]] static QStringList iconThemePath() { return {}; }
 
+    // Named by the interface.
+    // NOLINTBEGIN(readability-identifier-naming)
   public Q_SLOTS:
     Q_SCRIPTABLE uint GetLayout(
         int parentId, int recursionDepth, const QStringList& propertyNames,
@@ -63,6 +65,7 @@ class ExportedMenu : public QObject {
         const brindle::menuwire::PropertyNamesList& removedProps);
     Q_SCRIPTABLE void LayoutUpdated(uint revision, int parent);
     Q_SCRIPTABLE void ItemActivationRequested(int id, uint timestamp);
+    // NOLINTEND(readability-identifier-naming)
 
   private:
     [[nodiscard]] QVariantMap properties(int number, const QStringList& wanted) const;

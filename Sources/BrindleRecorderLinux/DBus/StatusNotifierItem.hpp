@@ -67,6 +67,8 @@ class StatusNotifierItem : public QObject {
     [[nodiscard]] static bool itemIsMenu() { return true; }
     [[nodiscard]] static QDBusObjectPath menu();
 
+    // Named by the interface.
+    // NOLINTBEGIN(readability-identifier-naming)
   public Q_SLOTS:
     // Panels show the menu by themselves; a click has no other meaning.
     Q_SCRIPTABLE void Activate(int /*x*/, int /*y*/) {}
@@ -81,6 +83,7 @@ class StatusNotifierItem : public QObject {
     Q_SCRIPTABLE void NewOverlayIcon();
     Q_SCRIPTABLE void NewToolTip();
     Q_SCRIPTABLE void NewStatus(const QString& status);
+    // NOLINTEND(readability-identifier-naming)
 
   private:
     void introduce();

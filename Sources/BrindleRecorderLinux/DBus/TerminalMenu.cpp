@@ -28,7 +28,7 @@ QDBusMessage makeCall(const char* method) {
     return call;
 }
 
-std::optional<Layout> readMenu(QDBusConnection bus, std::FILE* errors) {
+std::optional<Layout> readMenu(const QDBusConnection& bus, std::FILE* errors) {
     menuwire::registerTypes();
     // As a panel does before it shows the menu.
     auto opening = makeCall("AboutToShow");

@@ -33,7 +33,7 @@ bool ProcessEnds::watch(std::int32_t pid) {
     if (number < 0) {
         return false;
     }
-    auto watched = std::unique_ptr<Watched>{new Watched{*this, pid, FileDescriptor{number}}};
+    auto watched = std::make_unique<Watched>(Watched{*this, pid, FileDescriptor{number}});
     watched->source = pipewire::SourceHandle{
         pipewire::addReader(
             loop_, watched->descriptor.number(),
