@@ -6,7 +6,6 @@
 #include "BrindleRecorderLinux/PipeWire/Handles.hpp"
 #include "BrindleRecorderLinux/PipeWire/LinkGuard.hpp"
 #include "BrindleRecorderLinux/PipeWire/MicrophoneFormats.hpp"
-#include "BrindleRecorderLinux/PipeWire/SilentStart.hpp"
 
 #include <spa/param/param.h>
 
@@ -99,13 +98,7 @@ class CaptureConnection::Implementation {
     std::vector<OfferedFormat> offersOf(std::uint32_t cameraID);
     std::optional<PlatformError> openCamera();
     std::optional<PlatformError> openMicrophone();
-    /// Nothing when the server refuses at once.
-    std::unique_ptr<MicrophoneStream>
-    connectMicrophone(std::uint64_t serial, MicrophoneStream::Handler handler);
     void watch(CaptureStream& stream);
-    void heard(media::CapturedSound sound);
-    void openSecondMicrophone();
-    void takeSecondMicrophone();
 
     void added(std::uint32_t id, std::string_view type, const spa_dict* properties);
     void linkAdded(const spa_dict* properties);
@@ -147,9 +140,6 @@ class CaptureConnection::Implementation {
     Hook registryListener_;
     std::unique_ptr<CameraStream> camera_;
     std::unique_ptr<MicrophoneStream> microphone_;
-    SilentStart silentStart_;
-    std::unique_ptr<MicrophoneStream> secondMicrophone_; ///< opened, and not yet heard
-    std::unique_ptr<MicrophoneStream> formerMicrophone_; ///< replaced, and about to go
     SourceHandle silenceTimer_;
 };
 
@@ -262,51 +252,15 @@ std::optional<PlatformError> CaptureConnection::Implementation::openMicrophone()
     if (!found || !isMicrophoneClass(found->second.mediaClass)) {
         return captureError("the microphone was disconnected");
     }
-    microphone_ = connectMicrophone(
-        found->second.serial, [this](media::CapturedSound sound) { heard(std::move(sound)); });
-    if (!microphone_) {
-        return captureError("the microphone could not be opened");
-    }
+    microphone_ = std::make_unique<MicrophoneStream>(
+        core_.get(), found->second.serial,
+        [this](media::CapturedSound sound) { arrived(std::move(sound)); });
     watch(*microphone_);
-    return std::nullopt;
-}
-
-std::unique_ptr<MicrophoneStream> CaptureConnection::Implementation::connectMicrophone(
-    std::uint64_t serial, MicrophoneStream::Handler handler) {
-    auto stream = std::make_unique<MicrophoneStream>(core_.get(), serial, std::move(handler));
     std::vector<std::uint8_t> memory;
-    const bool isAccepted =
-        stream->connect(microphoneFormatRequest(devices_.sampleRate, devices_.channels, memory));
-    return isAccepted ? std::move(stream) : nullptr;
-}
-
-void CaptureConnection::Implementation::heard(media::CapturedSound sound) {
-    if (silentStart_.heard(sound) && !failed_) {
-        openSecondMicrophone();
-    }
-    arrived(std::move(sound));
-}
-
-void CaptureConnection::Implementation::openSecondMicrophone() {
-    // Without the second the first goes on as it is.
-    secondMicrophone_ = connectMicrophone(
-        microphone_->device().serial, [this, isTaken = false](media::CapturedSound sound) mutable {
-            if (!std::exchange(isTaken, true)) {
-                takeSecondMicrophone();
-            }
-            heard(std::move(sound));
-        });
-    if (secondMicrophone_ && handlers_.reopening) {
-        handlers_.reopening();
-    }
-}
-
-/// The first goes a little later, since the silence might come back with a sudden change.
-void CaptureConnection::Implementation::takeSecondMicrophone() {
-    formerMicrophone_ = std::exchange(microphone_, std::move(secondMicrophone_));
-    formerMicrophone_->onStateChanged({});
-    formerMicrophone_->handTo([](const media::CapturedSound&) {});
-    watch(*microphone_);
+    return microphone_->connect(
+               microphoneFormatRequest(devices_.sampleRate, devices_.channels, memory))
+               ? std::nullopt
+               : std::optional{captureError("the microphone could not be opened")};
 }
 
 std::optional<PlatformError> CaptureConnection::Implementation::openCamera() {
@@ -448,7 +402,6 @@ void CaptureConnection::Implementation::settle() {
 }
 
 void CaptureConnection::Implementation::checkSilence() {
-    formerMicrophone_.reset();
     const media::Moment now = media::monotonicNow();
     // A camera that has never delivered is for others to notice, who tell it apart.
     if (camera_ && lastPicture_ > media::Moment{0} && now - lastPicture_ >= longestSilence) {
@@ -476,10 +429,8 @@ std::vector<CaptureStream*> CaptureConnection::Implementation::streams() const {
     if (camera_) {
         all.push_back(camera_.get());
     }
-    for (const auto* microphone : {&microphone_, &secondMicrophone_}) {
-        if (*microphone) {
-            all.push_back(microphone->get());
-        }
+    if (microphone_) {
+        all.push_back(microphone_.get());
     }
     return all;
 }

@@ -34,8 +34,6 @@ class CaptureConnection {
         std::function<void(media::CapturedSound)> sound;
         /// At most once: the capture is over.
         std::function<void(PlatformError)> failed;
-        /// The microphone, which was silent from the start, is being opened once more.
-        std::function<void()> reopening;
     };
 
     CaptureConnection(Devices devices, Handlers handlers);

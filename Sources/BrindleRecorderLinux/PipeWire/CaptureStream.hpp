@@ -10,7 +10,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <pipewire/stream.h>
@@ -88,9 +87,6 @@ class MicrophoneStream final : public CaptureStream {
   public:
     using Handler = std::function<void(media::CapturedSound)>;
     MicrophoneStream(pw_core* core, std::uint64_t serial, Handler handler);
-
-    /// Hands on to somebody else from now on. Not for the handler itself to call.
-    void handTo(Handler handler) { handler_ = std::move(handler); }
 
   private:
     void formatChanged(const spa_pod* format) override;

@@ -177,12 +177,9 @@ void PipeWireCaptureSession::startRunning() {
                                             output->addSound(std::move(sound));
                                         }
                                     },
-                                .failed = [this](PlatformError error) { report(std::move(error)); },
-                                .reopening =
-                                    [this] {
-                                        log_.write(
-                                            SystemLog::Level::info,
-                                            "the microphone is silent; opening it once more");
+                                .failed =
+                                    [this](PlatformError error) {
+                                        report(std::move(error));
                                     }});
     if (auto started = connection_->start(); !started) {
         report(started.error());
