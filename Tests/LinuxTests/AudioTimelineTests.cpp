@@ -59,6 +59,38 @@ TEST(AudioTimeline, FillsAHoleWithSilenceOfItsLengthOnceItIsCertain) {
     EXPECT_EQ(timeline.position(), start);
 }
 
+TEST(AudioTimeline, FillsAHoleThatTheDeviceCountedAtOnceHoweverShort) {
+    AudioTimeline timeline{rate};
+    std::int64_t start = 0;
+    for (; start < 20 * block; start += block) {
+        placeBlock(timeline, start);
+    }
+    start += block;
+    const auto placement = timeline.place(start, block, block);
+    EXPECT_EQ(placement.silenceBefore, block);
+    EXPECT_EQ(placement.skipped, 0);
+    timeline.wroteSilence(block);
+    timeline.resume();
+    timeline.wrote(block);
+    start += block;
+    EXPECT_EQ(placeBlock(timeline, start), AudioTimeline::Placement{});
+}
+
+TEST(AudioTimeline, DoubtsACountedHoleThatTheTimeDoesNotShow) {
+    AudioTimeline timeline{rate};
+    placeBlock(timeline, 0);
+    const auto placement = timeline.place(block, block, block);
+    EXPECT_EQ(placement.silenceBefore, 0);
+    EXPECT_EQ(placement.skipped, 0);
+}
+
+TEST(AudioTimeline, FillsWhatTheDeviceDidNotCountWithTheRest) {
+    AudioTimeline timeline{rate};
+    placeBlock(timeline, 0);
+    // A second and a half, of which the device knows of two blocks.
+    EXPECT_EQ(timeline.place(block + rate * 3 / 2, block, 2 * block).silenceBefore, rate * 3 / 2);
+}
+
 TEST(AudioTimeline, FillsAHoleOfMoreThanASecondAtOnce) {
     AudioTimeline timeline{rate};
     placeBlock(timeline, 0);

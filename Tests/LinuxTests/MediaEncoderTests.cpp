@@ -237,6 +237,24 @@ TEST_F(MediaEncoderTest, FillsAHoleInTheSoundWithSilence) {
     EXPECT_NEAR(loud[5], 5, 0.005);
 }
 
+TEST_F(MediaEncoderTest, FillsAShortHoleThatTheDeviceCountedWithSilence) {
+    open(true, true);
+    for (int index = 0; index < 90; ++index) {
+        picture(momentOf(index), 100);
+    }
+    beepingSound(seconds{0}, milliseconds{1900});
+    CapturedSound late = toneBlock(origin + milliseconds{1920}, 480, 0, 1000);
+    late.lostBefore = milliseconds{20};
+    ASSERT_TRUE(encoder_->addSound(std::move(late)));
+    beepingSound(milliseconds{1930}, seconds{3});
+    finish(seconds{3});
+    const auto loud = beeps(test::decodedSound(movie_));
+    ASSERT_EQ(loud.size(), 3U);
+    EXPECT_NEAR(loud[1], 1, 0.002);
+    // Closed up, it would be 20 ms early.
+    EXPECT_NEAR(loud[2], 2, 0.002);
+}
+
 TEST_F(MediaEncoderTest, AbsorbsTheDriftOfTheMicrophonesClock) {
     // Small pictures, for it takes a while until a drift shows.
     video_.width = 320;

@@ -21,11 +21,16 @@ constexpr double largestStretch = 0.005;
 
 } // namespace
 
-AudioTimeline::Placement AudioTimeline::place(std::int64_t start, std::int64_t count) {
-    const std::int64_t error = start - position_;
+AudioTimeline::Placement
+AudioTimeline::place(std::int64_t start, std::int64_t count, std::int64_t lost) {
+    std::int64_t error = start - position_;
     Placement placement;
+    if (started_ && lost > 0 && error > lost / 2) {
+        placement.silenceBefore = lost;
+        error -= lost;
+    }
     if (!started_ || isJump(error)) {
-        placement.silenceBefore = std::max<std::int64_t>(error, 0);
+        placement.silenceBefore += std::max<std::int64_t>(error, 0);
         placement.skipped = std::clamp<std::int64_t>(-error, 0, count);
         started_ = started_ || placement.skipped < count;
         smoothedError_ = 0;

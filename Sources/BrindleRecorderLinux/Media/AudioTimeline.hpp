@@ -22,8 +22,9 @@ class AudioTimeline {
 
     /// Places a block of `count` samples, the first of which was heard at `start`. A block tells
     /// its time only roughly: one that seems late or early is believed only when the next ones
-    /// agree, or when it is off by more than a second.
-    Placement place(std::int64_t start, std::int64_t count);
+    /// agree, or when it is off by more than a second. A hole of `lost` samples that the device
+    /// itself counted is believed at once, unless the block's time speaks against it.
+    Placement place(std::int64_t start, std::int64_t count, std::int64_t lost = 0);
 
     /// How many samples were written after a placement, silence included.
     void wrote(std::int64_t count) { position_ += count; }

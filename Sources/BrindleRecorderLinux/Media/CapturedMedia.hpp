@@ -58,6 +58,8 @@ struct CapturedSound {
     /// Interleaved, or the channels one after the other when the format is planar.
     std::vector<std::uint8_t> bytes;
     Moment time{0}; ///< of the first sample
+    /// What, by the device's own count, is missing between the block before and this one.
+    Moment lostBefore{0};
 };
 
 /// The bytes that the planes of a raw picture take, or nothing when the format makes no sense.

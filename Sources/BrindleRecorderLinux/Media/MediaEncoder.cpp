@@ -212,7 +212,7 @@ MediaEncoder::Result MediaEncoder::placeSound(const CapturedSound& sound) {
     const auto channels = static_cast<std::size_t>(audio.channels);
     const auto count = static_cast<std::int64_t>(samples.size() / channels);
     const AudioTimeline::Placement placement =
-        audio.timeline.place(samplesUntil(sound.time), count);
+        audio.timeline.place(samplesUntil(sound.time), count, samplesIn(sound.lostBefore));
     if (placement.silenceBefore > 0) {
         if (auto filled = writeSilence(placement.silenceBefore); !filled) {
             return filled;
@@ -290,8 +290,11 @@ void MediaEncoder::deliverAudio(std::vector<PacketHandle> packets) {
 }
 
 std::int64_t MediaEncoder::samplesUntil(Moment moment) const {
-    return std::llround(
-        std::chrono::duration<double>{moment - *origin_}.count() * audio_->sampleRate);
+    return samplesIn(moment - *origin_);
+}
+
+std::int64_t MediaEncoder::samplesIn(std::chrono::nanoseconds length) const {
+    return std::llround(std::chrono::duration<double>{length}.count() * audio_->sampleRate);
 }
 
 } // namespace brindle::media

@@ -81,6 +81,7 @@ class MediaEncoder {
     void deliverVideo(std::vector<PacketHandle> packets);
     void deliverAudio(std::vector<PacketHandle> packets);
     [[nodiscard]] std::int64_t samplesUntil(Moment moment) const;
+    [[nodiscard]] std::int64_t samplesIn(std::chrono::nanoseconds length) const;
 
     FragmentSchedule schedule_;
     Sink sink_;

@@ -4,6 +4,7 @@
 #include "BrindleRecorderLinux/Media/CapturedMedia.hpp"
 #include "BrindleRecorderLinux/Media/PresentationClock.hpp"
 #include "BrindleRecorderLinux/PipeWire/Handles.hpp"
+#include "BrindleRecorderLinux/PipeWire/LostSound.hpp"
 
 #include <cstdint>
 #include <functional>
@@ -96,6 +97,7 @@ class MicrophoneStream final : public CaptureStream {
     Handler handler_;
     std::optional<media::SoundFormat> format_;
     std::vector<media::CapturedSound> batch_;
+    LostSound lost_;
 };
 
 } // namespace brindle::pipewire
