@@ -209,14 +209,19 @@ const pw_stream_events Camera::events = [] {
     return table;
 }();
 
+/// Drives the graph as the microphone of a sound card does. Without a driver of its own it would
+/// follow the camera, which asks for sound only thirty times a second.
 class Microphone {
   public:
-    Microphone(pw_core* core, const char* name) {
+    Microphone(pw_core* core, pw_loop* loop, const char* name) : loop_{loop} {
+        timer_ = pw_loop_add_timer(
+            loop, [](void* data, std::uint64_t) { static_cast<Microphone*>(data)->tick(); }, this);
         stream_ = pw_stream_new(
             core, name,
             pw_properties_new(
                 PW_KEY_MEDIA_CLASS, "Audio/Source", PW_KEY_NODE_NAME, name, PW_KEY_NODE_DESCRIPTION,
-                "Clock Microphone", PW_KEY_NODE_LATENCY, "1024/48000", nullptr));
+                "Clock Microphone", PW_KEY_NODE_LATENCY, "1024/48000", PW_KEY_PRIORITY_DRIVER,
+                "2000", nullptr));
         pw_stream_add_listener(stream_, &listener_, &events, this);
         std::array<std::uint8_t, 512> memory{};
         spa_pod_builder builder{};
@@ -229,23 +234,62 @@ class Microphone {
         const spa_pod* offer = spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &info);
         pw_stream_connect(
             stream_, PW_DIRECTION_OUTPUT, PW_ID_ANY,
-            static_cast<pw_stream_flags>(PW_STREAM_FLAG_MAP_BUFFERS), &offer, 1);
+            static_cast<pw_stream_flags>(PW_STREAM_FLAG_DRIVER | PW_STREAM_FLAG_MAP_BUFFERS),
+            &offer, 1);
     }
 
   private:
+    void stateChanged(pw_stream_state state) {
+        runs_ = state == PW_STREAM_STATE_STREAMING;
+        cycle_ = now();
+        setTimer();
+    }
+
+    void setTimer() {
+        timespec at{.tv_sec = cycle_ / second, .tv_nsec = cycle_ % second};
+        if (!runs_) {
+            at = {};
+        }
+        pw_loop_update_timer(loop_, timer_, &at, nullptr, true);
+    }
+
+    [[nodiscard]] std::int64_t cycleLength() const {
+        constexpr std::uint64_t usualLength = 1024;
+        const bool known = position_ != nullptr && position_->clock.duration > 0;
+        return static_cast<std::int64_t>(known ? position_->clock.duration : usualLength);
+    }
+
+    /// Cycles follow one another without a seam; after a long delay the time between is left out.
+    void tick() {
+        constexpr std::int64_t largestDelay = 40 * millisecond;
+        if (now() - cycle_ > largestDelay) {
+            cycle_ = now();
+        }
+        const std::int64_t next = cycle_ + cycleLength() * second / soundRate;
+        if (position_ != nullptr) {
+            position_->clock.nsec = static_cast<std::uint64_t>(cycle_);
+            position_->clock.rate = {1, soundRate};
+            position_->clock.position += static_cast<std::uint64_t>(cycleLength());
+            position_->clock.rate_diff = 1;
+            position_->clock.next_nsec = static_cast<std::uint64_t>(next);
+        }
+        if (pw_stream_is_driving(stream_)) {
+            pw_stream_trigger_process(stream_);
+        }
+        cycle_ = next;
+        setTimer();
+    }
+
     void deliver() {
         pw_buffer* const buffer = pw_stream_dequeue_buffer(stream_);
         if (buffer == nullptr) {
             return;
         }
         spa_data& data = buffer->buffer->datas[0];
-        std::uint32_t count = data.maxsize / sizeof(float);
-        if (buffer->requested > 0) {
-            count = std::min(count, static_cast<std::uint32_t>(buffer->requested));
-        }
-        pw_time report{};
-        pw_stream_get_time_n(stream_, &report, sizeof(report));
-        const std::int64_t start = startOfBlock(report);
+        const auto room = static_cast<std::uint32_t>(data.maxsize / sizeof(float));
+        const std::uint32_t count = std::min(room, static_cast<std::uint32_t>(cycleLength()));
+        const std::int64_t start =
+            position_ != nullptr ? static_cast<std::int64_t>(position_->clock.nsec) : now();
         auto* const samples = static_cast<float*>(data.data);
         for (std::uint32_t index = 0; index < count; ++index) {
             const std::int64_t time = start + std::int64_t{index} * second / soundRate;
@@ -259,39 +303,32 @@ class Microphone {
         data.chunk->stride = sizeof(float);
         data.chunk->flags = 0;
         pw_stream_queue_buffer(stream_, buffer);
-        produced_ += count;
-    }
-
-    /// When the block's first sample sounds. Blocks follow one another without a seam, as those of
-    /// a real microphone do, and follow the graph's clock only slowly, since that is read when its
-    /// thread gets to run; where it has left something out the count begins anew.
-    std::int64_t startOfBlock(const pw_time& report) {
-        const std::int64_t clock = report.now > 0 ? report.now : now();
-        const std::int64_t counted =
-            origin_ + static_cast<std::int64_t>(produced_) * second / soundRate;
-        const std::int64_t deviation = clock - counted;
-        constexpr std::int64_t largestDeviation = 40 * millisecond;
-        constexpr std::int64_t slowness = 64;
-        if (origin_ != 0 && std::abs(deviation) < largestDeviation) {
-            origin_ += deviation / slowness;
-            return counted;
-        }
-        origin_ = clock;
-        produced_ = 0;
-        return clock;
     }
 
     static const pw_stream_events events;
 
+    pw_loop* loop_;
+    spa_source* timer_ = nullptr;
     pw_stream* stream_ = nullptr;
     spa_hook listener_{};
-    std::int64_t origin_ = 0;
-    std::uint64_t produced_ = 0;
+    spa_io_position* position_ = nullptr;
+    bool runs_ = false;
+    std::int64_t cycle_ = 0; ///< when the next cycle begins
 };
 
 const pw_stream_events Microphone::events = [] {
     pw_stream_events table{};
     table.version = PW_VERSION_STREAM_EVENTS;
+    table.state_changed = [](void* data, pw_stream_state, pw_stream_state state, const char*) {
+        static_cast<Microphone*>(data)->stateChanged(state);
+    };
+    table.io_changed = [](void* data, std::uint32_t id, void* area, std::uint32_t size) {
+        if (id == SPA_IO_Position) {
+            const bool fits = area != nullptr && size >= sizeof(spa_io_position);
+            static_cast<Microphone*>(data)->position_ =
+                fits ? static_cast<spa_io_position*>(area) : nullptr;
+        }
+    };
     table.process = [](void* data) {
         static_cast<Microphone*>(data)->deliver();
     };
@@ -343,7 +380,7 @@ int main(int argumentCount, char** arguments) {
             [](void* data, int) { static_cast<Camera*>(data)->changeFormat(); }, camera);
     }
     if (microphoneName != nullptr) {
-        new Microphone{core, microphoneName};
+        new Microphone{core, pw_main_loop_get_loop(loop), microphoneName};
     }
     // The process's end takes everything with it.
     return pw_main_loop_run(loop) < 0 ? 1 : 0;
