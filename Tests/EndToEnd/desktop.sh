@@ -40,6 +40,16 @@ point_at_icon() {
     width=$(xdotool getdisplaygeometry | cut -d' ' -f1)
     xdotool mousemove $((width - 14 * ${GDK_SCALE:-1})) $((14 * ${GDK_SCALE:-1}))
 }
+# The icon's place in the panel, as three bytes of colour for each of its points.
+icon_looks() {
+    local width side=$((28 * ${GDK_SCALE:-1}))
+    width=$(xdotool getdisplaygeometry | cut -d' ' -f1)
+    import -silent -window root -crop "${side}x$side+$((width - side))+0" -depth 8 rgb:- | od -An -v -tu1 -w3
+}
+# The icon's green is clearly more than the red and the blue beside it.
+icon_is_green() { icon_looks | awk '$2 > $1 + 30 && $2 > $3 + 20 { ++green } END { exit green < 8 }'; }
+# How strong the green is, as a number that follows the pulse.
+strength_of_green() { icon_looks | awk '$2 > $1 && $2 > $3 { sum += $2 - $1 } END { print int(sum / 100) }'; }
 open_menu() {
     point_at_icon
     xdotool click 1
