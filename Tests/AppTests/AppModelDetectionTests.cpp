@@ -333,6 +333,16 @@ TEST_F(AppModelDetection, UnknownProgramsAreNoCallsUntilTheUserSaysSo) {
     EXPECT_EQ(sessionInWords(), "recording other:com.example.tool#1");
 }
 
+TEST_F(AppModelDetection, WithAnEmptyListStoredUnknownProgramsAreCallsToo) {
+    kill();
+    defaults.setStringArray("disabledCallFamilies", {});
+    start();
+    launch();
+    takesTheMicrophone("com.example.tool");
+    runFor(20s);
+    EXPECT_EQ(sessionInWords(), "recording other:com.example.tool#1");
+}
+
 TEST_F(AppModelDetection, AutomaticRecordingOfAFamilyIsStored) {
     model().setAutoRecord("zoom", false);
     model().setAutoRecord("teams", false);
@@ -402,15 +412,37 @@ TEST_F(AppModelDetection, AnsweringSkipLeavesTheCallAloneUntilItIsOver) {
     EXPECT_THAT(prompts(), SizeIs(2));
 }
 
-TEST_F(AppModelDetection, ClosingThePromptIsNoAnswer) {
+TEST_F(AppModelDetection, AClickOnThePromptItselfRecordsTheCall) {
+    askBeforeRecording();
+    launch();
+    zoomTakesTheMicrophone();
+    runFor(5s);
+    notifications.respondToAsk("zoom#1", NotificationResponse::defaultAction);
+    EXPECT_EQ(sessionInWords(), "recording zoom#1");
+    settle();
+    EXPECT_THAT(captured, SizeIs(1));
+}
+
+TEST_F(AppModelDetection, ClosingThePromptLeavesTheQuestionOpenUntilTheCallIsOver) {
     askBeforeRecording();
     launch();
     zoomTakesTheMicrophone();
     runFor(5s);
     notifications.respondToAsk("zoom#1", NotificationResponse::dismissAction);
-    runFor(10s);
+    runFor(10min);
     EXPECT_EQ(sessionInWords(), "idle");
     EXPECT_EQ(statusLine(), "Call detected — record it? (see notification)");
+    EXPECT_THAT(prompts(), SizeIs(1)) << "nobody is asked again";
+    zoomReleasesTheMicrophone();
+    runFor(19999ms);
+    EXPECT_EQ(model().pendingAskLabel.get(), "zoom#1");
+    runFor(1ms);
+    EXPECT_EQ(model().pendingAskLabel.get(), std::nullopt);
+    EXPECT_EQ(statusLine(), "Idle — watching for calls");
+    zoomTakesTheMicrophone();
+    runFor(5s);
+    EXPECT_THAT(prompts(), SizeIs(2)) << "the next call has a question of its own";
+    EXPECT_THAT(captured, IsEmpty());
 }
 
 TEST_F(AppModelDetection, ThePromptIsTakenBackInThePassThatFindsTheCallOver) {
@@ -552,6 +584,20 @@ TEST_F(AppModelDetection, RecordingByHandWhileRecordingDoesNothing) {
     EXPECT_EQ(sessionInWords(), "recording zoom#1");
     EXPECT_EQ(diagnostics.messages(), lines);
     EXPECT_THAT(captured, SizeIs(1));
+}
+
+TEST_F(AppModelDetection, RecordingByHandWhileRecordingDoesNotEvenReadTheMicrophone) {
+    audio.setProcess(7, {.runningInput = true, .pid = 77, .bundleID = zoom});
+    model().evaluateCalls(true);
+    clock.advance(5s);
+    model().evaluateCalls(false);
+    audio.setRunningInput(7, false); // which nobody reports
+    model().recordNowFromMenu();
+    for (int pass = 0; pass < 3; ++pass) {
+        clock.advance(60s);
+        model().evaluateCalls(false);
+    }
+    EXPECT_EQ(sessionInWords(), "recording zoom#1") << "these passes look at the old snapshot";
 }
 
 TEST_F(AppModelDetection, StoppingByHandEndsTheRecordingAtOnceAndForThisCall) {

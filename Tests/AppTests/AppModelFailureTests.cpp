@@ -354,6 +354,27 @@ TEST_F(AppModelFailure, ANewCallStartsWithACleanFailureHistory) {
     EXPECT_EQ(camerasUsed().back(), "Integrated Camera");
 }
 
+TEST_F(AppModelFailure, TheSecondPassWithoutACallForgetsItsFailures) {
+    capture.addCamera(webcam);
+    recordZoomCall();
+    deviceDies();
+    settle();
+    model().stopPolling(); // so that only these passes count
+    zoomReleasesTheMicrophone();
+    model().evaluateCalls(true);
+    clock.advance(20s);
+    model().evaluateCalls(false);
+    EXPECT_EQ(sessionInWords(), "armed zoom#1");
+    EXPECT_NE(model().captureWarning.get(), std::nullopt);
+    model().evaluateCalls(false);
+    EXPECT_EQ(sessionInWords(), "idle");
+    EXPECT_EQ(model().captureWarning.get(), std::nullopt);
+    model().recordNowFromMenu();
+    settle();
+    EXPECT_THAT(
+        camerasUsed(), ElementsAre("Integrated Camera", "Desk Webcam", "Integrated Camera"));
+}
+
 // --- When it does not go on ---
 
 TEST_F(AppModelFailure, WhenNothingReopensTheRecordingIsOver) {

@@ -109,6 +109,8 @@ TEST(MenuBarIconRenderer, OnlyTheRecordingDotPulses) {
 }
 
 TEST(MenuBarIconRenderer, WithReducedMotionTheDotIsSteady) {
+    EXPECT_EQ(dotColour(draw(recording, 0.5, true)), dotColour(draw(recording, 0)))
+        << "the same green, at its fullest";
     EXPECT_EQ(dotColour(draw(recording, 0.5, true)).alpha, 1);
     EXPECT_EQ(draw(recording, 0.5, true), draw(recording, 0.25, true));
 }

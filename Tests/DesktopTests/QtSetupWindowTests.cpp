@@ -74,6 +74,9 @@ TEST_F(QtSetupWindowTest, SaysWhatItIsGiven) {
             "Camera access", "Microphone access",
             "System Settings > Privacy & Security > Microphone > enable Brindle Recorder.",
             "Window titles (optional: spot browser calls faster)"));
+    const auto buttons = dialog().findChildren<QPushButton*>();
+    ASSERT_EQ(buttons.size(), 1);
+    EXPECT_EQ(buttons[0]->text(), QStringLiteral("Done"));
 }
 
 TEST_F(QtSetupWindowTest, NamesEveryRowToAScreenReader) {
