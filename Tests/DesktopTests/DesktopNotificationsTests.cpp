@@ -137,6 +137,28 @@ TEST_F(DesktopNotificationsTest, AskingAgainBeforeTheServerAnsweredReplacesToo) 
     EXPECT_EQ(server_->notified[1].body, QStringLiteral("second"));
 }
 
+TEST_F(DesktopNotificationsTest, AskingAgainReplacesNothingThatHasGoneMeanwhile) {
+    startServer();
+    for (const char* call : {"GetCapabilities", "Notify"}) {
+        const auto first = ask("zoom#1");
+        server_->holds = QString::fromLatin1(call);
+        notifications_->post(question("zoom#1", "second"));
+        ASSERT_TRUE(waitUntil([&] { return server_->isHolding(); })) << call;
+        server_->close(first.number, 1);
+        settleBoth();
+        server_->answerHeld();
+        settleBoth();
+        ASSERT_TRUE(waitUntil([&] { return server_->notified.size() == 2; })) << call;
+        const auto second = server_->notified[1];
+        EXPECT_EQ(second.replaces, call == std::string{"Notify"} ? first.number : 0U) << call;
+        answers_.clear();
+        server_->invoke(second.number, QStringLiteral("brindle.record"));
+        EXPECT_TRUE(waitUntil([&] { return !answers_.empty(); })) << "asked anew, " << call;
+        settleBoth();
+        server_->notified.clear();
+    }
+}
+
 TEST_F(DesktopNotificationsTest, IsTakenBack) {
     startServer();
     const auto shown = ask("zoom#1");
@@ -288,6 +310,27 @@ TEST_F(DesktopNotificationsTest, AServerThatDiesWhileItIsAskedIsSurvived) {
         server_.reset();
         settleBoth();
     }
+}
+
+TEST_F(DesktopNotificationsTest, AServersLastAnswerIsNothingToTheNextOne) {
+    startServer();
+    server_->holds = QStringLiteral("Notify");
+    notifications_->post(question("zoom#1"));
+    ASSERT_TRUE(waitUntil([&] { return server_->isHolding(); }));
+    server_->leave();
+    settleBoth();
+    NotificationServer next{everything};
+    settleBoth();
+    server_->answerHeld();
+    ASSERT_TRUE(waitUntil([&] { return next.notified.size() == 1; }));
+    EXPECT_EQ(next.notified[0].replaces, 0U) << "the number was the other server's";
+    settleBoth();
+    server_->invoke(server_->notified[0].number, QStringLiteral("brindle.record"));
+    settleBoth();
+    EXPECT_THAT(answers_, IsEmpty());
+    next.invoke(next.notified[0].number, QStringLiteral("brindle.skip"));
+    ASSERT_TRUE(waitUntil([&] { return !answers_.empty(); }));
+    EXPECT_THAT(answers_, ElementsAre(Answer("zoom#1", "brindle.skip")));
 }
 
 TEST_F(DesktopNotificationsTest, AnAnsweredQuestionDoesNotComeBackWithTheNextServer) {

@@ -12,6 +12,10 @@ NotificationServer::NotificationServer(QStringList theirCapabilities)
     client_.bus().registerService(QStringLiteral("org.freedesktop.Notifications"));
 }
 
+void NotificationServer::leave() {
+    client_.bus().unregisterService(QStringLiteral("org.freedesktop.Notifications"));
+}
+
 void NotificationServer::signal(const char* name, const QVariantList& arguments) {
     auto message = QDBusMessage::createSignal(
         QStringLiteral("/org/freedesktop/Notifications"),

@@ -39,7 +39,10 @@ class NotificationServer final : public QDBusVirtualObject {
     /// Says that the user clicked before it answers.
     std::optional<QString> clickBeforeAnswer;
 
+    [[nodiscard]] bool isHolding() const { return !held_.isEmpty(); }
     void answerHeld();
+    /// Leaves its place to another server, but stays on the bus.
+    void leave();
     void invoke(uint number, const QString& action) { signal("ActionInvoked", {number, action}); }
     void close(uint number, uint reason) { signal("NotificationClosed", {number, reason}); }
     void signal(const char* name, const QVariantList& arguments);

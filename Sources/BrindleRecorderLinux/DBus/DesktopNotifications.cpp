@@ -256,7 +256,9 @@ void DesktopNotifications::notificationClosed(const QDBusMessage& message) {
     }
     const Shown closed = *shown;
     shown->number = 0;
-    forget(shown);
+    if (!shown->isBusy) { // otherwise what was posted since is on its way to the screen
+        forget(shown);
+    }
     if (message.arguments().value(1).toUInt() == dismissedByUser) {
         respond(closed, NotificationResponse::dismissAction);
     }
