@@ -14,14 +14,10 @@
 
 namespace brindle::test {
 
-namespace {
-
 bool hasNode(const std::string& name) {
     const auto info = outputOf("pw-cli info " + quoted(name) + " 2>/dev/null");
     return info && info->find("PipeWire:Interface:Node") != std::string::npos;
 }
-
-} // namespace
 
 bool inPrivateSession() {
     return std::getenv("BRINDLE_SESSION") != nullptr && outputOf("pw-cli info 0 2>&1").has_value();

@@ -52,6 +52,8 @@ class PlayedTone {
     ChildProcess process_;
 };
 
+/// Whether a node has that name now.
+bool hasNode(const std::string& name);
 /// Waits until a node has that name; false when it does not come.
 bool waitForNode(const std::string& name);
 

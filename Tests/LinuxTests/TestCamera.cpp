@@ -68,6 +68,7 @@ class TestCamera::Implementation {
     }
 
     void freeze() { frozen_ = true; }
+    [[nodiscard]] int delivered() const { return delivered_; }
 
   private:
     using StreamHandle = std::unique_ptr<pw_stream, Releaser<pw_stream_destroy>>;
@@ -153,6 +154,7 @@ class TestCamera::Implementation {
                     : -1;
         }
         pw_stream_queue_buffer(stream_.get(), buffer);
+        ++delivered_;
     }
 
     void paint(std::uint8_t* bytes, std::size_t size) {
@@ -176,6 +178,7 @@ class TestCamera::Implementation {
     Library library_;
     Format format_;
     std::atomic<bool> frozen_ = false;
+    std::atomic<int> delivered_ = 0;
     int frame_ = 0;
     ThreadLoopHandle loop_;
     ContextHandle context_;
@@ -253,6 +256,10 @@ TestCamera::TestCamera(const std::string& name, Format format)
 }
 
 TestCamera::~TestCamera() = default;
+
+int TestCamera::delivered() const {
+    return implementation_->delivered();
+}
 
 void TestCamera::freeze() {
     implementation_->freeze();

@@ -35,6 +35,8 @@ class TestCamera {
     TestCamera(const TestCamera&) = delete;
     TestCamera& operator=(const TestCamera&) = delete;
 
+    /// How many pictures it has delivered so far. Not once it is unplugged.
+    [[nodiscard]] int delivered() const;
     /// Delivers no more pictures, but stays connected.
     void freeze();
     void unplug();
