@@ -104,6 +104,16 @@ TEST_F(RecorderStart, WithNeitherDeviceFailsAndLeavesTheStatus) {
     EXPECT_TRUE(capture.calls().empty());
 }
 
+TEST_F(RecorderStart, WithNeitherDeviceLeavesAFailedStatusToo) {
+    record(mov);
+    capture.session().fireRuntimeError(deviceError);
+    settle();
+    const auto before = status();
+    ASSERT_FALSE(recorder->start(nullptr, nullptr, nextMov));
+    EXPECT_TRUE(before.isFailed());
+    EXPECT_EQ(status(), before);
+}
+
 TEST_F(RecorderStart, WhileRecordingFailsAndLeavesTheRecording) {
     record(mov);
     const auto before = status();

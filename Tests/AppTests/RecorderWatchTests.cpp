@@ -5,8 +5,10 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <string>
 #include <thread>
 
 namespace brindle {
@@ -268,6 +270,103 @@ TEST_F(RecorderWatch, AFinishOfAnOldOutputIsIgnored) {
     EXPECT_EQ(recorder->lastRecordingFinishError(), std::nullopt);
     EXPECT_THAT(diagnostics.messages(), Contains(HasSubstr("recording finished: a.mov")))
         << "but logged";
+}
+
+// --- Whatever the failure is ---
+
+struct WayToFail {
+    const char* name;
+    /// While a recording runs.
+    void (*happen)(test::ScriptedCaptureSystem&, test::ManualMainLoop&);
+    RecorderError error;
+};
+
+void PrintTo(const WayToFail& way, std::ostream* out) {
+    *out << way.name;
+}
+
+const PlatformError diskError{
+    .domain = "POSIX", .code = 28, .description = "No space left on device", .underlying = {}};
+
+class RecorderFailure : public test::RecorderFixture,
+                        public testing::WithParamInterface<WayToFail> {
+  protected:
+    void failInTheWay() {
+        record(mov);
+        GetParam().happen(capture, loop);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(
+    Ways, RecorderFailure,
+    testing::Values(
+        WayToFail{
+            "NoFrames", [](auto&, auto& loop) { loop.advance(6s); },
+            RecorderError::noFramesReceived()},
+        WayToFail{
+            "Stall",
+            [](auto& capture, auto& loop) {
+                capture.output().setRecordedDuration(Seconds{3.5});
+                loop.advance(12s);
+            },
+            RecorderError::stalled(10)},
+        WayToFail{
+            "RuntimeError",
+            [](auto& capture, auto&) { capture.session().fireRuntimeError(diskError); },
+            RecorderError::sessionRuntimeFailure("No space left on device")},
+        WayToFail{
+            "FinishWithAnError",
+            [](auto& capture, auto& loop) {
+                capture.output().finish(diskError);
+                loop.runPosted();
+            },
+            RecorderError::sessionRuntimeFailure("No space left on device")},
+        WayToFail{
+            "FinishWithoutAnError",
+            [](auto& capture, auto& loop) {
+                capture.output().finish();
+                loop.runPosted();
+            },
+            RecorderError::recordingStoppedUnexpectedly("no error reported")}),
+    [](const auto& way) { return std::string{way.param.name}; });
+
+TEST_P(RecorderFailure, BecomesTheStatusAndIsToldOnceAfterwards) {
+    failInTheWay();
+    const auto failed = RecorderStatus::failed(GetParam().error);
+    EXPECT_EQ(status(), failed);
+    EXPECT_EQ(statusAtFailure, failed);
+    settle();
+    loop.advance(60s);
+    EXPECT_THAT(failures, ElementsAre(GetParam().error));
+    EXPECT_EQ(status(), failed);
+    EXPECT_EQ(files.contents(mov), "data");
+}
+
+TEST_P(RecorderFailure, IsLoggedOnce) {
+    failInTheWay();
+    settle();
+    const auto line = "recorder failed: a.mov " + GetParam().error.userMessage();
+    const auto messages = diagnostics.messages();
+    EXPECT_EQ(std::ranges::count(messages, line), 1);
+    const auto lines = systemLog.lines();
+    EXPECT_EQ(std::ranges::count(lines, line), 1);
+}
+
+TEST_P(RecorderFailure, LeavesNothingToKeep) {
+    failInTheWay();
+    const test::TaskProbe stopped{recorder->stopAndKeep(mp4)};
+    ASSERT_TRUE(stopped.isDone());
+    EXPECT_EQ(stopped.value().error(), RecorderError::notRecording());
+    EXPECT_EQ(status(), RecorderStatus::idle());
+}
+
+TEST_P(RecorderFailure, MayBeDiscarded) {
+    failInTheWay();
+    const test::TaskProbe stopped{recorder->stopAndDiscard()};
+    settle();
+    EXPECT_TRUE(stopped.isDone());
+    EXPECT_THAT(files.files(), IsEmpty());
+    EXPECT_EQ(status(), RecorderStatus::idle());
 }
 
 // --- What a finish is logged as ---

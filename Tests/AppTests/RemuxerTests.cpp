@@ -44,6 +44,12 @@ class RemuxerTest : public testing::Test {
         return probe.isDone() ? probe.value() : Outcome{};
     }
 
+    /// Whether both logs have that line.
+    void expectLogged(const std::string& line) {
+        EXPECT_THAT(diagnostics.messages(), Contains(line));
+        EXPECT_THAT(systemLog.lines(), Contains(line));
+    }
+
     /// The text of the failure, or what is wrong with it.
     static std::string failureOf(const Outcome& outcome) {
         if (outcome) {
@@ -161,9 +167,7 @@ TEST_F(RemuxerTest, FailsWhenNoExportCanBeMade) {
     exporter.script().canBeMade = false;
     EXPECT_EQ(failureOf(remux()), "Could not create a passthrough export session.");
     EXPECT_EQ(files.files(), (std::vector{mov, mp4}));
-    EXPECT_THAT(
-        systemLog.lines(),
-        Contains("remux failed: a.mov could not create a passthrough export session"));
+    expectLogged("remux failed: a.mov could not create a passthrough export session");
 }
 
 TEST_F(RemuxerTest, FailsWhenTheExportCannotWriteMp4) {
@@ -171,9 +175,7 @@ TEST_F(RemuxerTest, FailsWhenTheExportCannotWriteMp4) {
     exporter.script().supportedFileTypes = {MovieFileType::quickTime};
     EXPECT_EQ(failureOf(remux()), "Passthrough export cannot write MP4 for this asset.");
     EXPECT_EQ(files.files(), (std::vector{mov, mp4}));
-    EXPECT_THAT(
-        systemLog.lines(),
-        Contains("remux failed: a.mov passthrough export cannot write MP4; supported=[mov]"));
+    expectLogged("remux failed: a.mov passthrough export cannot write MP4; supported=[mov]");
 }
 
 TEST_F(RemuxerTest, FailsWithTheExportsError) {
@@ -250,7 +252,7 @@ TEST_F(RemuxerTest, FailsWhenItIsCancelled) {
     EXPECT_EQ(
         probe.value().error().userMessage(), "Converting to MP4 failed: Export was cancelled.");
     EXPECT_EQ(files.files(), (std::vector{mov}));
-    EXPECT_THAT(systemLog.lines(), Contains("remux cancelled: a.mov exists, 8 bytes"));
+    expectLogged("remux cancelled: a.mov exists, 8 bytes");
 }
 
 TEST_F(RemuxerTest, CancelsEveryRunningConversion) {
@@ -282,9 +284,7 @@ TEST_F(RemuxerTest, KeepsBothFilesWhenTheOutputIsShorter) {
     exporter.script().outputDuration = Seconds{58.0};
     EXPECT_EQ(failureOf(remux()), "MP4 is shorter than the source (58 s of 60 s)");
     EXPECT_EQ(files.files(), (std::vector{mov, mp4}));
-    EXPECT_THAT(
-        systemLog.lines(),
-        Contains("remux incomplete: a.mov source=60.000000s output=58.000000s; keeping .mov"));
+    expectLogged("remux incomplete: a.mov source=60.000000s output=58.000000s; keeping .mov");
 }
 
 TEST_F(RemuxerTest, CutsTheFractionOffTheSecondsItTells) {
