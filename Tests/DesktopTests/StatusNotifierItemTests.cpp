@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <vector>
 
 namespace brindle {
 namespace {
@@ -72,6 +73,22 @@ TEST_F(StatusNotifierItemTest, IntroducesItselfToAPanelThatComesLateAndToOneThat
         watcher.reset();
         EXPECT_TRUE(waitUntil([&] { return !item_.isTaken(); }));
     }
+}
+
+TEST_F(StatusNotifierItemTest, SaysOfEveryChangeAndFirstOfAllThatNoPanelIsThere) {
+    std::vector<bool> told;
+    item_.onTakenChange = [&] {
+        told.push_back(item_.isTaken());
+    };
+    ASSERT_TRUE(item_.exportOn(program_.bus()));
+    EXPECT_THAT(told, testing::IsEmpty()); // nobody has answered yet
+    EXPECT_TRUE(waitUntil([&] { return told.size() == 1; }));
+    {
+        const Watcher watcher;
+        EXPECT_TRUE(waitUntil([&] { return told.size() == 2; }));
+    }
+    EXPECT_TRUE(waitUntil([&] { return told.size() == 3; }));
+    EXPECT_THAT(told, testing::ElementsAre(false, true, false));
 }
 
 TEST_F(StatusNotifierItemTest, SaysItsStateInTitleAndToolTip) {

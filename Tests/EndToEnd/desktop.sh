@@ -81,6 +81,30 @@ pick() {
     wait_for 20 'the end of the menu' not menu_is_open
 }
 
+# A panel of another kind, which takes icons from the bus and knows no other tray. start_lxqt_panel Top|Bottom
+start_lxqt_panel() {
+    mkdir -p "$XDG_CONFIG_HOME/lxqt"
+    cat >"$XDG_CONFIG_HOME/lxqt/panel.conf" <<CONFIG
+panels=panel1
+[panel1]
+alignment=1
+iconSize=22
+panelSize=32
+plugins=spacer, statusnotifier
+position=$1
+width=100
+width-percent=true
+[spacer]
+type=spacer
+expandable=true
+[statusnotifier]
+type=statusnotifier
+alignment=Right
+CONFIG
+    QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1 lxqt-panel >"$BRINDLE_SESSION/logs/lxqt-panel" 2>&1 &
+    lxqt_panel_pid=$!
+}
+
 # Notifications: the newest one on the screen.
 notification() { xdotool search --onlyvisible --class Dunst; }
 notification_says() {

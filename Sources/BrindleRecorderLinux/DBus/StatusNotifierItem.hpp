@@ -11,6 +11,7 @@
 #include <QString>
 
 #include <functional>
+#include <optional>
 
 namespace brindle {
 
@@ -50,8 +51,8 @@ class StatusNotifierItem : public QObject {
     void show(const IconImage& image);
 
     /// Whether a panel has the icon.
-    [[nodiscard]] bool isTaken() const { return isTaken_; }
-    /// Called when that changes.
+    [[nodiscard]] bool isTaken() const { return isTaken_.value_or(false); }
+    /// Called when that is known at first, and when it changes.
     std::function<void()> onTakenChange;
 
     // What the interface says; called by the bus.
@@ -94,7 +95,7 @@ class StatusNotifierItem : public QObject {
     QDBusServiceWatcher watcherService_;
     IconImage image_;
     traywire::PixmapList pixmaps_; ///< of the image; empty until somebody asks
-    bool isTaken_ = false;
+    std::optional<bool> isTaken_;  ///< nothing before the first answer
 };
 
 } // namespace brindle

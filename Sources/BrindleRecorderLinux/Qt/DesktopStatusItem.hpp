@@ -4,6 +4,8 @@
 #include "BrindleRecorderApp/Platform/StatusItem.hpp"
 #include "BrindleRecorderLinux/DBus/ExportedMenu.hpp"
 #include "BrindleRecorderLinux/DBus/StatusNotifierItem.hpp"
+#include "BrindleRecorderLinux/Qt/QtTrayIcon.hpp"
+#include "BrindleRecorderLinux/Qt/QtTrayMenu.hpp"
 
 #include <functional>
 #include <memory>
@@ -11,25 +13,28 @@
 
 namespace brindle {
 
-/// Main thread only.
+/// Main thread only. Both icons and both menus always know what to show; the older tray gets its
+/// icon while no panel on the bus takes ours.
 class DesktopStatusItem final : public StatusItem {
   public:
-    DesktopStatusItem() = default;
+    DesktopStatusItem();
 
     /// Offers icon and menu to the panels on that bus; false when their places are taken there.
     bool exportOn(const QDBusConnection& bus);
 
-    void showIcon(const IconImage& image) override { icon_.show(image); }
-    void showMenu(const Menu& menu) override { menu_.show(menu); }
+    void showIcon(const IconImage& image) override;
+    void showMenu(const Menu& menu) override;
     void setActivationHandler(std::function<void(const std::string& id)> handler) override;
     void setMenuOpeningHandler(std::function<void()> handler) override;
-    [[nodiscard]] bool isShown() const override { return icon_.isTaken(); }
+    [[nodiscard]] bool isShown() const override;
     [[nodiscard]] std::unique_ptr<SetupWindow>
     makeSetupWindow(const SetupWindowContent& content) override;
 
   private:
     StatusNotifierItem icon_;
     ExportedMenu menu_;
+    QtTrayMenu trayMenu_;
+    QtTrayIcon trayIcon_{trayMenu_.widget()};
 };
 
 } // namespace brindle

@@ -1,0 +1,15 @@
+// The program's icon for Qt to show, drawn anew for whatever size it is shown in.
+#pragma once
+
+#include "BrindleRecorderApp/Platform/IconImage.hpp"
+
+#include <QIcon>
+
+namespace brindle {
+
+/// Main thread only.
+struct DrawnIcon {
+    static QIcon of(const IconImage& image);
+};
+
+} // namespace brindle
