@@ -1,10 +1,9 @@
 #include "BrindleRecorderLinux/Logind/LogindSystemEvents.hpp"
 
 #include "BrindleRecorderCore/FileDescriptor.hpp"
-#include "BrindleRecorderLinux/PipeWire/Handles.hpp"
+#include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
 
 #include <systemd/sd-bus.h>
-#include <systemd/sd-event.h>
 
 #include <fcntl.h>
 
@@ -21,28 +20,6 @@ constexpr const char* service = "org.freedesktop.login1";
 constexpr const char* object = "/org/freedesktop/login1";
 constexpr const char* manager = "org.freedesktop.login1.Manager";
 
-using BusHandle = std::unique_ptr<sd_bus, pipewire::Releaser<sd_bus_flush_close_unref>>;
-using EventHandle = std::unique_ptr<sd_event, pipewire::Releaser<sd_event_unref>>;
-using SlotHandle = std::unique_ptr<sd_bus_slot, pipewire::Releaser<sd_bus_slot_unref>>;
-
-EventHandle makeEvents() {
-    sd_event* events = nullptr;
-    return EventHandle{sd_event_new(&events) >= 0 ? events : nullptr};
-}
-
-/// Connects without waiting for the bus to greet us.
-BusHandle connectTo(sd_event* events) {
-    sd_bus* bus = nullptr;
-    if (events == nullptr || sd_bus_open_system(&bus) < 0) {
-        return nullptr;
-    }
-    BusHandle connected{bus};
-    if (sd_bus_attach_event(bus, events, SD_EVENT_PRIORITY_NORMAL) < 0) {
-        return nullptr;
-    }
-    return connected;
-}
-
 bool readFlag(sd_bus_message* message) {
     int flag = 0; // the wire's booleans have the size of an int
     return sd_bus_message_read(message, "b", &flag) > 0 && flag != 0;
@@ -52,16 +29,10 @@ bool readFlag(sd_bus_message* message) {
 
 class LogindSystemEvents::Connection : public std::enable_shared_from_this<Connection> {
   public:
-    explicit Connection(pw_loop* loop) : events_{makeEvents()}, bus_{connectTo(events_.get())} {
-        if (!bus_) {
+    explicit Connection(pw_loop* loop) : bus_{loop, BusOnLoop::Which::system} {
+        if (!bus_.isConnected()) {
             return;
         }
-        source_ = pipewire::SourceHandle{
-            pipewire::addReader(
-                loop, sd_event_get_fd(events_.get()),
-                [](void* self, int, std::uint32_t) { static_cast<Connection*>(self)->dispatch(); },
-                this),
-            {loop}};
         follow(
             "PrepareForSleep", sleepSlot_, [](sd_bus_message* message, void* self, sd_bus_error*) {
                 static_cast<Connection*>(self)->prepareForSleep(readFlag(message));
@@ -77,20 +48,14 @@ class LogindSystemEvents::Connection : public std::enable_shared_from_this<Conne
             });
         followOwner();
         takeLock();
-        dispatch();
+        bus_.dispatch();
     }
 
-    [[nodiscard]] bool isConnected() const { return bus_ && source_; }
+    [[nodiscard]] bool isConnected() const { return bus_.isConnected(); }
     void setListener(std::weak_ptr<Listener> listener) { listener_ = std::move(listener); }
 
   private:
-    void dispatch() {
-        // Each run does one thing, without waiting for the next.
-        while (sd_event_run(events_.get(), 0) > 0) {
-        }
-    }
-
-    void follow(const char* signal, SlotHandle& keep, sd_bus_message_handler_t handler) {
+    void follow(const char* signal, BusSlot& keep, sd_bus_message_handler_t handler) {
         sd_bus_slot* slot = nullptr;
         if (sd_bus_match_signal_async(
                 bus_.get(), &slot, service, object, manager, signal, handler, nullptr, this) >= 0) {
@@ -177,13 +142,11 @@ class LogindSystemEvents::Connection : public std::enable_shared_from_this<Conne
         }
     }
 
-    EventHandle events_;
-    BusHandle bus_;
-    pipewire::SourceHandle source_;
-    SlotHandle sleepSlot_;
-    SlotHandle shutdownSlot_;
-    SlotHandle ownerSlot_;
-    SlotHandle lockSlot_;
+    BusOnLoop bus_;
+    BusSlot sleepSlot_;
+    BusSlot shutdownSlot_;
+    BusSlot ownerSlot_;
+    BusSlot lockSlot_;
     std::optional<FileDescriptor> lock_; ///< held while open
     std::uint64_t sleep_ = 0;
     std::weak_ptr<Listener> listener_;
