@@ -1,7 +1,10 @@
 #include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSystem.hpp"
 
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/Portal/CameraPortal.hpp"
 #include "DesktopDevices.hpp"
+#include "LinuxTests/BareBus.hpp"
+#include "LinuxTests/ScriptedCameraPortal.hpp"
 #include "MovieInspection.hpp"
 #include "Support/TemporaryFolder.hpp"
 #include "SyntheticMedia.hpp"
@@ -15,6 +18,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string_view>
 
 #include <poll.h>
 
@@ -142,6 +146,38 @@ TEST_F(PipeWireCaptureSystemTest, GrantsAccessWhileTheServerAnswers) {
     system.requestAccess(MediaType::audio, [&granted](bool answer) { granted = answer; });
     ASSERT_TRUE(runUntil([&granted] { return granted.has_value(); }));
     EXPECT_TRUE(*granted);
+}
+
+TEST_F(PipeWireCaptureSystemTest, InASandboxTheCameraNeedsThePortalsLeaveAndTheMicrophoneDoesNot) {
+    const test::BareBus bus;
+    test::ScriptedCameraPortal portal;
+    CameraPortal access{loop_, loop_.loop(), [](std::string_view) {
+                        }};
+    PipeWireCaptureSystem system{
+        loop_,
+        loop_.loop(),
+        pipewire::AudioServer::Options::ofThisSession(),
+        log_,
+        [](pipewire::AudioServerState) {},
+        &access};
+    ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
+    EXPECT_EQ(system.authorizationStatus(MediaType::video), AuthorizationStatus::notDetermined);
+    EXPECT_EQ(system.authorizationStatus(MediaType::audio), AuthorizationStatus::authorized);
+
+    std::optional<bool> microphone;
+    std::optional<bool> camera;
+    system.requestAccess(MediaType::audio, [&](bool granted) { microphone = granted; });
+    EXPECT_EQ(microphone, true);
+    system.requestAccess(MediaType::video, [&](bool granted) { camera = granted; });
+    ASSERT_TRUE(runUntil([&] {
+        portal.serve();
+        return !portal.requests().empty();
+    }));
+    EXPECT_FALSE(camera);
+    portal.respond(0);
+    ASSERT_TRUE(runUntil([&] { return camera.has_value(); }));
+    EXPECT_EQ(camera, true);
+    EXPECT_EQ(system.authorizationStatus(MediaType::video), AuthorizationStatus::authorized);
 }
 
 /// Not a test of its own: what the next test runs in a session whose server it takes away.

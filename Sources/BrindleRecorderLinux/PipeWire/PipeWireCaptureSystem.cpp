@@ -1,6 +1,7 @@
 #include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSystem.hpp"
 
 #include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSession.hpp"
+#include "BrindleRecorderLinux/Portal/CameraPortal.hpp"
 
 #include <algorithm>
 #include <utility>
@@ -21,13 +22,13 @@ find(const std::vector<CaptureDeviceInfo>& devices, const std::string& uniqueID)
 
 PipeWireCaptureSystem::PipeWireCaptureSystem(
     MainLoop& mainLoop, pw_loop* loop, pipewire::AudioServer::Options options, SystemLog& log,
-    StateListener stateChanged)
-    : mainLoop_{mainLoop}, log_{log}, server_{
-                                          mainLoop,
-                                          loop,
-                                          std::move(options),
-                                          {.changed = [this] { refresh(); },
-                                           .stateChanged = std::move(stateChanged)}} {}
+    StateListener stateChanged, CameraPortal* cameraPortal)
+    : mainLoop_{mainLoop}, log_{log}, cameraPortal_{cameraPortal},
+      server_{
+          mainLoop,
+          loop,
+          std::move(options),
+          {.changed = [this] { refresh(); }, .stateChanged = std::move(stateChanged)}} {}
 
 void PipeWireCaptureSystem::refresh() {
     const auto graph = server_.graph();
@@ -69,13 +70,21 @@ std::shared_ptr<CaptureSession> PipeWireCaptureSystem::makeSession() {
     return std::make_shared<PipeWireCaptureSession>(mainLoop_, log_);
 }
 
-AuthorizationStatus PipeWireCaptureSystem::authorizationStatus(MediaType /*mediaType*/) const {
+AuthorizationStatus PipeWireCaptureSystem::authorizationStatus(MediaType mediaType) const {
+    if (mediaType == MediaType::video && cameraPortal_ != nullptr &&
+        cameraPortal_->status() != AuthorizationStatus::authorized) {
+        return cameraPortal_->status();
+    }
     return server_.graph() ? AuthorizationStatus::authorized : AuthorizationStatus::denied;
 }
 
 void PipeWireCaptureSystem::requestAccess(
     MediaType mediaType, std::function<void(bool granted)> answer) {
-    answer(authorizationStatus(mediaType) == AuthorizationStatus::authorized);
+    if (mediaType == MediaType::video && cameraPortal_ != nullptr) {
+        cameraPortal_->requestAccess(std::move(answer));
+    } else {
+        answer(authorizationStatus(mediaType) == AuthorizationStatus::authorized);
+    }
 }
 
 } // namespace brindle

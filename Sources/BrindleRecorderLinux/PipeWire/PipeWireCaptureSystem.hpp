@@ -10,17 +10,22 @@
 
 namespace brindle {
 
+class CameraPortal;
+
 /// Outside a sandbox nobody is asked for access: a kind of device is authorised while the server
-/// can be reached, and denied while it cannot.
+/// can be reached, and denied while it cannot. Inside one the camera also needs the portal's leave;
+/// there is no such portal for microphones.
 class PipeWireCaptureSystem final : public CaptureSystem {
   public:
     using StateListener = std::function<void(pipewire::AudioServerState)>;
 
     /// Connects at once and keeps trying. `stateChanged` is called from the main loop, once for
     /// every change. `loop` is the loop that `mainLoop` runs; everything given must outlive this.
+    /// There is a camera portal inside a sandbox only.
     PipeWireCaptureSystem(
         MainLoop& mainLoop, pw_loop* loop, pipewire::AudioServer::Options options, SystemLog& log,
-        StateListener stateChanged = [](pipewire::AudioServerState) {});
+        StateListener stateChanged = [](pipewire::AudioServerState) {},
+        CameraPortal* cameraPortal = nullptr);
 
     [[nodiscard]] std::vector<CaptureDeviceInfo> discover(MediaType mediaType) const override;
     /// Nobody is preferred on this desktop beyond its default.
@@ -40,6 +45,7 @@ class PipeWireCaptureSystem final : public CaptureSystem {
 
     MainLoop& mainLoop_;
     SystemLog& log_;
+    CameraPortal* cameraPortal_;
     pipewire::DiscoveredDevices devices_;
     pipewire::ListenerList listeners_;
     pipewire::AudioServer server_;

@@ -15,11 +15,14 @@
 #include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSystem.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/Portal/CameraPortal.hpp"
+#include "BrindleRecorderLinux/Portal/Sandbox.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
 #include "BrindleRecorderLinux/SystemLog/SyslogSystemLog.hpp"
 #include "BrindleRecorderLinux/Time/BootClock.hpp"
 #include "BrindleRecorderLinux/Windows/DesktopWindowList.hpp"
 
+#include <memory>
 #include <optional>
 #include <string_view>
 
@@ -50,8 +53,14 @@ class RecorderServices::Implementation {
     const DesktopWindowList windows{processes, mainLoop.loop(), [this] {
                                         return audioObjects.graph();
                                     }};
+    const std::unique_ptr<CameraPortal> cameraPortal = makeCameraPortal();
     PipeWireCaptureSystem captureSystem{
-        mainLoop, mainLoop.loop(), pipewire::AudioServer::Options::ofThisSession(), systemLog};
+        mainLoop,
+        mainLoop.loop(),
+        pipewire::AudioServer::Options::ofThisSession(),
+        systemLog,
+        [](pipewire::AudioServerState) {},
+        cameraPortal.get()};
     LogindSystemEvents systemEvents{mainLoop.loop()};
     FFmpegMovieExporter exporter{mainLoop};
     JsonDefaultsStore defaults{
@@ -59,6 +68,16 @@ class RecorderServices::Implementation {
             log.diagnostic(line);
         }};
     SerialQueue captureSessionQueue{Recorder::sessionQueueLabel};
+
+    /// None outside a sandbox.
+    std::unique_ptr<CameraPortal> makeCameraPortal() {
+        if (!Sandbox::aroundThisProcess().exists()) {
+            return nullptr;
+        }
+        return std::make_unique<CameraPortal>(
+            mainLoop, mainLoop.loop(),
+            [this](std::string_view line) { log.both(EventLog::Level::info, line); });
+    }
 
     void noticeSound(pipewire::AudioServerState state) {
         if (soundNotice) {

@@ -1,0 +1,225 @@
+#include "BrindleRecorderLinux/Portal/CameraPortal.hpp"
+
+#include "BrindleRecorderApp/Uuid.hpp"
+#include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <utility>
+
+namespace brindle {
+
+namespace {
+
+constexpr const char* desktop = "org.freedesktop.portal.Desktop";
+constexpr const char* object = "/org/freedesktop/portal/desktop";
+constexpr const char* camera = "org.freedesktop.portal.Camera";
+constexpr std::uint32_t granted = 0;
+constexpr std::uint32_t refusedByTheUser = 1;
+
+/// A part of an object path that nobody can guess.
+std::string makeToken() {
+    std::string token = "brindle_" + randomUuid();
+    std::ranges::replace(token, '-', '_');
+    return token;
+}
+
+/// Where the portal puts the request of that connection (":1.42") with that token.
+std::string requestPath(std::string connection, const std::string& token) {
+    connection.erase(0, 1);
+    std::ranges::replace(connection, '.', '_');
+    return std::string{object} + "/request/" + connection + "/" + token;
+}
+
+} // namespace
+
+/// What is said between the portal and us: who it is, the request, its answer. Begins at once and
+/// tells of one decision.
+class CameraPortal::Conversation {
+  public:
+    using Decided = std::function<void(AuthorizationStatus status, std::string_view why)>;
+
+    Conversation(pw_loop* loop, Decided decided)
+        : decided_{std::move(decided)}, bus_{loop, BusOnLoop::Which::session} {
+        if (!bus_.isConnected()) {
+            end(AuthorizationStatus::denied, "there is no session bus");
+            return;
+        }
+        // However long it takes: who waits for us has a limit of their own.
+        sd_bus_set_method_call_timeout(bus_.get(), UINT64_MAX);
+        meet();
+        bus_.dispatch();
+    }
+
+  private:
+    using Step = void (Conversation::*)(sd_bus_message*);
+
+    template <Step step>
+    static int take(sd_bus_message* message, void* self, sd_bus_error* /*error*/) {
+        (static_cast<Conversation*>(self)->*step)(message);
+        return 0;
+    }
+
+    /// Any question would do that needs no user: it starts a portal that does not run yet, and the
+    /// answer tells its own name on the bus, and ours.
+    void meet() {
+        keep(call_, [this](sd_bus_slot** slot) {
+            return sd_bus_call_method_async(
+                bus_.get(), slot, desktop, object, "org.freedesktop.DBus.Properties", "Get",
+                &take<&Conversation::met>, this, "ss", camera, "IsCameraPresent");
+        });
+    }
+
+    void met(sd_bus_message* answer) {
+        const char* const sender = sd_bus_message_get_sender(answer);
+        const char* ownName = nullptr;
+        if (isError(answer, "it cannot be reached")) {
+            return;
+        }
+        if (sender == nullptr || sd_bus_get_unique_name(bus_.get(), &ownName) < 0) {
+            end(AuthorizationStatus::denied, "it has no name on the bus");
+            return;
+        }
+        portal_ = sender;
+        ask(ownName);
+    }
+
+    void ask(const std::string& ownName) {
+        const std::string token = makeToken();
+        path_ = requestPath(ownName, token);
+        // Before the question, since the answer may come at once. From the portal's own name only:
+        // its public one is not compared in messages that are sent to us alone.
+        keep(response_, [this](sd_bus_slot** slot) {
+            return sd_bus_match_signal_async(
+                bus_.get(), slot, portal_.c_str(), path_.c_str(), "org.freedesktop.portal.Request",
+                "Response", &take<&Conversation::answered>, nullptr, this);
+        });
+        keep(owner_, [this](sd_bus_slot** slot) {
+            return sd_bus_add_match_async(
+                bus_.get(), slot,
+                "type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',"
+                "member='NameOwnerChanged',arg0='org.freedesktop.portal.Desktop'",
+                &take<&Conversation::ownerChanged>, nullptr, this);
+        });
+        keep(call_, [&](sd_bus_slot** slot) {
+            return sd_bus_call_method_async(
+                bus_.get(), slot, portal_.c_str(), object, camera, "AccessCamera",
+                &take<&Conversation::taken>, this, "a{sv}", 1, "handle_token", "s", token.c_str());
+        });
+    }
+
+    void taken(sd_bus_message* answer) {
+        const char* handle = nullptr;
+        if (isError(answer, "it does not take the request")) {
+            return;
+        }
+        if (sd_bus_message_read(answer, "o", &handle) <= 0 || path_ != handle) {
+            end(AuthorizationStatus::denied, "it takes the request for another one");
+        }
+    }
+
+    void answered(sd_bus_message* message) {
+        std::uint32_t response = 0;
+        if (sd_bus_message_read(message, "u", &response) <= 0) {
+            end(AuthorizationStatus::denied, "its answer cannot be read");
+        } else if (response == granted) {
+            end(AuthorizationStatus::authorized, "the camera may be used");
+        } else if (response == refusedByTheUser) {
+            end(AuthorizationStatus::denied, "the user refuses the camera");
+        } else {
+            end(AuthorizationStatus::denied, "the request has ended without an answer");
+        }
+    }
+
+    void ownerChanged(sd_bus_message* message) {
+        const char* name = nullptr;
+        const char* before = nullptr;
+        const char* after = nullptr;
+        if (sd_bus_message_read(message, "sss", &name, &before, &after) > 0 && portal_ == before) {
+            end(AuthorizationStatus::denied, "it has gone before it answered");
+        }
+    }
+
+    bool isError(sd_bus_message* answer, std::string_view what) {
+        const sd_bus_error* const error = sd_bus_message_get_error(answer);
+        if (error == nullptr) {
+            return false;
+        }
+        end(AuthorizationStatus::denied, std::string{what} + " (" + error->name + ")");
+        return true;
+    }
+
+    template <class Begin>
+    void keep(BusSlot& place, const Begin& begin) {
+        sd_bus_slot* slot = nullptr;
+        if (begin(&slot) >= 0) {
+            place.reset(slot);
+        } else {
+            end(AuthorizationStatus::denied, "the session bus is gone");
+        }
+    }
+
+    void end(AuthorizationStatus status, std::string_view why) {
+        call_.reset();
+        response_.reset();
+        owner_.reset();
+        if (const auto decided = std::exchange(decided_, nullptr)) {
+            decided(status, why);
+        }
+    }
+
+    Decided decided_;
+    BusOnLoop bus_;
+    std::string portal_; ///< its unique name
+    std::string path_;   ///< of the request
+    BusSlot call_;
+    BusSlot response_;
+    BusSlot owner_;
+};
+
+CameraPortal::CameraPortal(
+    MainLoop& mainLoop, pw_loop* loop, Log log, std::chrono::nanoseconds patience)
+    : mainLoop_{mainLoop}, loop_{loop}, log_{std::move(log)}, patience_{patience} {}
+
+CameraPortal::~CameraPortal() = default;
+
+void CameraPortal::requestAccess(Answer answer) {
+    waiting_.push_back(std::move(answer));
+    if (!conversation_) {
+        beginConversation();
+    } else if (!patienceTimer_) {
+        answerAll();
+    }
+}
+
+void CameraPortal::beginConversation() {
+    patienceTimer_ = mainLoop_.after(patience_, [this] { patienceIsOver(); });
+    conversation_ = std::make_unique<Conversation>(
+        loop_, [this](AuthorizationStatus status, std::string_view why) { decided(status, why); });
+}
+
+void CameraPortal::decided(AuthorizationStatus status, std::string_view why) {
+    status_ = status;
+    log_("camera portal: " + std::string{why});
+    patienceTimer_.reset();
+    answerAll();
+}
+
+void CameraPortal::patienceIsOver() {
+    patienceTimer_.reset();
+    log_("camera portal: no answer yet; going on without the camera");
+    answerAll();
+}
+
+void CameraPortal::answerAll() {
+    // Not from within the bus or from within the question: whoever is answered may do anything.
+    mainLoop_.post([answers = std::exchange(waiting_, {}),
+                    isGranted = status_ == AuthorizationStatus::authorized] {
+        for (const Answer& answer : answers) {
+            answer(isGranted);
+        }
+    });
+}
+
+} // namespace brindle

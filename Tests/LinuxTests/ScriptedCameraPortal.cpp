@@ -1,0 +1,125 @@
+#include "LinuxTests/ScriptedCameraPortal.hpp"
+
+#include <algorithm>
+#include <array>
+#include <stdexcept>
+#include <string_view>
+
+namespace brindle::test {
+
+namespace {
+
+constexpr const char* object = "/org/freedesktop/portal/desktop";
+constexpr const char* camera = "org.freedesktop.portal.Camera";
+constexpr const char* requestInterface = "org.freedesktop.portal.Request";
+
+void require(int result, const char* what) {
+    if (result < 0) {
+        throw std::runtime_error{std::string{"scripted camera portal: "} + what};
+    }
+}
+
+using Message = std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)>;
+
+void send(sd_bus* bus, const std::string& path, std::uint32_t response, const char* destination) {
+    sd_bus_message* made = nullptr;
+    require(
+        sd_bus_message_new_signal(bus, &made, path.c_str(), requestInterface, "Response"),
+        "no signal");
+    const Message message{made, &sd_bus_message_unref};
+    require(sd_bus_message_append(made, "ua{sv}", response, 0), "no signal");
+    require(
+        destination == nullptr ? sd_bus_send(bus, made, nullptr)
+                               : sd_bus_send_to(bus, made, destination, nullptr),
+        "no signal");
+    require(sd_bus_flush(bus), "no signal");
+}
+
+std::string tokenOf(sd_bus_message* call) {
+    const char* token = "";
+    const char* key = nullptr;
+    require(sd_bus_message_enter_container(call, 'a', "{sv}"), "no options");
+    require(sd_bus_message_enter_container(call, 'e', "sv"), "no options");
+    require(sd_bus_message_read(call, "sv", &key, "s", &token), "no token");
+    return std::string_view{key} == "handle_token" ? token : "";
+}
+
+} // namespace
+
+ScriptedCameraPortal::ScriptedCameraPortal(Manner manner) : manner_{manner} {
+    static const std::array<sd_bus_vtable, 4> table{{
+        SD_BUS_VTABLE_START(0),
+        SD_BUS_PROPERTY("IsCameraPresent", "b", &ScriptedCameraPortal::isCameraPresent, 0, 0),
+        SD_BUS_METHOD(
+            "AccessCamera", "a{sv}", "o", &ScriptedCameraPortal::accessCamera,
+            SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_VTABLE_END,
+    }};
+    sd_bus* bus = nullptr;
+    require(sd_bus_open_user(&bus), "no bus");
+    bus_.reset(bus);
+    require(
+        sd_bus_add_object_vtable(bus, nullptr, object, camera, table.data(), this), "no object");
+    require(sd_bus_request_name(bus, "org.freedesktop.portal.Desktop", 0), "the name is taken");
+}
+
+int ScriptedCameraPortal::isCameraPresent(
+    sd_bus* /*bus*/, const char* /*path*/, const char* /*interface*/, const char* /*property*/,
+    sd_bus_message* reply, void* self, sd_bus_error* /*error*/) {
+    ++static_cast<ScriptedCameraPortal*>(self)->questions_;
+    return sd_bus_message_append(reply, "b", 1);
+}
+
+int ScriptedCameraPortal::accessCamera(sd_bus_message* call, void* self, sd_bus_error* error) {
+    return static_cast<ScriptedCameraPortal*>(self)->take(call, error);
+}
+
+int ScriptedCameraPortal::take(sd_bus_message* call, sd_bus_error* error) {
+    ++questions_;
+    const std::string asker = sd_bus_message_get_sender(call);
+    std::string sender = asker.substr(1);
+    std::ranges::replace(sender, '.', '_');
+    const std::string path = std::string{object} + "/request/" + sender + "/" + tokenOf(call);
+    requests_.push_back({.asker = asker, .path = path});
+    switch (manner_) {
+    case Manner::refusesRequests:
+        return sd_bus_error_set(
+            error, "org.freedesktop.portal.Error.NotAllowed", "cameras are disabled here");
+    case Manner::doesNotReply:
+        return 1;
+    case Manner::takesForAnotherOne:
+        return sd_bus_reply_method_return(
+            call, "o", "/org/freedesktop/portal/desktop/request/1_1/somebody_elses");
+    case Manner::answersBeforeTaking:
+        respond(0);
+        break;
+    case Manner::answersWithoutNumber:
+        require(
+            sd_bus_emit_signal(
+                bus_.get(), path.c_str(), requestInterface, "Response", "s", "granted"),
+            "no signal");
+        break;
+    case Manner::takesRequests:
+        break;
+    }
+    return sd_bus_reply_method_return(call, "o", path.c_str());
+}
+
+void ScriptedCameraPortal::serve() {
+    while (sd_bus_process(bus_.get(), nullptr) > 0) {
+    }
+}
+
+void ScriptedCameraPortal::respond(std::uint32_t response) {
+    send(bus_.get(), requests_.at(0).path, response, nullptr);
+}
+
+void respondAsAnImpostor(const ScriptedCameraPortal::Request& request, std::uint32_t response) {
+    sd_bus* bus = nullptr;
+    require(sd_bus_open_user(&bus), "no bus");
+    send(bus, request.path, response, nullptr);
+    send(bus, request.path, response, request.asker.c_str());
+    sd_bus_flush_close_unref(bus);
+}
+
+} // namespace brindle::test

@@ -1,0 +1,64 @@
+// A camera portal on the session bus that does what a test says.
+#pragma once
+
+#include <systemd/sd-bus.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace brindle::test {
+
+/// Serves while `serve` is called. Destroyed, it is gone from the bus.
+class ScriptedCameraPortal {
+  public:
+    enum class Manner {
+        takesRequests,
+        refusesRequests,
+        doesNotReply,         ///< to a request; nothing is asked of the user either
+        answersBeforeTaking,  ///< "granted", and only then the reply to the request
+        takesForAnotherOne,   ///< replies with a handle that nobody asked for
+        answersWithoutNumber, ///< an answer of another form
+    };
+
+    /// Throws std::runtime_error when there is no bus, or when another one serves already.
+    explicit ScriptedCameraPortal(Manner manner = Manner::takesRequests);
+    ScriptedCameraPortal(const ScriptedCameraPortal&) = delete;
+    ScriptedCameraPortal& operator=(const ScriptedCameraPortal&) = delete;
+
+    /// Answers what has been asked. Never waits.
+    void serve();
+
+    struct Request {
+        std::string asker; ///< unique name
+        std::string path;
+    };
+    /// Every request for the camera that has been made.
+    [[nodiscard]] const std::vector<Request>& requests() const { return requests_; }
+    /// How often anything was asked.
+    [[nodiscard]] int questions() const { return questions_; }
+
+    /// What the user says to the first request.
+    void respond(std::uint32_t response);
+
+  private:
+    static int isCameraPresent(
+        sd_bus* bus, const char* path, const char* interface, const char* property,
+        sd_bus_message* reply, void* self, sd_bus_error* error);
+    static int accessCamera(sd_bus_message* call, void* self, sd_bus_error* error);
+    int take(sd_bus_message* call, sd_bus_error* error);
+
+    struct Closer {
+        void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
+    };
+    Manner manner_;
+    std::unique_ptr<sd_bus, Closer> bus_;
+    std::vector<Request> requests_;
+    int questions_ = 0;
+};
+
+/// The same signal from somebody who is no portal: to everybody, and to the asker alone.
+void respondAsAnImpostor(const ScriptedCameraPortal::Request& request, std::uint32_t response);
+
+} // namespace brindle::test
