@@ -396,6 +396,17 @@ TEST(CallDetector, LearnsTheMeetingOfABrowserCallWithoutAnEvent) {
     EXPECT_EQ(detector.phase(), CallDetector::Phase::recording(learned, "chrome#1", false));
 }
 
+TEST(CallDetector, LearnsByATickTheMeetingThatShowedWhileTheQuestionWaited) {
+    CallDetector detector = askingDetector();
+    detector.update({chrome}, at(0));
+    detector.update({chrome}, at(20));
+    detector.update({chromeInMeeting}, at(25));
+    detector.answer("chrome#1", true);
+    ASSERT_EQ(inWords(detector.phase()), "recording chrome#1");
+    EXPECT_EQ(inWords(detector.tick(at(26))), "nothing");
+    EXPECT_EQ(inWords(detector.phase()), "recording chrome#1 meet.google.com");
+}
+
 TEST(CallDetector, KeepsTheMeetingThatItLearnedFirst) {
     CallDetector detector{CallDetectorConfig{}};
     const MicUser inAnotherMeeting{"com.google.Chrome", 300, Titles{"Jitsi Meet"}};
@@ -730,6 +741,13 @@ std::function<void(CallDetector&)> prepareUpdate(Snapshot snapshot, bool ask = f
     };
 }
 
+/// The latest snapshot shows a site, of a family that was switched off when it came in.
+void prepareSiteUnseen(CallDetector& detector) {
+    detector.config.disabledFamilies = {"chrome"};
+    detector.update({chromeInMeeting}, at(30));
+    detector.config.disabledFamilies = {};
+}
+
 std::function<std::string(CallDetector&)> pullUpdate(Snapshot snapshot, double seconds) {
     return [snapshot, seconds](CallDetector& detector) {
         return inWords(detector.update(snapshot, at(seconds)));
@@ -764,6 +782,7 @@ const Trigger triggers[] = {
     {"not eligible yet", prepareUpdate({zoom}), pullUpdate({zoom}, 34.999)},
     {"not eligible yet by tick", prepareUpdate({zoom}), pullTick(34.999)},
     {"a site shows", prepareNothing, pullUpdate({chromeInMeeting}, 30)},
+    {"a site shows by tick", prepareSiteUnseen, pullTick(31)},
     {"another family's site shows", prepareNothing, pullUpdate({safariInMeeting}, 30)},
     {"call gone", prepareUpdate({}), pullUpdate({}, 50)},
     {"call gone by tick", prepareUpdate({}), pullTick(50)},
@@ -799,6 +818,7 @@ const Transition transitions[] = {
     {"recording chrome#1", "call gone", "idle", "stop chrome#1"},
     {"recording chrome#1", "call gone by tick", "idle", "stop chrome#1"},
     {"recording chrome#1", "a site shows", "recording chrome#1 meet.google.com", "nothing"},
+    {"recording chrome#1", "a site shows by tick", "recording chrome#1 meet.google.com", "nothing"},
     {"recording chrome#1", "manual stop, call goes on", "suppressed", "stop chrome#1"},
     {"recording chrome#1", "manual stop, no call", "idle", "stop chrome#1"},
     {"manual recording manual#1", "manual stop, call goes on", "suppressed", "stop manual#1"},
