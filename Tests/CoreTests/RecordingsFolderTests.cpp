@@ -94,6 +94,20 @@ TEST(RecordingsFolder, EveryVisibleFileCounts) {
     EXPECT_EQ(folder.totalSizeBytes(disk), 9);
 }
 
+TEST(RecordingsFolder, OnARealDiskCountsOnlyVisibleFilesDirectlyInside) {
+    const test::TemporaryFolder temporary;
+    const RecordingsFolder recordings{temporary.path()};
+    PosixFileManager disk;
+    EXPECT_EQ(recordings.totalSizeBytes(disk), 0) << "empty";
+    ASSERT_TRUE(disk.createSyncedFile(recordings.root / ".hidden", "12345"));
+    EXPECT_EQ(recordings.totalSizeBytes(disk), 0) << "only a hidden file";
+    ASSERT_TRUE(disk.createDirectory(recordings.root / "sub"));
+    ASSERT_TRUE(disk.createSyncedFile(recordings.root / "sub" / "inner.mov", "12345"));
+    EXPECT_EQ(recordings.totalSizeBytes(disk), 0) << "a folder and what is in it";
+    ASSERT_TRUE(disk.createSyncedFile(recordings.movURL("x"), "123"));
+    EXPECT_EQ(recordings.totalSizeBytes(disk), 3);
+}
+
 TEST(RecordingsFolder, SizesBeyondFourGigabytesAddUp) {
     InMemoryFileManager disk;
     for (const char* name : {"a", "b", "c"}) {
