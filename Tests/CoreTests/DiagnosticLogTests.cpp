@@ -166,6 +166,15 @@ TYPED_TEST(DiagnosticLogOn, LinesOfAnEarlierRunAreKept) {
     EXPECT_EQ(this->read(this->log_.fileURL()), "an earlier run\n" + this->line_);
 }
 
+TEST(DiagnosticLog, WritesTheTimeOfTheUsersZone) {
+    const test::EnvironmentVariable zone{"TZ", "Asia/Kathmandu"};
+    InMemoryFileManager disk;
+    DiagnosticLog log{"/logs", "recorder.log", 1'000, disk};
+    log.log("message", night);
+    log.flush();
+    EXPECT_EQ(disk.contents("/logs/recorder.log"), "2026-11-15T08:21:31.123+05:45 message\n");
+}
+
 TEST(DiagnosticLog, IsPrivateToTheUser) {
     const test::TemporaryFolder temporary;
     PosixFileManager files;

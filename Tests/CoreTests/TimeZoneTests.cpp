@@ -1,0 +1,96 @@
+#include "BrindleRecorderCore/TimeZone.hpp"
+
+#include "BrindleRecorderCore/InternetDateTime.hpp"
+
+#include "Support/EnvironmentVariable.hpp"
+
+#include <gtest/gtest.h>
+
+namespace brindle {
+namespace {
+
+using namespace std::chrono_literals;
+using test::EnvironmentVariable;
+
+Date date(const char* text) {
+    return *InternetDateTime::parse(text);
+}
+
+const Date piDay = date("2025-03-14T09:30:12Z");
+
+TEST(TimeZone, OfTheUserIsTheOneThatTheEnvironmentNames) {
+    for (const char* name : {"Asia/Kathmandu", ":Asia/Kathmandu"}) {
+        const EnvironmentVariable variable{"TZ", name};
+        EXPECT_EQ(TimeZone::current().offsetAt(piDay), 5h + 45min) << name;
+    }
+    for (const char* name : {"UTC", ":Etc/UTC"}) {
+        const EnvironmentVariable variable{"TZ", name};
+        EXPECT_TRUE(TimeZone::current().isUtc()) << name;
+    }
+}
+
+TEST(TimeZone, OfTheUserIsTheMachinesWhereTheEnvironmentNamesNone) {
+    const auto currentWith = [](const std::optional<std::string>& value) {
+        const EnvironmentVariable variable{"TZ", value};
+        return TimeZone::current();
+    };
+    const TimeZone machine = currentWith(std::nullopt);
+    for (const char* useless : {"", ":", "Nowhere/At All"}) {
+        const TimeZone zone = currentWith(useless);
+        EXPECT_EQ(zone.isUtc(), machine.isUtc()) << useless;
+        EXPECT_EQ(zone.offsetAt(piDay), machine.offsetAt(piDay)) << useless;
+    }
+}
+
+TEST(TimeZone, KnowsUtcByEachOfItsNames) {
+    for (const char* name :
+         {"UTC", "Etc/UTC", "Etc/UCT", "Etc/Zulu", "UCT", "Zulu", "Universal", "Etc/Universal"}) {
+        const auto zone = TimeZone::named(name);
+        ASSERT_TRUE(zone) << name;
+        EXPECT_TRUE(zone->isUtc()) << name;
+    }
+    EXPECT_FALSE(TimeZone::named("Europe/London")->isUtc()) << "not even in winter";
+}
+
+TEST(TimeZone, AnUnknownNameIsNoZone) {
+    for (const char* name : {"", "Nowhere/At All", "asia/kathmandu", "+01:00"}) {
+        EXPECT_FALSE(TimeZone::named(name)) << name;
+    }
+}
+
+TEST(TimeZone, ChangesToSummerTimeAndBackAtTheSecond) {
+    const TimeZone berlin = *TimeZone::named("Europe/Berlin");
+    EXPECT_EQ(berlin.offsetAt(date("2025-03-30T00:59:59Z")), 1h);
+    EXPECT_EQ(berlin.offsetAt(date("2025-03-30T01:00:00Z")), 2h);
+    EXPECT_EQ(berlin.offsetAt(date("2025-10-26T00:59:59Z")), 2h);
+    EXPECT_EQ(berlin.offsetAt(date("2025-10-26T01:00:00Z")), 1h);
+}
+
+TEST(TimeZone, ShowsEveryFieldOfClockAndCalendar) {
+    const LocalTime nextDay{
+        .year = 2025,
+        .month = 1,
+        .day = 1,
+        .hour = 2,
+        .minute = 30,
+        .second = 59,
+        .weekday = 3,
+        .fraction = 123'456'789ns};
+    EXPECT_EQ(
+        TimeZone::named("Asia/Kathmandu")
+            ->localTimeAt(date("2024-12-31T20:45:59Z") + 123'456'789ns),
+        nextDay);
+    const LocalTime beforeTheEpoch{
+        .year = 1969,
+        .month = 12,
+        .day = 31,
+        .hour = 23,
+        .minute = 59,
+        .second = 59,
+        .weekday = 3,
+        .fraction = 999'999'999ns};
+    EXPECT_EQ(TimeZone::utc().localTimeAt(Date{} - 1ns), beforeTheEpoch);
+}
+
+} // namespace
+} // namespace brindle
