@@ -113,7 +113,7 @@ TEST_F(AppModelDetection, AsksForTheDevicesAfterTheRepair) {
     exporter().script().finishAtOnce = false;
     launch();
     EXPECT_EQ(loop().pendingTimers(), 3U) << "watches while it repairs";
-    EXPECT_EQ(capture.waitingAccessQuestions(MediaType::video), 0U);
+    ASSERT_EQ(capture.waitingAccessQuestions(MediaType::video), 0U);
     exporter().finish();
     settle();
     EXPECT_EQ(capture.waitingAccessQuestions(MediaType::video), 1U);

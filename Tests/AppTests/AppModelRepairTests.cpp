@@ -208,7 +208,7 @@ TEST_F(AppModelRepair, ACallIsRecordedWhileTheRepairGoesOn) {
     launch();
     zoomTakesTheMicrophone();
     runFor(5s);
-    EXPECT_THAT(captured, SizeIs(1));
+    ASSERT_THAT(captured, SizeIs(1));
     exporter().finish();
     settle();
     EXPECT_THAT(folderContents(), Contains("b.mp4"));
