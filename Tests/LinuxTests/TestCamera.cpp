@@ -62,8 +62,14 @@ class TestCamera::Implementation {
         pw_thread_loop_start(loop_.get());
     }
 
-    // The loop comes to rest before anything that runs on it goes.
-    ~Implementation() { pw_thread_loop_stop(loop_.get()); }
+    // The stream comes to rest while its loop runs, and the loop before anything that runs on it
+    // goes.
+    ~Implementation() {
+        pw_thread_loop_lock(loop_.get());
+        pw_stream_disconnect(stream_.get());
+        pw_thread_loop_unlock(loop_.get());
+        pw_thread_loop_stop(loop_.get());
+    }
 
     void freeze() { frozen_ = true; }
     [[nodiscard]] int delivered() const { return delivered_; }

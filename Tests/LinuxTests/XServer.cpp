@@ -165,8 +165,11 @@ std::vector<xcb_window_t> XClient::listed() const {
     std::vector<xcb_window_t> windows(
         static_cast<std::size_t>(xcb_get_property_value_length(reply.get())) /
         sizeof(xcb_window_t));
-    std::memcpy(
-        windows.data(), xcb_get_property_value(reply.get()), windows.size() * sizeof(xcb_window_t));
+    if (!windows.empty()) {
+        std::memcpy(
+            windows.data(), xcb_get_property_value(reply.get()),
+            windows.size() * sizeof(xcb_window_t));
+    }
     return windows;
 }
 

@@ -178,11 +178,21 @@ CaptureConnection::Implementation::Implementation(Devices devices, Handlers hand
     : devices_{std::move(devices)}, handlers_{std::move(handlers)} {}
 
 CaptureConnection::Implementation::~Implementation() {
-    if (loop_) {
-        pw_thread_loop_stop(loop_.get());
+    if (!loop_) {
+        return;
     }
-    // Nothing that the objects do while they go is news.
-    failed_ = true;
+    {
+        const LoopLock lock{loop_.get()};
+        // Nothing that the objects do while they go is news.
+        failed_ = true;
+        arrivals_.clear();
+        // While the loop runs, its thread alone calls us. Once it has stopped, the library's thread
+        // for data would, even in the middle of our going.
+        for (CaptureStream* stream : streams()) {
+            stream->disconnect();
+        }
+    }
+    pw_thread_loop_stop(loop_.get());
 }
 
 Expected<void, PlatformError> CaptureConnection::Implementation::start() {
