@@ -76,7 +76,7 @@ void makeRecording(const std::filesystem::path& path, const std::string& extraOp
                                    : "";
     ASSERT_EQ(
         run("ffmpeg -nostdin -v error -f lavfi -i testsrc2=size=320x180:rate=30 "
-            "-f lavfi -i sine=frequency=440:sample_rate=48000 -t 20 -c:v libx264 "
+            "-f lavfi -i sine=frequency=440:sample_rate=48000 -t 30 -c:v libx264 "
             "-preset ultrafast -b:v 1500k -bf 0 -g 60 -pix_fmt yuv420p -c:a aac -b:a 96k " +
             layout + extraOptions + " " + path.string()),
         "");

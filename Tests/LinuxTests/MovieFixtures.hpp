@@ -50,7 +50,7 @@ void writeFile(const std::filesystem::path& path, const Bytes& bytes);
 /// it failed; so nothing when it was content.
 std::string run(const std::string& command);
 
-/// A movie of 20 s, 30 pictures a second with a key frame every 2 s and a tone, one fragment every
+/// A movie of 30 s, 30 pictures a second with a key frame every 2 s and a tone, one fragment every
 /// 5 s, as recordings are. `extraOptions` are the command's, for the output.
 void makeRecording(const std::filesystem::path& path, const std::string& extraOptions = {});
 
