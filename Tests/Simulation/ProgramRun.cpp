@@ -48,8 +48,14 @@ ProgramRun::ProgramRun(Scene& scene, const Desktop& desktop)
           .disk = disk_,
           .mainLoop = mainLoop_,
           .programRecords =
-              [this] {
-                  return model_ && !scene_.asleep && model_->sessionState.get().isRecording();
+              [this](const std::string& room) {
+                  if (!model_ || scene_.asleep) {
+                      return false;
+                  }
+                  // A call that was stopped may still be closing its file when the next is
+                  // recorded.
+                  const SessionState& state = model_->sessionState.get();
+                  return state.isRecording() && state.roomCode() == room;
               },
           .sessionRecords = [this] { return model_ && model_->sessionState.get().isRecording(); },
           .roomOf =

@@ -125,7 +125,7 @@ void SimulatedOutput::noteFailure(const char* what) {
 }
 
 void SimulatedOutput::meetFate(Fate fate) {
-    const bool mustShow = context_->programRecords();
+    const bool mustShow = context_->programRecords(segment().room);
     switch (fate) {
     case Fate::stalls:
         captured_ = recordedDuration();

@@ -33,8 +33,9 @@ struct CaptureContext {
     Scene& scene;
     SimulatedDisk& disk;
     MainLoop& mainLoop;
-    /// Whether the program means to record at the moment, and nobody has asked for an end.
-    std::function<bool()> programRecords;
+    /// Whether the program means to record that room at the moment, and nobody has asked for an
+    /// end.
+    std::function<bool(const std::string& room)> programRecords;
     /// Whether the session records, which is also so on the way into sleep.
     std::function<bool()> sessionRecords;
     /// The room that the sidecar of that base name tells.
