@@ -50,8 +50,10 @@ std::vector<std::uint32_t> numbersOf(const Property& property) {
     }
     std::vector<std::uint32_t> numbers(
         static_cast<std::size_t>(xcb_get_property_value_length(property.get())) / bytesPerItem);
-    std::memcpy(
-        numbers.data(), xcb_get_property_value(property.get()), numbers.size() * bytesPerItem);
+    if (!numbers.empty()) { // otherwise there is nowhere to copy to
+        std::memcpy(
+            numbers.data(), xcb_get_property_value(property.get()), numbers.size() * bytesPerItem);
+    }
     return numbers;
 }
 
