@@ -108,9 +108,13 @@ Seconds DetectionOracle::slack(const Moment& moment) const {
 }
 
 void DetectionOracle::block(const Moment& moment) {
-    // While it does not look, the program cannot know which call it is that the user refuses.
-    surelyBlocked_ =
-        !moment.asleep && watchingSince_ && *watchingSince_ < moment.now && !moment.holders.empty();
+    // The program knows which call it is that the user refuses only when it has looked since the
+    // call began, or since the user has made a call of it by a setting.
+    const bool wasLookedAt = std::ranges::any_of(present_, [&](const auto& entry) {
+        return secondsBetween(entry.second.since, moment.now) > slack(moment);
+    });
+    surelyBlocked_ = !moment.asleep && watchingSince_ && *watchingSince_ < moment.now &&
+                     !moment.holders.empty() && wasLookedAt;
     perhapsBlocked_ = lastHeld_ && secondsBetween(*lastHeld_, moment.now) < slack(moment);
 }
 
