@@ -8,13 +8,14 @@
 
 namespace brindle::simulation {
 
-/// The diagnostic log's lines become a part of the history.
+/// The diagnostic log's lines become a part of the history, and tell which movie is being ended.
 class ProgramRun::LogToHistory final : public test::ForwardingFileManager {
   public:
     explicit LogToHistory(Scene& scene) : ForwardingFileManager{scene.logFiles}, scene_{scene} {}
 
     Expected<void, FileError>
     appendToFile(const std::filesystem::path& /*path*/, std::string_view contents) override {
+        noteEnding(contents);
         constexpr std::size_t timeSize = 30;
         if (scene_.keepsHistory()) {
             const auto message = contents.find(' ');
@@ -27,6 +28,16 @@ class ProgramRun::LogToHistory final : public test::ForwardingFileManager {
     }
 
   private:
+    void noteEnding(std::string_view line) {
+        constexpr std::string_view ending = "end recording: ";
+        const auto found = line.find(ending);
+        if (found == std::string_view::npos) {
+            return;
+        }
+        const std::string_view rest = line.substr(found + ending.size());
+        scene_.ending.emplace(rest.substr(0, rest.find(' ')));
+    }
+
     Scene& scene_;
 };
 

@@ -103,6 +103,7 @@ struct Scene {
 
     // --- The account ---
     std::vector<Segment> segments;
+    std::set<std::string> ending;  ///< base names of the movies that the program was told to end
     std::set<std::string> touched; ///< base names whose files changed since last looked at
     bool asleep = false;           ///< from the announcement to the waking
     int writing = 0;               ///< movie files being written now

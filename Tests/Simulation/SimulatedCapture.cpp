@@ -125,7 +125,8 @@ void SimulatedOutput::noteFailure(const char* what) {
 }
 
 void SimulatedOutput::meetFate(Fate fate) {
-    const bool mustShow = context_->programRecords(segment().room);
+    const bool mustShow = !context_->scene.ending.contains(segment().baseName) &&
+                          context_->programRecords(segment().room);
     switch (fate) {
     case Fate::stalls:
         captured_ = recordedDuration();
