@@ -78,16 +78,22 @@ void DetectionOracle::follow(const Moment& moment) {
         if (!quietSince_) {
             quietSince_ = moment.now;
         }
-        const Seconds quiet = secondsBetween(*quietSince_, moment.now);
-        if (quiet >= goneAfter - rounding) {
-            surelyBlocked_ = false;
-        }
         if (seenQuietFor(moment) >= goneAfter + slack(moment)) {
             perhapsBlocked_ = false;
         }
     } else {
         quietSince_.reset();
         lastHeld_ = moment.now;
+    }
+    // Who came and went between two looks may not have been seen.
+    if (!moment.holders.empty() && wasLookedAt(moment)) {
+        perhapsQuietSince_.reset();
+    } else if (!perhapsQuietSince_) {
+        perhapsQuietSince_ = moment.now;
+    }
+    if (perhapsQuietSince_ &&
+        secondsBetween(*perhapsQuietSince_, moment.now) >= goneAfter - rounding) {
+        surelyBlocked_ = false;
     }
     if (moment.asksFirst != asksFirst_) {
         asksFirst_ = moment.asksFirst;
@@ -107,14 +113,18 @@ Seconds DetectionOracle::slack(const Moment& moment) const {
     return slow ? slowSlack : usualSlack;
 }
 
+/// Whether somebody has held the microphone for so long that the program must have seen it.
+bool DetectionOracle::wasLookedAt(const Moment& moment) const {
+    return std::ranges::any_of(present_, [&](const auto& entry) {
+        return secondsBetween(entry.second.since, moment.now) > slack(moment);
+    });
+}
+
 void DetectionOracle::block(const Moment& moment) {
     // The program knows which call it is that the user refuses only when it has looked since the
     // call began, or since the user has made a call of it by a setting.
-    const bool wasLookedAt = std::ranges::any_of(present_, [&](const auto& entry) {
-        return secondsBetween(entry.second.since, moment.now) > slack(moment);
-    });
     surelyBlocked_ = !moment.asleep && watchingSince_ && *watchingSince_ < moment.now &&
-                     !moment.holders.empty() && wasLookedAt;
+                     !moment.holders.empty() && wasLookedAt(moment);
     perhapsBlocked_ = lastHeld_ && secondsBetween(*lastHeld_, moment.now) < slack(moment);
 }
 

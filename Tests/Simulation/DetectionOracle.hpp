@@ -55,6 +55,7 @@ class DetectionOracle {
 
     void follow(const Moment& moment);
     [[nodiscard]] Seconds seenQuietFor(const Moment& moment) const;
+    [[nodiscard]] bool wasLookedAt(const Moment& moment) const;
     [[nodiscard]] Seconds slack(const Moment& moment) const;
     [[nodiscard]] bool mayBegin(const Moment& moment) const;
     [[nodiscard]] std::optional<std::string> judgeClicks(const Moment& moment) const;
@@ -65,6 +66,7 @@ class DetectionOracle {
 
     std::optional<Date> watchingSince_;
     std::map<std::string, Presence> present_;
+    std::optional<Date> perhapsQuietSince_;
     std::optional<Date> quietSince_; ///< nobody holds the microphone
     /// Likewise, for all that the program can tell: it misses who comes and goes while it sleeps.
     std::optional<Date> looksQuietSince_;
