@@ -69,10 +69,11 @@ void DetectionOracle::follow(const Moment& moment) {
     std::erase_if(present_, [&](const auto& entry) {
         return secondsBetween(entry.second.lastSeen, moment.now) > looksEvery;
     });
-    if (!moment.holders.empty() && !moment.asleep) {
+    if (moment.holders.empty()) {
+        looksQuietSince_ = looksQuietSince_.value_or(moment.now);
+    } else if (!moment.asleep && wasHeldFor(looksEvery, moment)) {
+        // Not before: whom a setting made a user of the microphone is seen at the next look.
         looksQuietSince_.reset();
-    } else if (moment.holders.empty() && !looksQuietSince_) {
-        looksQuietSince_ = moment.now;
     }
     if (moment.holders.empty()) {
         if (!quietSince_) {
@@ -86,7 +87,7 @@ void DetectionOracle::follow(const Moment& moment) {
         lastHeld_ = moment.now;
     }
     // Who came and went between two looks may not have been seen.
-    if (!moment.holders.empty() && wasLookedAt(moment)) {
+    if (!moment.holders.empty() && wasHeldFor(slack(moment), moment)) {
         perhapsQuietSince_.reset();
     } else if (!perhapsQuietSince_) {
         perhapsQuietSince_ = moment.now;
@@ -113,10 +114,9 @@ Seconds DetectionOracle::slack(const Moment& moment) const {
     return slow ? slowSlack : usualSlack;
 }
 
-/// Whether somebody has held the microphone for so long that the program must have seen it.
-bool DetectionOracle::wasLookedAt(const Moment& moment) const {
+bool DetectionOracle::wasHeldFor(Seconds time, const Moment& moment) const {
     return std::ranges::any_of(present_, [&](const auto& entry) {
-        return secondsBetween(entry.second.since, moment.now) > slack(moment);
+        return secondsBetween(entry.second.since, moment.now) > time;
     });
 }
 
@@ -124,7 +124,7 @@ void DetectionOracle::block(const Moment& moment) {
     // The program knows which call it is that the user refuses only when it has looked since the
     // call began, or since the user has made a call of it by a setting.
     surelyBlocked_ = !moment.asleep && watchingSince_ && *watchingSince_ < moment.now &&
-                     !moment.holders.empty() && wasLookedAt(moment);
+                     !moment.holders.empty() && wasHeldFor(slack(moment), moment);
     perhapsBlocked_ = lastHeld_ && secondsBetween(*lastHeld_, moment.now) < slack(moment);
 }
 
@@ -180,7 +180,7 @@ std::optional<std::string> DetectionOracle::judgeEnd(const Moment& moment) {
     }
     const bool byQuiet = !isManual(session_) && looksQuietSince_ &&
                          secondsBetween(*looksQuietSince_, moment.now) >= goneAfter - rounding;
-    if (byQuiet) {
+    if (byQuiet && !byTrouble) {
         return std::nullopt;
     }
     // Nobody can tell whether a recording by hand was meant to go on after a sleep.
@@ -189,7 +189,9 @@ std::optional<std::string> DetectionOracle::judgeEnd(const Moment& moment) {
         return std::nullopt;
     }
     block(moment);
-    if (!byTrouble) {
+    if (byQuiet) {
+        surelyBlocked_ = false;
+    } else if (!byTrouble) {
         return fmt::format("room {} ends too early", *session_.roomCode());
     }
     return std::nullopt;

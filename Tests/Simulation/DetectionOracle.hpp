@@ -55,7 +55,8 @@ class DetectionOracle {
 
     void follow(const Moment& moment);
     [[nodiscard]] Seconds seenQuietFor(const Moment& moment) const;
-    [[nodiscard]] bool wasLookedAt(const Moment& moment) const;
+    /// Whether somebody has held the microphone for longer than that.
+    [[nodiscard]] bool wasHeldFor(Seconds time, const Moment& moment) const;
     [[nodiscard]] Seconds slack(const Moment& moment) const;
     [[nodiscard]] bool mayBegin(const Moment& moment) const;
     [[nodiscard]] std::optional<std::string> judgeClicks(const Moment& moment) const;
