@@ -80,7 +80,7 @@ TEST_F(DesktopNotificationsTest, AsksWithTwoButtonsAndAClickOnTheNotificationIts
     EXPECT_EQ(
         shown.actions,
         (QStringList{
-            QStringLiteral("default"), QStringLiteral("Record"), QStringLiteral("brindle.record"),
+            QStringLiteral("default"), QString{}, QStringLiteral("brindle.record"),
             QStringLiteral("Record"), QStringLiteral("brindle.skip"), QStringLiteral("Skip")}));
     EXPECT_EQ(shown.expireTimeout, 0) << "a question does not go by itself";
 }

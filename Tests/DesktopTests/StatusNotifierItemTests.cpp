@@ -108,6 +108,25 @@ TEST_F(StatusNotifierItemTest, SaysItsStateInTitleAndToolTip) {
     EXPECT_EQ(property("Title"), QStringLiteral("Brindle Recorder: error, no microphone"));
 }
 
+TEST_F(StatusNotifierItemTest, OpensTheMenuForAPanelThatDoesNotButNotAtAClickWithTheMiddleButton) {
+    int requests = 0;
+    item_.onMenuRequest = [&] {
+        ++requests;
+    };
+    ASSERT_TRUE(item_.exportOn(program_.bus()));
+    const auto click = [&](const char* kind) {
+        panel_.call(
+            program_.bus().baseService(), QString::fromLatin1(StatusNotifierItem::path), interface,
+            QString::fromLatin1(kind), {900, 14});
+    };
+    click("SecondaryActivate");
+    EXPECT_EQ(requests, 0);
+    click("Activate");
+    EXPECT_EQ(requests, 1);
+    click("ContextMenu");
+    EXPECT_EQ(requests, 2);
+}
+
 TEST_F(StatusNotifierItemTest, ANewPictureWithTheOldWordsIsOnlyANewPicture) {
     item_.show(
         MenuBarIconRenderer::image(MenuBarIconState::recording(), 0, false, Appearance::light));

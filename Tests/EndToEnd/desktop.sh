@@ -34,6 +34,16 @@ open_menus() { xdotool search --onlyvisible --classname wrapper-2.0 2>/dev/null 
     xprop -id "$window" _NET_WM_WINDOW_TYPE 2>/dev/null | grep -q MENU && echo "$window"
 done; }
 
+# The menu where the program shows it itself. Qt's menus do not say that they are menus; but with the setup
+# window closed all else of ours that shows is an icon of X11 and its tooltip.
+open_own_menus() {
+    local window properties
+    xdotool search --onlyvisible --classname brindle-recorder-desktop 2>/dev/null | while read -r window; do
+        properties=$(xprop -id "$window" _NET_WM_WINDOW_TYPE 2>/dev/null) || continue
+        grep -qE 'OVERRIDE|TOOLTIP' <<<"$properties" || echo "$window"
+    done
+}
+
 # The icon is the only thing in the panel; its middle is 14 points from the right and the upper edge.
 point_at_icon() {
     local width

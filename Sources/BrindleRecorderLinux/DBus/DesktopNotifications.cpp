@@ -127,11 +127,9 @@ void DesktopNotifications::notify(const ShownHandle& shown, const QStringList& c
     QStringList actions;
     const auto* category = categoryOf(request);
     if (category != nullptr && capabilities.contains(QLatin1String("actions"))) {
-        // A server shows a button for every action but the default one, which is the click on the
-        // notification itself.
-        actions << QString::fromLatin1(NotificationResponse::defaultAction)
-                << QString::fromStdString(
-                       category->actions.empty() ? request.title : category->actions.front().title);
+        // The default action is the click on the notification itself. Some servers show a button for
+        // it too, unless it has no words.
+        actions << QString::fromLatin1(NotificationResponse::defaultAction) << QString{};
         for (const auto& action : category->actions) {
             actions << QString::fromStdString(action.identifier)
                     << QString::fromStdString(action.title);

@@ -116,4 +116,15 @@ QDBusObjectPath StatusNotifierItem::menu() {
     return QDBusObjectPath{QString::fromLatin1(ExportedMenu::path)};
 }
 
+// Panels do not agree on whose pixels they count the place in; the pointer is where the click was.
+void StatusNotifierItem::Activate(int /*x*/, int /*y*/) {
+    if (onMenuRequest) {
+        onMenuRequest();
+    }
+}
+
+void StatusNotifierItem::ContextMenu(int x, int y) {
+    Activate(x, y);
+}
+
 } // namespace brindle

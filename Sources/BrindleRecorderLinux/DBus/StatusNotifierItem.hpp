@@ -54,6 +54,8 @@ class StatusNotifierItem : public QObject {
     [[nodiscard]] bool isTaken() const { return isTaken_.value_or(false); }
     /// Called when that is known at first, and when it changes.
     std::function<void()> onTakenChange;
+    /// Called when a panel that does not show menus by itself leaves that to the program.
+    std::function<void()> onMenuRequest;
 
     // What the interface says; called by the bus.
     [[nodiscard]] static QString category() { return QStringLiteral("ApplicationStatus"); }
@@ -71,10 +73,10 @@ class StatusNotifierItem : public QObject {
     // Named by the interface.
     // NOLINTBEGIN(readability-identifier-naming)
   public Q_SLOTS:
-    // Panels show the menu by themselves; a click has no other meaning.
-    Q_SCRIPTABLE void Activate(int /*x*/, int /*y*/) {}
+    // Most panels show the menu by themselves and call neither of these.
+    Q_SCRIPTABLE void Activate(int x, int y);
+    Q_SCRIPTABLE void ContextMenu(int x, int y);
     Q_SCRIPTABLE void SecondaryActivate(int /*x*/, int /*y*/) {}
-    Q_SCRIPTABLE void ContextMenu(int /*x*/, int /*y*/) {}
     Q_SCRIPTABLE void Scroll(int /*delta*/, const QString& /*orientation*/) {}
 
   Q_SIGNALS:

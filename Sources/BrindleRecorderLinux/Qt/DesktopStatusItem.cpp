@@ -10,6 +10,9 @@ DesktopStatusItem::DesktopStatusItem() {
     icon_.onTakenChange = [this] {
         trayIcon_.setOffered(!icon_.isTaken());
     };
+    icon_.onMenuRequest = [this] {
+        trayMenu_.open();
+    };
 }
 
 bool DesktopStatusItem::exportOn(const QDBusConnection& bus) {

@@ -34,7 +34,7 @@ class DesktopStatusItem final : public StatusItem {
     StatusNotifierItem icon_;
     ExportedMenu menu_;
     QtTrayMenu trayMenu_;
-    QtTrayIcon trayIcon_{trayMenu_.widget()};
+    QtTrayIcon trayIcon_{trayMenu_};
 };
 
 } // namespace brindle

@@ -1,16 +1,15 @@
 #include "BrindleRecorderLinux/Qt/QtTrayIcon.hpp"
 
 #include "BrindleRecorderLinux/Qt/DrawnIcon.hpp"
+#include "BrindleRecorderLinux/Qt/QtTrayMenu.hpp"
 
-#include <QCursor>
 #include <QGuiApplication>
-#include <QMenu>
 #include <QString>
 #include <QSystemTrayIcon>
 
 namespace brindle {
 
-QtTrayIcon::QtTrayIcon(QMenu& menu) : menu_{menu} {}
+QtTrayIcon::QtTrayIcon(QtTrayMenu& menu) : menu_{menu} {}
 
 QtTrayIcon::~QtTrayIcon() = default;
 
@@ -32,10 +31,10 @@ void QtTrayIcon::setOffered(bool isOffered) {
     icon_ = std::make_unique<QSystemTrayIcon>();
     // Either button, as with panels that know that the icon is its menu.
     QObject::connect(
-        icon_.get(), &QSystemTrayIcon::activated, &menu_,
+        icon_.get(), &QSystemTrayIcon::activated, icon_.get(),
         [this](QSystemTrayIcon::ActivationReason reason) {
             if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::Context) {
-                menu_.popup(QCursor::pos());
+                menu_.open();
             }
         });
     draw();

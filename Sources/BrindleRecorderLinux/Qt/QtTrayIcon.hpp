@@ -5,16 +5,17 @@
 
 #include <memory>
 
-class QMenu;
 class QSystemTrayIcon;
 
 namespace brindle {
+
+class QtTrayMenu;
 
 /// Main thread only. Trays may come late, go away and come back.
 class QtTrayIcon {
   public:
     /// The menu opens at a click and must outlive the icon, which is not offered at first.
-    explicit QtTrayIcon(QMenu& menu);
+    explicit QtTrayIcon(QtTrayMenu& menu);
     ~QtTrayIcon();
     QtTrayIcon(const QtTrayIcon&) = delete;
     QtTrayIcon& operator=(const QtTrayIcon&) = delete;
@@ -33,7 +34,7 @@ class QtTrayIcon {
   private:
     void draw();
 
-    QMenu& menu_;
+    QtTrayMenu& menu_;
     IconImage image_;
     std::unique_ptr<QSystemTrayIcon> icon_; ///< while it is offered
 };

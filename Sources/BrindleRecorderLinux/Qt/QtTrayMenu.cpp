@@ -1,6 +1,8 @@
 #include "BrindleRecorderLinux/Qt/QtTrayMenu.hpp"
 
 #include <QAction>
+#include <QCursor>
+#include <QGuiApplication>
 #include <QKeySequence>
 #include <QList>
 #include <QString>
@@ -120,6 +122,12 @@ QtTrayMenu::QtTrayMenu() {
 
 void QtTrayMenu::show(const Menu& menu) {
     fill(menu_, menu);
+}
+
+void QtTrayMenu::open() {
+    if (QGuiApplication::platformName() == QLatin1String("xcb")) {
+        menu_.popup(QCursor::pos());
+    }
 }
 
 } // namespace brindle

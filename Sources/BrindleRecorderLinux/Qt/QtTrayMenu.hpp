@@ -18,6 +18,10 @@ class QtTrayMenu {
     /// A line that stays keeps its action: an open menu neither closes nor loses its highlight.
     void show(const Menu& menu);
 
+    /// Opens the menu at the pointer. Does nothing but on X11: a Wayland compositor lets nobody
+    /// open a menu without a window of their own.
+    void open();
+
     [[nodiscard]] QMenu& widget() { return menu_; }
 
     /// Called with the name of the line that the user picked.
