@@ -2,25 +2,11 @@
 // with ten thousand recordings in the folder.
 //
 // Usage: LaunchBenchmark     Exit status 1: the claim does not hold.
-#include "BrindleRecorderApp/AppEnvironment.hpp"
 #include "BrindleRecorderApp/AppModel.hpp"
 #include "BrindleRecorderCore/PosixFileManager.hpp"
 #include "BrindleRecorderCore/SidecarCoding.hpp"
 #include "Support/ExampleSidecar.hpp"
-#include "Support/FakeAudioObjects.hpp"
-#include "Support/FakeLoginItems.hpp"
-#include "Support/FakeProcessRegistry.hpp"
-#include "Support/FakeUserNotifications.hpp"
-#include "Support/FakeWindowList.hpp"
-#include "Support/FakeWorkspace.hpp"
-#include "Support/InMemoryDefaultsStore.hpp"
-#include "Support/InMemoryFileManager.hpp"
-#include "Support/ManualExecutor.hpp"
-#include "Support/ManualMainLoop.hpp"
-#include "Support/MemoryDiagnosticLog.hpp"
-#include "Support/RecordingSystemLog.hpp"
-#include "Support/ScriptedCaptureSystem.hpp"
-#include "Support/ScriptedMovieExporter.hpp"
+#include "Support/FakeDesktop.hpp"
 #include "Support/TemporaryFolder.hpp"
 
 #include <fmt/format.h>
@@ -64,56 +50,25 @@ struct Launch {
 };
 
 Launch launch(const RecordingsFolder& folder, PosixFileManager& files) {
-    test::FakeDateProvider clock;
-    test::ManualMainLoop loop{clock};
-    test::ManualExecutor captureQueue{Recorder::sessionQueueLabel};
-    test::MemoryDiagnosticLog diagnostics;
-    test::RecordingSystemLog systemLog;
-    test::FakeAudioObjects audio;
-    test::FakeProcessRegistry processes;
-    test::FakeWindowList windows;
-    test::ScriptedCaptureSystem capture;
-    test::InMemoryFileManager noFiles;
-    test::ScriptedMovieExporter exporter{loop, noFiles};
-    test::FakeUserNotifications notifications;
-    test::InMemoryDefaultsStore defaults;
-    test::FakeLoginItems loginItems;
-    test::FakeWorkspace workspace;
-    notifications.available = false;
+    test::FakeDesktop desktop;
+    test::FakeRun program{desktop, files};
+    desktop.notifications.available = false;
 
     std::optional<Clock::time_point> firstPass;
+    AppEnvironment environment = program.environment;
+    // Called by each poll, just before its detection pass.
+    environment.takeOverWallTime = [&firstPass] {
+        if (!firstPass) {
+            firstPass = Clock::now();
+        }
+    };
     const auto begun = Clock::now();
-    AppModel model{
-        AppEnvironment{
-            .mainLoop = loop,
-            .dateProvider = clock,
-            .fileManager = files,
-            .diagnosticLog = diagnostics.log(),
-            .systemLog = systemLog,
-            .audioObjects = audio,
-            .processRegistry = processes,
-            .windowList = windows,
-            .captureSystem = capture,
-            .captureSessionQueue = captureQueue,
-            .movieExporter = exporter,
-            .notifications = notifications,
-            .defaults = defaults,
-            .loginItems = loginItems,
-            .workspace = workspace,
-            // Called by each poll, just before its detection pass.
-            .takeOverWallTime =
-                [&firstPass] {
-                    if (!firstPass) {
-                        firstPass = Clock::now();
-                    }
-                },
-        },
-        folder};
+    AppModel model{environment, folder};
     model.launch();
     Launch result;
     while (true) {
         const auto before = Clock::now();
-        if (!loop.runNextUntil(loop.now())) {
+        if (!program.loop.runNextUntil(program.loop.now())) {
             break;
         }
         if (firstPass) {

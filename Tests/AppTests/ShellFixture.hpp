@@ -1,24 +1,9 @@
 // The application with its panel on a simulated desktop, for tests of icon and menu.
 #pragma once
 
-#include "BrindleRecorderApp/AppEnvironment.hpp"
 #include "BrindleRecorderApp/AppModel.hpp"
-#include "Support/FakeAudioObjects.hpp"
-#include "Support/FakeDateProvider.hpp"
-#include "Support/FakeLoginItems.hpp"
-#include "Support/FakeProcessRegistry.hpp"
+#include "Support/FakeDesktop.hpp"
 #include "Support/FakeStatusItem.hpp"
-#include "Support/FakeUserNotifications.hpp"
-#include "Support/FakeWindowList.hpp"
-#include "Support/FakeWorkspace.hpp"
-#include "Support/InMemoryDefaultsStore.hpp"
-#include "Support/InMemoryFileManager.hpp"
-#include "Support/ManualExecutor.hpp"
-#include "Support/ManualMainLoop.hpp"
-#include "Support/MemoryDiagnosticLog.hpp"
-#include "Support/RecordingSystemLog.hpp"
-#include "Support/ScriptedCaptureSystem.hpp"
-#include "Support/ScriptedMovieExporter.hpp"
 
 #include <gtest/gtest.h>
 
@@ -30,9 +15,9 @@ namespace brindle::test {
 
 /// Every permission is given, and there is one camera and one microphone, both the system's own
 /// choice. The program does not watch for calls until `launch`.
-class ShellFixture : public testing::Test {
+class ShellFixture : public testing::Test, protected FakeDesktop, protected FakeRun {
   protected:
-    ShellFixture() {
+    ShellFixture() : FakeRun{static_cast<FakeDesktop&>(*this)} {
         capture.addCamera({"cam-1", "Integrated Camera", true});
         capture.addMicrophone({"mic-1", "Integrated Microphone", true});
         capture.setDefaultCamera(CaptureDeviceInfo{"cam-1", "Integrated Camera", true});
@@ -93,41 +78,8 @@ class ShellFixture : public testing::Test {
         model.permissions.refresh();
     }
 
-    FakeDateProvider clock;
-    ManualMainLoop loop{clock};
-    InMemoryFileManager files{clock};
-    InMemoryDefaultsStore defaults;
-    FakeAudioObjects audio;
-    FakeProcessRegistry processes;
-    FakeWindowList windows;
-    FakeUserNotifications notifications;
-    FakeLoginItems loginItems;
-    FakeWorkspace workspace;
     FakeStatusItem statusItem;
-    ScriptedCaptureSystem capture;
-    MemoryDiagnosticLog diagnostics;
-    RecordingSystemLog systemLog;
-    ManualExecutor captureQueue{Recorder::sessionQueueLabel};
-    ScriptedMovieExporter exporter{loop, files};
     const RecordingsFolder folder{"/home/user/Movies/Brindle"};
-    const AppEnvironment environment{
-        .mainLoop = loop,
-        .dateProvider = clock,
-        .fileManager = files,
-        .diagnosticLog = diagnostics.log(),
-        .systemLog = systemLog,
-        .audioObjects = audio,
-        .processRegistry = processes,
-        .windowList = windows,
-        .captureSystem = capture,
-        .captureSessionQueue = captureQueue,
-        .movieExporter = exporter,
-        .notifications = notifications,
-        .defaults = defaults,
-        .loginItems = loginItems,
-        .workspace = workspace,
-        .currentTimeZone = [] { return TimeZone::utc(); },
-    };
     AppModel model{environment, folder};
 
   private:

@@ -1,6 +1,5 @@
 #include "Support/AppScene.hpp"
 
-#include "BrindleRecorderApp/AppEnvironment.hpp"
 #include "BrindleRecorderCore/SidecarStore.hpp"
 #include "Support/SessionScene.hpp"
 
@@ -19,14 +18,20 @@ constexpr std::int32_t firstPid = 5000;
 
 /// What ends with the program.
 struct AppScene::Process {
-    explicit Process(AppScene& scene)
-        : loop{scene.clock}, exporter{loop, scene.files}, model{
-                                                              scene.environment(*this),
-                                                              scene.folder} {}
+    explicit Process(AppScene& scene) : run{scene}, model{environment(scene), scene.folder} {}
 
-    ManualMainLoop loop;
-    ManualExecutor captureQueue{Recorder::sessionQueueLabel};
-    ScriptedMovieExporter exporter;
+    AppEnvironment environment(AppScene& scene) {
+        AppEnvironment environment = run.environment;
+        environment.currentTimeZone = [&scene] {
+            return scene.timeZone;
+        };
+        environment.takeOverWallTime = [&scene] {
+            ++scene.wallTimesTakenOver;
+        };
+        return environment;
+    }
+
+    FakeRun run;
     AppModel model;
 };
 
@@ -65,39 +70,16 @@ void AppScene::launch() {
     settle();
 }
 
-AppEnvironment AppScene::environment(Process& process) {
-    return {
-        .mainLoop = process.loop,
-        .dateProvider = clock,
-        .fileManager = files,
-        .diagnosticLog = diagnostics.log(),
-        .systemLog = systemLog,
-        .audioObjects = audio,
-        .processRegistry = processes,
-        .windowList = windows,
-        .captureSystem = capture,
-        .captureSessionQueue = process.captureQueue,
-        .movieExporter = process.exporter,
-        .notifications = notifications,
-        .defaults = defaults,
-        .loginItems = loginItems,
-        .workspace = workspace,
-        .systemEvents = &systemEvents,
-        .currentTimeZone = [this] { return timeZone; },
-        .takeOverWallTime = [this] { ++wallTimesTakenOver; },
-    };
-}
-
 AppModel& AppScene::model() {
     return process_->model;
 }
 
 ManualMainLoop& AppScene::loop() {
-    return process_->loop;
+    return process_->run.loop;
 }
 
 ScriptedMovieExporter& AppScene::exporter() {
-    return process_->exporter;
+    return process_->run.exporter;
 }
 
 void AppScene::runFor(std::chrono::nanoseconds duration) {
@@ -107,7 +89,7 @@ void AppScene::runFor(std::chrono::nanoseconds duration) {
 }
 
 bool AppScene::step(std::chrono::nanoseconds end) {
-    if (loop().pendingPosts() == 0 && !captureQueueHeld_ && process_->captureQueue.runNext()) {
+    if (loop().pendingPosts() == 0 && !captureQueueHeld_ && process_->run.captureQueue.runNext()) {
         return true;
     }
     return loop().runNextUntil(end);

@@ -1,27 +1,11 @@
-// The whole application on a simulated desktop: clock, disk, audio server, windows, devices, media
-// library and notifications are a test's, everything above the seam is real.
+// The whole application on a simulated desktop: all that is above the seam is real.
 #pragma once
 
 #include "BrindleRecorderApp/AppModel.hpp"
 #include "BrindleRecorderCore/DeviceSelection.hpp"
 #include "BrindleRecorderCore/Sidecar.hpp"
 #include "BrindleRecorderCore/TimeZone.hpp"
-#include "Support/FakeAudioObjects.hpp"
-#include "Support/FakeDateProvider.hpp"
-#include "Support/FakeLoginItems.hpp"
-#include "Support/FakeProcessRegistry.hpp"
-#include "Support/FakeSystemEvents.hpp"
-#include "Support/FakeUserNotifications.hpp"
-#include "Support/FakeWindowList.hpp"
-#include "Support/FakeWorkspace.hpp"
-#include "Support/InMemoryDefaultsStore.hpp"
-#include "Support/InMemoryFileManager.hpp"
-#include "Support/ManualExecutor.hpp"
-#include "Support/ManualMainLoop.hpp"
-#include "Support/MemoryDiagnosticLog.hpp"
-#include "Support/RecordingSystemLog.hpp"
-#include "Support/ScriptedCaptureSystem.hpp"
-#include "Support/ScriptedMovieExporter.hpp"
+#include "Support/FakeDesktop.hpp"
 
 #include <chrono>
 #include <filesystem>
@@ -36,7 +20,7 @@ namespace brindle::test {
 /// Begins on Saturday 2026-03-14 at 09:30:12 UTC, with one built-in camera and microphone, every
 /// permission given, plenty of space and an empty recordings folder. The program has been started
 /// but does not watch yet.
-class AppScene {
+class AppScene : public FakeDesktop {
   public:
     inline static const CaptureDeviceInfo builtInCamera{"cam-1", "Integrated Camera", true};
     inline static const CaptureDeviceInfo webcam{"cam-2", "Desk Webcam", false};
@@ -48,21 +32,8 @@ class AppScene {
     AppScene(const AppScene&) = delete;
     AppScene& operator=(const AppScene&) = delete;
 
-    // --- The desktop, which outlives every run of the program ---
+    // --- More of the desktop ---
 
-    FakeDateProvider clock;
-    InMemoryFileManager files{clock};
-    InMemoryDefaultsStore defaults;
-    FakeAudioObjects audio;
-    FakeProcessRegistry processes;
-    FakeWindowList windows;
-    FakeUserNotifications notifications;
-    FakeLoginItems loginItems;
-    FakeWorkspace workspace;
-    FakeSystemEvents systemEvents;
-    ScriptedCaptureSystem capture;
-    MemoryDiagnosticLog diagnostics;
-    RecordingSystemLog systemLog;
     TimeZone timeZone = TimeZone::utc();
     /// How often the program let its clock follow the wall time.
     int wallTimesTakenOver = 0;
@@ -136,8 +107,6 @@ class AppScene {
 
   private:
     struct Process;
-
-    [[nodiscard]] AppEnvironment environment(Process& process);
 
     bool captureQueueHeld_ = false;
     std::map<std::string, AudioObjectID> audioProcesses_; // by bundle identifier
