@@ -42,7 +42,7 @@ class LogindSystemEventsTest : public testing::Test {
     PipeWireMainLoop loop_;
     test::EnvironmentVariable bus_{
         "DBUS_SYSTEM_BUS_ADDRESS", std::string{std::getenv("DBUS_SESSION_BUS_ADDRESS")}};
-    std::optional<ScriptedLogin1> manager_{std::in_place};
+    std::optional<test::ScriptedLogin1> manager_{std::in_place};
     LogindSystemEvents events_{loop_.loop()};
     std::function<void()> ready_;
     int woken_ = 0;

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <stdexcept>
+#include <memory>
 #include <string_view>
 
 namespace brindle::test {
@@ -13,40 +13,37 @@ constexpr const char* object = "/org/freedesktop/portal/desktop";
 constexpr const char* camera = "org.freedesktop.portal.Camera";
 constexpr const char* requestInterface = "org.freedesktop.portal.Request";
 
-void require(int result, const char* what) {
-    if (result < 0) {
-        throw std::runtime_error{std::string{"scripted camera portal: "} + what};
-    }
-}
-
 using Message = std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)>;
 
 void send(sd_bus* bus, const std::string& path, std::uint32_t response, const char* destination) {
     sd_bus_message* made = nullptr;
-    require(
+    requireOfBus(
         sd_bus_message_new_signal(bus, &made, path.c_str(), requestInterface, "Response"),
         "no signal");
     const Message message{made, &sd_bus_message_unref};
-    require(sd_bus_message_append(made, "ua{sv}", response, 0), "no signal");
-    require(
+    requireOfBus(sd_bus_message_append(made, "ua{sv}", response, 0), "no signal");
+    requireOfBus(
         destination == nullptr ? sd_bus_send(bus, made, nullptr)
                                : sd_bus_send_to(bus, made, destination, nullptr),
         "no signal");
-    require(sd_bus_flush(bus), "no signal");
+    requireOfBus(sd_bus_flush(bus), "no signal");
 }
 
 std::string tokenOf(sd_bus_message* call) {
     const char* token = "";
     const char* key = nullptr;
-    require(sd_bus_message_enter_container(call, 'a', "{sv}"), "no options");
-    require(sd_bus_message_enter_container(call, 'e', "sv"), "no options");
-    require(sd_bus_message_read(call, "sv", &key, "s", &token), "no token");
+    requireOfBus(sd_bus_message_enter_container(call, 'a', "{sv}"), "no options");
+    requireOfBus(sd_bus_message_enter_container(call, 'e', "sv"), "no options");
+    requireOfBus(sd_bus_message_read(call, "sv", &key, "s", &token), "no token");
     return std::string_view{key} == "handle_token" ? token : "";
 }
 
 } // namespace
 
-ScriptedCameraPortal::ScriptedCameraPortal(Manner manner) : manner_{manner} {
+ScriptedCameraPortal::ScriptedCameraPortal(Manner manner)
+    : manner_{manner}, portal_{"org.freedesktop.portal.Desktop", object, camera, table(), this} {}
+
+const sd_bus_vtable* ScriptedCameraPortal::table() {
     static const std::array<sd_bus_vtable, 4> table{{
         SD_BUS_VTABLE_START(0),
         SD_BUS_PROPERTY("IsCameraPresent", "b", &ScriptedCameraPortal::isCameraPresent, 0, 0),
@@ -55,12 +52,7 @@ ScriptedCameraPortal::ScriptedCameraPortal(Manner manner) : manner_{manner} {
             SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_VTABLE_END,
     }};
-    sd_bus* bus = nullptr;
-    require(sd_bus_open_user(&bus), "no bus");
-    bus_.reset(bus);
-    require(
-        sd_bus_add_object_vtable(bus, nullptr, object, camera, table.data(), this), "no object");
-    require(sd_bus_request_name(bus, "org.freedesktop.portal.Desktop", 0), "the name is taken");
+    return table.data();
 }
 
 int ScriptedCameraPortal::isCameraPresent(
@@ -94,9 +86,9 @@ int ScriptedCameraPortal::take(sd_bus_message* call, sd_bus_error* error) {
         respond(0);
         break;
     case Manner::answersWithoutNumber:
-        require(
+        requireOfBus(
             sd_bus_emit_signal(
-                bus_.get(), path.c_str(), requestInterface, "Response", "s", "granted"),
+                portal_.bus(), path.c_str(), requestInterface, "Response", "s", "granted"),
             "no signal");
         break;
     case Manner::takesRequests:
@@ -105,18 +97,13 @@ int ScriptedCameraPortal::take(sd_bus_message* call, sd_bus_error* error) {
     return sd_bus_reply_method_return(call, "o", path.c_str());
 }
 
-void ScriptedCameraPortal::serve() {
-    while (sd_bus_process(bus_.get(), nullptr) > 0) {
-    }
-}
-
 void ScriptedCameraPortal::respond(std::uint32_t response) {
-    send(bus_.get(), requests_.at(0).path, response, nullptr);
+    send(portal_.bus(), requests_.at(0).path, response, nullptr);
 }
 
 void respondAsAnImpostor(const ScriptedCameraPortal::Request& request, std::uint32_t response) {
     sd_bus* bus = nullptr;
-    require(sd_bus_open_user(&bus), "no bus");
+    requireOfBus(sd_bus_open_user(&bus), "no bus");
     send(bus, request.path, response, nullptr);
     send(bus, request.path, response, request.asker.c_str());
     sd_bus_flush_close_unref(bus);

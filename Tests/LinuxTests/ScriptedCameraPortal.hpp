@@ -1,10 +1,9 @@
 // A camera portal on the session bus that does what a test says.
 #pragma once
 
-#include <systemd/sd-bus.h>
+#include "LinuxTests/ScriptedBusObject.hpp"
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -28,7 +27,7 @@ class ScriptedCameraPortal {
     ScriptedCameraPortal& operator=(const ScriptedCameraPortal&) = delete;
 
     /// Answers what has been asked. Never waits.
-    void serve();
+    void serve() { portal_.serve(); }
 
     struct Request {
         std::string asker; ///< unique name
@@ -43,17 +42,15 @@ class ScriptedCameraPortal {
     void respond(std::uint32_t response);
 
   private:
+    static const sd_bus_vtable* table();
     static int isCameraPresent(
         sd_bus* bus, const char* path, const char* interface, const char* property,
         sd_bus_message* reply, void* self, sd_bus_error* error);
     static int accessCamera(sd_bus_message* call, void* self, sd_bus_error* error);
     int take(sd_bus_message* call, sd_bus_error* error);
 
-    struct Closer {
-        void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
-    };
     Manner manner_;
-    std::unique_ptr<sd_bus, Closer> bus_;
+    ScriptedBusObject portal_;
     std::vector<Request> requests_;
     int questions_ = 0;
 };

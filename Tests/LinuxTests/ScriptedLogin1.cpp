@@ -5,25 +5,21 @@
 #include <unistd.h>
 
 #include <array>
-#include <stdexcept>
 #include <utility>
 
-namespace brindle {
+namespace brindle::test {
 
 namespace {
 
 constexpr const char* object = "/org/freedesktop/login1";
 constexpr const char* manager = "org.freedesktop.login1.Manager";
 
-void require(int result, const char* what) {
-    if (result < 0) {
-        throw std::runtime_error{std::string{"scripted login manager: "} + what};
-    }
-}
-
 } // namespace
 
-ScriptedLogin1::ScriptedLogin1() {
+ScriptedLogin1::ScriptedLogin1()
+    : manager_{"org.freedesktop.login1", object, manager, table(), this} {}
+
+const sd_bus_vtable* ScriptedLogin1::table() {
     static const std::array<sd_bus_vtable, 5> table{{
         SD_BUS_VTABLE_START(0),
         SD_BUS_METHOD("Inhibit", "ssss", "h", &ScriptedLogin1::inhibit, SD_BUS_VTABLE_UNPRIVILEGED),
@@ -31,15 +27,8 @@ ScriptedLogin1::ScriptedLogin1() {
         SD_BUS_SIGNAL("PrepareForShutdown", "b", 0),
         SD_BUS_VTABLE_END,
     }};
-    sd_bus* bus = nullptr;
-    require(sd_bus_open_user(&bus), "no bus");
-    bus_.reset(bus);
-    require(
-        sd_bus_add_object_vtable(bus, nullptr, object, manager, table.data(), this), "no object");
-    require(sd_bus_request_name(bus, "org.freedesktop.login1", 0), "the name is taken");
+    return table.data();
 }
-
-ScriptedLogin1::~ScriptedLogin1() = default;
 
 int ScriptedLogin1::inhibit(sd_bus_message* call, void* self, sd_bus_error* /*error*/) {
     const char* what = nullptr;
@@ -59,15 +48,11 @@ int ScriptedLogin1::inhibit(sd_bus_message* call, void* self, sd_bus_error* /*er
     return sd_bus_reply_method_return(call, "h", theirEnd.number()); // which copies it
 }
 
-void ScriptedLogin1::serve() {
-    while (sd_bus_process(bus_.get(), nullptr) > 0) {
-    }
-}
-
 void ScriptedLogin1::announce(const char* signal, bool begins) {
-    require(
-        sd_bus_emit_signal(bus_.get(), object, manager, signal, "b", begins ? 1 : 0), "no signal");
-    require(sd_bus_flush(bus_.get()), "no signal");
+    requireOfBus(
+        sd_bus_emit_signal(manager_.bus(), object, manager, signal, "b", begins ? 1 : 0),
+        "no signal");
+    requireOfBus(sd_bus_flush(manager_.bus()), "no signal");
 }
 
 bool ScriptedLogin1::isHeld(std::size_t index) const {
@@ -75,4 +60,4 @@ bool ScriptedLogin1::isHeld(std::size_t index) const {
     return poll(&end, 1, 0) == 0; // nothing is ever written, so only its closing can be seen
 }
 
-} // namespace brindle
+} // namespace brindle::test

@@ -2,21 +2,18 @@
 #pragma once
 
 #include "BrindleRecorderCore/FileDescriptor.hpp"
+#include "LinuxTests/ScriptedBusObject.hpp"
 
-#include <systemd/sd-bus.h>
-
-#include <memory>
 #include <string>
 #include <vector>
 
-namespace brindle {
+namespace brindle::test {
 
 /// Serves while `serve` is called.
 class ScriptedLogin1 {
   public:
     /// Throws std::runtime_error when there is no bus, or when another one serves already.
     ScriptedLogin1();
-    ~ScriptedLogin1();
     ScriptedLogin1(const ScriptedLogin1&) = delete;
     ScriptedLogin1& operator=(const ScriptedLogin1&) = delete;
 
@@ -28,20 +25,18 @@ class ScriptedLogin1 {
     };
 
     /// Answers what has been asked. Never waits.
-    void serve();
+    void serve() { manager_.serve(); }
     void announce(const char* signal, bool begins);
     /// Every lock that was ever taken, in order.
     [[nodiscard]] const std::vector<Lock>& locks() const { return locks_; }
     [[nodiscard]] bool isHeld(std::size_t index) const;
 
   private:
+    static const sd_bus_vtable* table();
     static int inhibit(sd_bus_message* call, void* self, sd_bus_error* error);
 
-    struct Closer {
-        void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
-    };
-    std::unique_ptr<sd_bus, Closer> bus_;
+    ScriptedBusObject manager_;
     std::vector<Lock> locks_;
 };
 
-} // namespace brindle
+} // namespace brindle::test

@@ -15,7 +15,7 @@ namespace brindle {
 namespace {
 
 /// False at the end of the input.
-bool obey(ScriptedLogin1& manager) {
+bool obey(test::ScriptedLogin1& manager) {
     std::string command;
     if (!std::getline(std::cin, command)) {
         return false;
@@ -28,7 +28,7 @@ bool obey(ScriptedLogin1& manager) {
     return true;
 }
 
-void report(const ScriptedLogin1& manager, std::vector<bool>& held) {
+void report(const test::ScriptedLogin1& manager, std::vector<bool>& held) {
     for (std::size_t index = 0; index < manager.locks().size(); ++index) {
         if (index == held.size()) {
             held.push_back(true);
@@ -43,7 +43,7 @@ void report(const ScriptedLogin1& manager, std::vector<bool>& held) {
 
 void run() {
     constexpr int lookAgainMilliseconds = 20;
-    ScriptedLogin1 manager;
+    test::ScriptedLogin1 manager;
     std::vector<bool> held;
     std::cout << "ready" << std::endl;
     for (bool goesOn = true; goesOn;) {
