@@ -62,6 +62,28 @@ bool qtCanReachTheScreen() {
     return !plugins.entryList({QStringLiteral("libqwayland*")}).isEmpty();
 }
 
+/// Where Qt takes its looks from GTK, that one would put an empty program of its own beside ours
+/// into what screen readers read. Whatever we start later shall show itself to them.
+class KeepGtkFromScreenReaders {
+  public:
+    KeepGtkFromScreenReaders() {
+        if (!wasSet_) {
+            qputenv(name, "1");
+        }
+    }
+    ~KeepGtkFromScreenReaders() {
+        if (!wasSet_) {
+            qunsetenv(name);
+        }
+    }
+    KeepGtkFromScreenReaders(const KeepGtkFromScreenReaders&) = delete;
+    KeepGtkFromScreenReaders& operator=(const KeepGtkFromScreenReaders&) = delete;
+
+  private:
+    static constexpr const char* name = "NO_AT_BRIDGE";
+    const bool wasSet_ = qEnvironmentVariableIsSet(name);
+};
+
 /// Nothing when this desktop has no session bus, through which all of it is shown, or no screen
 /// that Qt can reach.
 std::optional<int> run(int& argumentCount, char** arguments) {
@@ -83,7 +105,9 @@ std::optional<int> run(int& argumentCount, char** arguments) {
     QApplication::setApplicationName(QStringLiteral("Brindle Recorder"));
     QApplication::setDesktopFileName(QStringLiteral("com.tamsworth.brindlerecorder"));
     QApplication::setQuitOnLastWindowClosed(false);
+    std::optional<KeepGtkFromScreenReaders> whileQtBegins{std::in_place};
     const QApplication application{argumentCount, arguments};
+    whileQtBegins.reset();
     const auto bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) {
         return std::nullopt;
