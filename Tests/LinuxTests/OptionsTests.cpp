@@ -2,12 +2,37 @@
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
 
 #include <array>
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <iterator>
+#include <regex>
+#include <set>
+#include <string>
 
 namespace brindle {
 namespace {
 
 using Command = Options::Command;
+
+/// Every option that the text names in full.
+std::set<std::string> optionsIn(const std::string& text) {
+    static const std::regex option{"--[a-z]+"};
+    std::set<std::string> names;
+    for (std::sregex_iterator each{text.begin(), text.end(), option}, end; each != end; ++each) {
+        names.insert(each->str());
+    }
+    return names;
+}
+
+/// With its hyphens as a reader sees them.
+std::string manualPage() {
+    std::ifstream file{
+        std::filesystem::path{BRINDLE_SOURCE_DIR} / "Packaging" / "brindle-recorder.1"};
+    const std::string source{std::istreambuf_iterator<char>{file}, {}};
+    return std::regex_replace(source, std::regex{R"(\\-)"}, "-");
+}
 
 TEST(Options, RunsHeadless) {
     EXPECT_EQ(Options::parse({"--headless"})->command, Command::runHeadless);
@@ -66,6 +91,12 @@ TEST(Options, PicksALineOfTheMenu) {
     EXPECT_EQ(pick->command, Command::pick);
     EXPECT_EQ(pick->words, (std::vector<std::string>{"Settings", "--once"}));
     EXPECT_EQ(Options::parse({"--pick"}).error(), "--pick needs the words of a line of the menu");
+}
+
+TEST(Options, HelpAndTheManualPageNameTheSameOptions) {
+    const auto options = optionsIn(std::string{Options::helpText()});
+    EXPECT_THAT(options, testing::IsSupersetOf({"--headless", "--who", "--convert", "--version"}));
+    EXPECT_EQ(optionsIn(manualPage()), options);
 }
 
 TEST(Options, RunsOnTheDesktopUnlessToldOtherwise) {
