@@ -127,8 +127,8 @@ void DesktopNotifications::notify(const ShownHandle& shown, const QStringList& c
     QStringList actions;
     const auto* category = categoryOf(request);
     if (category != nullptr && capabilities.contains(QLatin1String("actions"))) {
-        // The default action is the click on the notification itself. Some servers show a button for
-        // it too, unless it has no words.
+        // The default action is the click on the notification itself. Some servers show a button
+        // for it too, unless it has no words.
         actions << QString::fromLatin1(NotificationResponse::defaultAction) << QString{};
         for (const auto& action : category->actions) {
             actions << QString::fromStdString(action.identifier)
