@@ -117,13 +117,13 @@ QDBusObjectPath StatusNotifierItem::menu() {
 }
 
 // Panels do not agree on whose pixels they count the place in; the pointer is where the click was.
-void StatusNotifierItem::Activate(int /*x*/, int /*y*/) {
+void StatusNotifierItem::Activate(int /*x*/, int /*y*/) const {
     if (onMenuRequest) {
         onMenuRequest();
     }
 }
 
-void StatusNotifierItem::ContextMenu(int x, int y) {
+void StatusNotifierItem::ContextMenu(int x, int y) const {
     Activate(x, y);
 }
 

@@ -74,8 +74,8 @@ class StatusNotifierItem : public QObject {
     // NOLINTBEGIN(readability-identifier-naming)
   public Q_SLOTS:
     // Most panels show the menu by themselves and call neither of these.
-    Q_SCRIPTABLE void Activate(int x, int y);
-    Q_SCRIPTABLE void ContextMenu(int x, int y);
+    Q_SCRIPTABLE void Activate(int x, int y) const;
+    Q_SCRIPTABLE void ContextMenu(int x, int y) const;
     Q_SCRIPTABLE void SecondaryActivate(int /*x*/, int /*y*/) {}
     Q_SCRIPTABLE void Scroll(int /*delta*/, const QString& /*orientation*/) {}
 
