@@ -41,6 +41,11 @@ void settle(QDBusConnection bus) {
     QCoreApplication::processEvents();
 }
 
+void takeFromBus(QDBusConnection bus, const QString& path, QObject& object) {
+    bus.unregisterObject(path);
+    QCoreApplication::removePostedEvents(&object);
+}
+
 BusClient::BusClient()
     : name_{newName()}, bus_{QDBusConnection::connectToBus(QDBusConnection::SessionBus, name_)} {}
 

@@ -19,6 +19,10 @@ bool waitUntil(
 /// Handles Qt's events until everything that is on its way to this bus by now has been delivered.
 void settle(QDBusConnection bus);
 
+/// Takes an object from that bus, with the calls to it that wait to be handled: Qt answers those
+/// with an error when the object goes, and crashes where the connection has gone before.
+void takeFromBus(QDBusConnection bus, const QString& path, QObject& object);
+
 /// A connection of its own to the session bus, closed at the end.
 class BusClient {
   public:

@@ -12,6 +12,10 @@ NotificationServer::NotificationServer(QStringList theirCapabilities)
     client_.bus().registerService(QStringLiteral("org.freedesktop.Notifications"));
 }
 
+NotificationServer::~NotificationServer() {
+    takeFromBus(client_.bus(), QStringLiteral("/org/freedesktop/Notifications"), *this);
+}
+
 void NotificationServer::leave() {
     client_.bus().unregisterService(QStringLiteral("org.freedesktop.Notifications"));
 }

@@ -27,6 +27,7 @@ class NotificationServer final : public QDBusVirtualObject {
     };
 
     explicit NotificationServer(QStringList capabilities);
+    ~NotificationServer() override;
 
     /// May change while it runs, as with servers that have a do-not-disturb switch.
     QStringList capabilities;

@@ -31,6 +31,11 @@ class Portal final : public QDBusVirtualObject {
             QStringLiteral("/org/freedesktop/portal/desktop"), this);
         client_.bus().registerService(QStringLiteral("org.freedesktop.portal.Desktop"));
     }
+    ~Portal() override {
+        takeFromBus(client_.bus(), QStringLiteral("/org/freedesktop/portal/desktop"), *this);
+    }
+    Portal(const Portal&) = delete;
+    Portal& operator=(const Portal&) = delete;
     int questions = 0;
 
     void change(const QString& group, const QString& key, const QVariant& value) {

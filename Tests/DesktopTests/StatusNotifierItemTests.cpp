@@ -23,6 +23,11 @@ class Watcher final : public QDBusVirtualObject {
         client_.bus().registerVirtualObject(QStringLiteral("/StatusNotifierWatcher"), this);
         client_.bus().registerService(QStringLiteral("org.kde.StatusNotifierWatcher"));
     }
+    ~Watcher() override {
+        takeFromBus(client_.bus(), QStringLiteral("/StatusNotifierWatcher"), *this);
+    }
+    Watcher(const Watcher&) = delete;
+    Watcher& operator=(const Watcher&) = delete;
     QStringList items;
 
     [[nodiscard]] QString introspect(const QString&) const override { return {}; }
