@@ -1,6 +1,6 @@
 // Converts a movie as the recorder does, the sync to the disk included.
 // Usage: convert-movie MOV MP4
-#include "BrindleRecorderLinux/Media/PassthroughCopy.hpp"
+#include "BrindleRecorderLinux/FFmpeg/PassthroughCopy.hpp"
 
 #include <cstdio>
 #include <exception>

@@ -10,6 +10,7 @@
 #include "BrindleRecorderLinux/CommandLine/TerminalNotifications.hpp"
 #include "BrindleRecorderLinux/CommandLine/WhoCommand.hpp"
 #include "BrindleRecorderLinux/Files/FolderLock.hpp"
+#include "BrindleRecorderLinux/Media/MediaEngineModule.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "BrindleRecorderLinux/Program/QuitRequests.hpp"
 #include "BrindleRecorderLinux/Program/RecorderServices.hpp"
@@ -128,11 +129,13 @@ int run(const std::vector<std::string_view>& arguments) {
         });
     case Options::Command::showDevices:
         return runCommand([](PipeWireMainLoop& mainLoop, FileManager& files) {
-            return DevicesCommand{mainLoop, files}.run();
+            media::MediaEngineModule mediaEngine{SiblingProgram::path(SiblingProgram::mediaEngine)};
+            return DevicesCommand{mainLoop, files, mediaEngine}.run();
         });
     case Options::Command::convertMovie:
         return runCommand([&](PipeWireMainLoop& mainLoop, FileManager& files) {
-            return ConvertCommand{mainLoop, files, options->movie}.run();
+            media::MediaEngineModule mediaEngine{SiblingProgram::path(SiblingProgram::mediaEngine)};
+            return ConvertCommand{mainLoop, files, mediaEngine, options->movie}.run();
         });
     case Options::Command::showMenu:
         return askRunningCopy({"--menu"});

@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/Media/AudioTimeline.hpp"
+#include "BrindleRecorderLinux/FFmpeg/AudioTimeline.hpp"
 
 #include <gtest/gtest.h>
 

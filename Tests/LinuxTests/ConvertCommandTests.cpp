@@ -4,6 +4,7 @@
 #include "BrindleRecorderLinux/Media/OutputFile.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "LinuxTests/OutputCapture.hpp"
+#include "LinuxTests/TestMediaEngine.hpp"
 #include "MovieFixtures.hpp"
 #include "Support/EnvironmentVariable.hpp"
 
@@ -20,7 +21,9 @@ class ConvertCommandTest : public testing::Test {
     bool convert() {
         PipeWireMainLoop loop;
         PosixFileManager files;
-        return ConvertCommand{loop, files, movie, output.stream(), errors.stream()}.run();
+        return ConvertCommand{loop,  files,           test::mediaEngine(),
+                              movie, output.stream(), errors.stream()}
+            .run();
     }
 
     test::MovieFolder folder;
@@ -72,7 +75,9 @@ TEST_F(ConvertCommandTest, KeepsTheMovieWhenItIsInterrupted) {
     PipeWireMainLoop loop;
     PosixFileManager files;
     loop.quit(); // before the conversion has done anything
-    EXPECT_FALSE((ConvertCommand{loop, files, movie, output.stream(), errors.stream()}.run()));
+    EXPECT_FALSE(
+        (ConvertCommand{loop, files, test::mediaEngine(), movie, output.stream(), errors.stream()}
+             .run()));
     EXPECT_THAT(errors.text(), HasSubstr("Export was cancelled. call.mov was kept."));
     EXPECT_EQ(test::readFile(movie), before);
     EXPECT_FALSE(std::filesystem::exists(mp4));

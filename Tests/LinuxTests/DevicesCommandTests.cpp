@@ -4,6 +4,7 @@
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "DesktopDevices.hpp"
 #include "LinuxTests/OutputCapture.hpp"
+#include "LinuxTests/TestMediaEngine.hpp"
 #include "Support/EnvironmentVariable.hpp"
 #include "Support/TemporaryFolder.hpp"
 
@@ -20,7 +21,8 @@ class DevicesCommandTest : public testing::Test {
     bool list() {
         PipeWireMainLoop loop;
         PosixFileManager files;
-        return DevicesCommand{loop, files, output.stream(), errors.stream()}.run();
+        return DevicesCommand{loop, files, test::mediaEngine(), output.stream(), errors.stream()}
+            .run();
     }
 
     test::OutputCapture output;

@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/Media/FragmentSchedule.hpp"
+#include "BrindleRecorderLinux/FFmpeg/FragmentSchedule.hpp"
 
 #include <gtest/gtest.h>
 

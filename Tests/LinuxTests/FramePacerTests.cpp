@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/Media/FramePacer.hpp"
+#include "BrindleRecorderLinux/FFmpeg/FramePacer.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-#include "BrindleRecorderLinux/Media/FragmentedMovieWriter.hpp"
-#include "BrindleRecorderLinux/Media/MediaEncoder.hpp"
+#include "BrindleRecorderLinux/FFmpeg/FragmentedMovieWriter.hpp"
+#include "BrindleRecorderLinux/FFmpeg/MediaEncoder.hpp"
 
 #include "MovieInspection.hpp"
 #include "Support/TemporaryFolder.hpp"

@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/Media/MovieBoxScan.hpp"
+#include "BrindleRecorderLinux/FFmpeg/MovieBoxScan.hpp"
 #include "LinuxTests/MovieFixtures.hpp"
 
 #include <gmock/gmock.h>

@@ -1,6 +1,7 @@
-#include "BrindleRecorderLinux/Media/FFmpegMovieExporter.hpp"
-#include "BrindleRecorderLinux/Media/PassthroughCopy.hpp"
+#include "BrindleRecorderLinux/FFmpeg/PassthroughCopy.hpp"
+#include "BrindleRecorderLinux/Media/QueuedMovieExporter.hpp"
 #include "LinuxTests/MovieFixtures.hpp"
+#include "LinuxTests/TestMediaEngine.hpp"
 #include "Support/ManualMainLoop.hpp"
 
 #include <gmock/gmock.h>
@@ -87,7 +88,7 @@ class MovieExport : public testing::Test {
     }
 
     test::ManualMainLoop mainLoop;
-    FFmpegMovieExporter exporter{mainLoop};
+    QueuedMovieExporter exporter{mainLoop, test::mediaEngine()};
 
   private:
     static test::MovieFolder& folder() {
@@ -752,7 +753,7 @@ TEST_F(MovieExport, OutlivesNothingThatItHandedOut) {
     std::optional<std::optional<Seconds>> duration;
     bool completed = false;
     {
-        FFmpegMovieExporter shortLived{mainLoop};
+        QueuedMovieExporter shortLived{mainLoop, test::mediaEngine()};
         session = shortLived.makePassthroughExport(recording());
         session->setOutput(fresh(".mp4"), MovieFileType::mpeg4);
         session->exportAsynchronously([&] { completed = true; });

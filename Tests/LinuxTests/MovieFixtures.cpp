@@ -1,6 +1,6 @@
 #include "LinuxTests/MovieFixtures.hpp"
 
-#include "BrindleRecorderLinux/Media/Handles.hpp"
+#include "BrindleRecorderLinux/FFmpeg/Handles.hpp"
 
 #include <gtest/gtest.h>
 

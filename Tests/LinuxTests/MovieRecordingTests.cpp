@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/Media/MovieRecording.hpp"
+#include "BrindleRecorderLinux/FFmpeg/FFmpegMovieRecording.hpp"
 
 #include "MovieInspection.hpp"
 #include "Support/TemporaryFolder.hpp"
@@ -129,7 +129,7 @@ class MovieRecordingTest : public testing::Test {
 };
 
 TEST_F(MovieRecordingTest, ReportsTheFinishOnceWhenTheFileIsComplete) {
-    MovieRecording recording{movie_, bothTracks(), finish_.callback()};
+    FFmpegMovieRecording recording{movie_, bothTracks(), finish_.callback()};
     EXPECT_TRUE(recording.isActive());
     Devices devices{recording};
     ASSERT_TRUE(devices.deliver(Seconds{3}));
@@ -146,7 +146,7 @@ TEST_F(MovieRecordingTest, ReportsTheFinishOnceWhenTheFileIsComplete) {
 }
 
 TEST_F(MovieRecordingTest, IsForTheUserAlone) {
-    MovieRecording recording{movie_, bothTracks(), finish_.callback()};
+    FFmpegMovieRecording recording{movie_, bothTracks(), finish_.callback()};
     ASSERT_TRUE(eventually([this] { return std::filesystem::exists(movie_); }));
     struct stat status {};
     ASSERT_EQ(stat(movie_.c_str(), &status), 0);
@@ -154,7 +154,7 @@ TEST_F(MovieRecordingTest, IsForTheUserAlone) {
 }
 
 TEST_F(MovieRecordingTest, HasItsHeaderOnTheDiskBeforeTheFirstSample) {
-    MovieRecording recording{movie_, bothTracks(), finish_.callback()};
+    FFmpegMovieRecording recording{movie_, bothTracks(), finish_.callback()};
     EXPECT_TRUE(eventually([this] {
         return test::boxes(movie_) == std::vector<std::string>{"ftyp", "moov"};
     }));
@@ -163,7 +163,7 @@ TEST_F(MovieRecordingTest, HasItsHeaderOnTheDiskBeforeTheFirstSample) {
 
 TEST_F(MovieRecordingTest, NeverWritesOverAFile) {
     std::ofstream{movie_} << "precious";
-    MovieRecording recording{movie_, bothTracks(), finish_.callback()};
+    FFmpegMovieRecording recording{movie_, bothTracks(), finish_.callback()};
     ASSERT_TRUE(finish_.wait());
     ASSERT_TRUE(finish_.error());
     EXPECT_EQ(finish_.error()->domain, "POSIX");
@@ -172,7 +172,7 @@ TEST_F(MovieRecordingTest, NeverWritesOverAFile) {
 }
 
 TEST_F(MovieRecordingTest, ReportsAFolderThatIsNotThere) {
-    MovieRecording recording{
+    FFmpegMovieRecording recording{
         folder_.path() / "none" / "movie.mov", bothTracks(), finish_.callback()};
     ASSERT_TRUE(finish_.wait());
     EXPECT_EQ(finish_.error()->code, ENOENT);
@@ -183,7 +183,7 @@ TEST_F(MovieRecordingTest, ReportsAFolderThatIsNotThere) {
 TEST_F(MovieRecordingTest, ReportsSettingsThatTheEncoderRefuses) {
     MovieRecording::Settings settings = bothTracks();
     settings.video->width = 641;
-    MovieRecording recording{movie_, settings, finish_.callback()};
+    FFmpegMovieRecording recording{movie_, settings, finish_.callback()};
     ASSERT_TRUE(finish_.wait());
     EXPECT_TRUE(finish_.error());
 }
@@ -192,7 +192,7 @@ TEST_F(MovieRecordingTest, CanBeStoppedWhileItStarts) {
     for (int attempt = 0; attempt < 20; ++attempt) {
         Finish finish;
         const auto path = folder_.path() / (std::to_string(attempt) + ".mov");
-        MovieRecording recording{path, bothTracks(), finish.callback()};
+        FFmpegMovieRecording recording{path, bothTracks(), finish.callback()};
         recording.finish();
         EXPECT_EQ(finish.count(), 1);
         EXPECT_FALSE(finish.error());
@@ -202,7 +202,7 @@ TEST_F(MovieRecordingTest, CanBeStoppedWhileItStarts) {
 TEST_F(MovieRecordingTest, NoticesThatItsFolderWasRemoved) {
     const auto folder = folder_.path() / "recordings";
     std::filesystem::create_directory(folder);
-    MovieRecording recording{folder / "movie.mov", bothTracks(), finish_.callback()};
+    FFmpegMovieRecording recording{folder / "movie.mov", bothTracks(), finish_.callback()};
     Devices devices{recording};
     ASSERT_TRUE(devices.deliver(Seconds{2}));
     std::filesystem::remove_all(folder);
@@ -221,7 +221,7 @@ TEST_F(MovieRecordingTest, EndsWithTheLastCompleteFragmentWhenTheDiskIsFull) {
         GTEST_SKIP() << "this system lets nobody mount a small disk";
     }
     {
-        MovieRecording recording{disk / "movie.mov", bothTracks(), finish_.callback()};
+        FFmpegMovieRecording recording{disk / "movie.mov", bothTracks(), finish_.callback()};
         Devices devices{recording};
         devices.noisy = true;
         EXPECT_TRUE(devices.deliver(Seconds{60}));
@@ -250,7 +250,7 @@ TEST_F(MovieRecordingTest, ReportsTheFinishEvenWhenTheEncoderNeverAnswers) {
         return monotonicNow();
     };
     {
-        MovieRecording recording{movie_, settings, finish_.callback()};
+        FFmpegMovieRecording recording{movie_, settings, finish_.callback()};
         Devices devices{recording};
         ASSERT_TRUE(devices.deliver(Seconds{4}));
         *hangs = true;
@@ -265,7 +265,7 @@ TEST_F(MovieRecordingTest, ReportsTheFinishEvenWhenTheEncoderNeverAnswers) {
 }
 
 TEST_F(MovieRecordingTest, DropsPicturesInsteadOfWaitingForTheEncoder) {
-    MovieRecording recording{movie_, bothTracks(), finish_.callback()};
+    FFmpegMovieRecording recording{movie_, bothTracks(), finish_.callback()};
     const Moment begin = monotonicNow();
     // Far more than can be encoded in that time.
     for (int index = 0; index < 600; ++index) {
@@ -279,7 +279,7 @@ TEST_F(MovieRecordingTest, DropsPicturesInsteadOfWaitingForTheEncoder) {
 
 TEST_F(MovieRecordingTest, IsEndedByItsDestruction) {
     {
-        MovieRecording recording{movie_, bothTracks(), finish_.callback()};
+        FFmpegMovieRecording recording{movie_, bothTracks(), finish_.callback()};
         Devices devices{recording};
         ASSERT_TRUE(devices.deliver(Seconds{2}));
     }

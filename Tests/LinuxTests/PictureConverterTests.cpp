@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/Media/PictureConverter.hpp"
+#include "BrindleRecorderLinux/FFmpeg/PictureConverter.hpp"
 
 #include "SyntheticMedia.hpp"
 

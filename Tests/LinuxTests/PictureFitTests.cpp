@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/Media/PictureFit.hpp"
+#include "BrindleRecorderLinux/FFmpeg/PictureFit.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,7 @@
 #include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSession.hpp"
 
 #include "DesktopDevices.hpp"
+#include "LinuxTests/TestMediaEngine.hpp"
 #include "MovieInspection.hpp"
 #include "Support/ManualMainLoop.hpp"
 #include "Support/TemporaryFolder.hpp"
@@ -49,7 +50,7 @@ bool eventually(test::ManualMainLoop& loop, const std::function<bool()>& conditi
 class Rig {
   public:
     Rig(const std::optional<std::string>& camera, const std::optional<std::string>& microphone)
-        : session_{std::make_shared<PipeWireCaptureSession>(loop_, log_)} {
+        : session_{std::make_shared<PipeWireCaptureSession>(loop_, log_, test::mediaEngine())} {
         session_->beginConfiguration();
         add(camera, MediaType::video);
         add(microphone, MediaType::audio);

@@ -5,6 +5,7 @@
 #include "DesktopDevices.hpp"
 #include "LinuxTests/BareBus.hpp"
 #include "LinuxTests/ScriptedCameraPortal.hpp"
+#include "LinuxTests/TestMediaEngine.hpp"
 #include "MovieInspection.hpp"
 #include "Support/TemporaryFolder.hpp"
 #include "SyntheticMedia.hpp"
@@ -71,7 +72,8 @@ class PipeWireCaptureSystemTest : public testing::Test {
 TEST_F(PipeWireCaptureSystemTest, FindsTheSessionsDevices) {
     const test::TestCamera camera{"found-cam", test::TestCamera::i420()};
     PipeWireCaptureSystem system{
-        loop_, loop_.loop(), pipewire::AudioServer::Options::ofThisSession(), log_};
+        loop_, loop_.loop(), pipewire::AudioServer::Options::ofThisSession(), log_,
+        test::mediaEngine()};
     ASSERT_TRUE(runUntil([&] {
         return has(system, MediaType::video, "found-cam") &&
                has(system, MediaType::audio, "virt-mic");
@@ -92,7 +94,8 @@ TEST_F(PipeWireCaptureSystemTest, FindsTheSessionsDevices) {
 
 TEST_F(PipeWireCaptureSystemTest, TellsOfDevicesThatComeAndGo) {
     PipeWireCaptureSystem system{
-        loop_, loop_.loop(), pipewire::AudioServer::Options::ofThisSession(), log_};
+        loop_, loop_.loop(), pipewire::AudioServer::Options::ofThisSession(), log_,
+        test::mediaEngine()};
     int changes = 0;
     auto observation = system.observeDevices([&changes] { ++changes; });
     ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
@@ -114,7 +117,8 @@ TEST_F(PipeWireCaptureSystemTest, TellsOfDevicesThatComeAndGo) {
 TEST_F(PipeWireCaptureSystemTest, FollowsTheSessionsDefaultCamera) {
     const test::TestCamera one{"chosen-cam", test::TestCamera::i420()};
     PipeWireCaptureSystem system{
-        loop_, loop_.loop(), pipewire::AudioServer::Options::ofThisSession(), log_};
+        loop_, loop_.loop(), pipewire::AudioServer::Options::ofThisSession(), log_,
+        test::mediaEngine()};
     ASSERT_TRUE(runUntil([&] { return has(system, MediaType::video, "chosen-cam"); }));
     ASSERT_TRUE(test::outputOf("pw-metadata 0 default.configured.video.source"
                                " '{\"name\":\"chosen-cam\"}' Spa:String:JSON"));
@@ -127,7 +131,8 @@ TEST_F(PipeWireCaptureSystemTest, FollowsTheSessionsDefaultCamera) {
 
 TEST_F(PipeWireCaptureSystemTest, OpensWhatItFinds) {
     PipeWireCaptureSystem system{
-        loop_, loop_.loop(), pipewire::AudioServer::Options::ofThisSession(), log_};
+        loop_, loop_.loop(), pipewire::AudioServer::Options::ofThisSession(), log_,
+        test::mediaEngine()};
     ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
     EXPECT_EQ(system.device("nobody"), nullptr);
     const auto device = system.device("virt-mic");
@@ -140,7 +145,8 @@ TEST_F(PipeWireCaptureSystemTest, OpensWhatItFinds) {
 
 TEST_F(PipeWireCaptureSystemTest, GrantsAccessWhileTheServerAnswers) {
     PipeWireCaptureSystem system{
-        loop_, loop_.loop(), pipewire::AudioServer::Options::ofThisSession(), log_};
+        loop_, loop_.loop(), pipewire::AudioServer::Options::ofThisSession(), log_,
+        test::mediaEngine()};
     ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
     std::optional<bool> granted;
     system.requestAccess(MediaType::audio, [&granted](bool answer) { granted = answer; });
@@ -154,11 +160,8 @@ TEST_F(PipeWireCaptureSystemTest, InASandboxTheCameraNeedsThePortalsLeaveAndTheM
     CameraPortal access{loop_, loop_.loop(), [](std::string_view) {
                         }};
     PipeWireCaptureSystem system{
-        loop_,
-        loop_.loop(),
-        pipewire::AudioServer::Options::ofThisSession(),
-        log_,
-        [](pipewire::AudioServerState) {},
+        loop_,  loop_.loop(),        pipewire::AudioServer::Options::ofThisSession(),
+        log_,   test::mediaEngine(), [](pipewire::AudioServerState) {},
         &access};
     ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
     EXPECT_EQ(system.authorizationStatus(MediaType::video), AuthorizationStatus::notDetermined);
@@ -183,7 +186,8 @@ TEST_F(PipeWireCaptureSystemTest, InASandboxTheCameraNeedsThePortalsLeaveAndTheM
 /// Not a test of its own: what the next test runs in a session whose server it takes away.
 TEST_F(PipeWireCaptureSystemTest, DISABLED_SurvivesTheServerOfThisSession) {
     PipeWireCaptureSystem system{
-        loop_, loop_.loop(), pipewire::AudioServer::Options::ofThisSession(), log_};
+        loop_, loop_.loop(), pipewire::AudioServer::Options::ofThisSession(), log_,
+        test::mediaEngine()};
     ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
     test::TemporaryFolder folder;
     const auto session = system.makeSession();

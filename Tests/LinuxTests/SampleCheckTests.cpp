@@ -1,5 +1,5 @@
-#include "BrindleRecorderLinux/Media/SampleCheck.hpp"
-#include "BrindleRecorderLinux/Media/TrackFilter.hpp"
+#include "BrindleRecorderLinux/FFmpeg/SampleCheck.hpp"
+#include "BrindleRecorderLinux/FFmpeg/TrackFilter.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/Media/SoundConverter.hpp"
+#include "BrindleRecorderLinux/FFmpeg/SoundConverter.hpp"
 
 #include "MovieInspection.hpp"
 #include "SyntheticMedia.hpp"

@@ -1,5 +1,7 @@
 #include "SyntheticMedia.hpp"
 
+#include "BrindleRecorderLinux/FFmpeg/Handles.hpp"
+
 #include <array>
 #include <cmath>
 #include <cstring>

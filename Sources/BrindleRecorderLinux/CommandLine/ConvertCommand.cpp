@@ -6,8 +6,8 @@
 #include "BrindleRecorderCore/DiagnosticLog.hpp"
 #include "BrindleRecorderLinux/CommandLine/ProgressBar.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
-#include "BrindleRecorderLinux/Media/FFmpegMovieExporter.hpp"
 #include "BrindleRecorderLinux/Media/OutputFile.hpp"
+#include "BrindleRecorderLinux/Media/QueuedMovieExporter.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "BrindleRecorderLinux/SystemLog/SyslogSystemLog.hpp"
 
@@ -38,7 +38,7 @@ bool ConvertCommand::run() const {
     const SystemDateProvider clock;
     SyslogSystemLog systemLog;
     DiagnosticLog& diagnosticLog = DiagnosticLog::shared();
-    FFmpegMovieExporter exporter{mainLoop};
+    QueuedMovieExporter exporter{mainLoop, mediaEngine};
     Remuxer remuxer{exporter, mainLoop, clock, files, diagnosticLog, systemLog};
     MovieRescue rescue{files, remuxer};
     ProgressBar bar{errors};

@@ -9,9 +9,14 @@ namespace brindle {
 class FileManager;
 class PipeWireMainLoop;
 
+namespace media {
+class MediaEngineModule;
+}
+
 struct ConvertCommand {
     PipeWireMainLoop& mainLoop;
     FileManager& files;
+    media::MediaEngineModule& mediaEngine;
     std::filesystem::path movie;
     std::FILE* output = stdout;
     std::FILE* errors = stderr;

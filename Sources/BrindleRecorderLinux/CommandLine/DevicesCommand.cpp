@@ -49,8 +49,8 @@ bool DevicesCommand::run() const {
         mainLoop, mainLoop.loop(), processes, pipewire::AudioServer::Options::ofThisSession(),
         settled};
     PipeWireCaptureSystem captureSystem{
-        mainLoop, mainLoop.loop(), pipewire::AudioServer::Options::ofThisSession(), systemLog,
-        settled};
+        mainLoop,  mainLoop.loop(), pipewire::AudioServer::Options::ofThisSession(),
+        systemLog, mediaEngine,     settled};
     mainLoop.run();
     if (views > 0) {
         return false; // interrupted

@@ -8,10 +8,15 @@ namespace brindle {
 class FileManager;
 class PipeWireMainLoop;
 
-/// Opens no device.
+namespace media {
+class MediaEngineModule;
+}
+
+/// Opens no device, and loads no media engine.
 struct DevicesCommand {
     PipeWireMainLoop& mainLoop;
     FileManager& files;
+    media::MediaEngineModule& mediaEngine;
     std::FILE* output = stdout;
     std::FILE* errors = stderr;
 

@@ -1,13 +1,17 @@
 // Pictures and sound as a device delivered them, with the moment that they belong to.
 #pragma once
 
-#include "BrindleRecorderLinux/Media/Handles.hpp"
-
 #include <array>
 #include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
+
+extern "C" {
+#include <libavutil/frame.h>
+#include <libavutil/pixfmt.h>
+#include <libavutil/samplefmt.h>
+}
 
 namespace brindle::media {
 

@@ -2,22 +2,17 @@
 #pragma once
 
 #include "BrindleRecorderApp/Platform/CaptureSystem.hpp"
-#include "BrindleRecorderApp/Platform/PlatformError.hpp"
 #include "BrindleRecorderCore/Date.hpp"
 #include "BrindleRecorderLinux/Media/CapturedMedia.hpp"
 
 #include <chrono>
 #include <cstdint>
-#include <filesystem>
 #include <functional>
-#include <memory>
 #include <optional>
-#include <thread>
 
 namespace brindle::media {
 
-/// Encodes on one thread and writes on another, so that neither a busy disk nor a busy processor
-/// ever holds up the devices. Operations may be called from any thread.
+/// Operations may be called from any thread. Whoever lets go of a recording ends it.
 ///
 /// With a camera the recording begins with its first picture; without one, with the first sound.
 class MovieRecording {
@@ -32,39 +27,26 @@ class MovieRecording {
         std::function<Moment()> now = monotonicNow;
     };
 
-    /// Begins to write; every failure, of the beginning too, comes through `onFinish`, which is
-    /// called exactly once, on any thread.
-    MovieRecording(
-        std::filesystem::path path, Settings settings, MovieFileOutput::FinishCallback onFinish);
-    /// Ends the recording if nobody has.
-    ~MovieRecording();
-    MovieRecording(const MovieRecording&) = delete;
-    MovieRecording& operator=(const MovieRecording&) = delete;
+    virtual ~MovieRecording() = default;
 
     /// Never blocks. When the encoder does not keep up, the oldest waiting picture is dropped.
-    void addPicture(CapturedPicture picture);
+    virtual void addPicture(CapturedPicture picture) = 0;
     /// Never blocks.
-    void addSound(CapturedSound sound);
+    virtual void addSound(CapturedSound sound) = 0;
 
-    /// Closes the file in good order and returns when `onFinish` has been called, which is within
+    /// Closes the file in good order and returns when the finish has been reported, which is within
     /// about twice the settings' patience: if the media library does not answer, the file is left
     /// as it stands and the finish reports the error.
-    void finish();
+    virtual void finish() = 0;
 
     /// False once the finish has been reported.
-    [[nodiscard]] bool isActive() const;
+    [[nodiscard]] virtual bool isActive() const = 0;
 
     /// How much media the file or its next fragment holds; stands still when the writer does.
-    [[nodiscard]] Seconds recordedDuration() const;
+    [[nodiscard]] virtual Seconds recordedDuration() const = 0;
 
     /// How many pictures were dropped because the encoder did not keep up.
-    [[nodiscard]] std::int64_t droppedPictures() const;
-
-  private:
-    class Job;
-    std::shared_ptr<Job> job_;
-    std::thread writerThread_;
-    std::thread encoderThread_;
+    [[nodiscard]] virtual std::int64_t droppedPictures() const = 0;
 };
 
 } // namespace brindle::media

@@ -1,5 +1,8 @@
 #include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSession.hpp"
 
+#include "BrindleRecorderLinux/Media/MediaEngine.hpp"
+#include "BrindleRecorderLinux/Media/MediaEngineModule.hpp"
+
 #include <algorithm>
 #include <cassert>
 #include <string>
@@ -8,6 +11,11 @@
 #include <fmt/format.h>
 
 namespace brindle {
+
+PipeWireMovieFileOutput::PipeWireMovieFileOutput(
+    SystemLog& log, media::MediaEngineModule& mediaEngine)
+    : log_{log}, mediaEngine_{std::async(
+                     std::launch::async, [&mediaEngine] { return mediaEngine.engine(); })} {}
 
 PipeWireMovieFileOutput::~PipeWireMovieFileOutput() {
     stopRecording();
@@ -28,7 +36,12 @@ void PipeWireMovieFileOutput::startRecording(
         settings.audio = audio_;
     }
     stopRecording();
-    auto recording = std::make_shared<media::MovieRecording>(path, settings, std::move(onFinish));
+    const auto& engine = mediaEngine_.get();
+    if (!engine) {
+        onFinish(path, engine.error());
+        return;
+    }
+    auto recording = (*engine)->beginRecording(path, settings, std::move(onFinish));
     const std::lock_guard lock{mutex_};
     recording_ = std::move(recording);
 }
@@ -125,11 +138,12 @@ void PipeWireCaptureSession::addInput(const std::shared_ptr<CaptureInput>& input
 }
 
 std::shared_ptr<MovieFileOutput> PipeWireCaptureSession::makeMovieFileOutput() {
-    return std::make_shared<PipeWireMovieFileOutput>(log_);
+    return std::make_shared<PipeWireMovieFileOutput>(log_, mediaEngine_);
 }
 
 bool PipeWireCaptureSession::canAddOutput(const std::shared_ptr<MovieFileOutput>& output) const {
-    return !output_ && std::dynamic_pointer_cast<PipeWireMovieFileOutput>(output);
+    return !output_ && mediaEngine_.isUsable() &&
+           std::dynamic_pointer_cast<PipeWireMovieFileOutput>(output);
 }
 
 void PipeWireCaptureSession::addOutput(const std::shared_ptr<MovieFileOutput>& output) {
@@ -154,9 +168,9 @@ void PipeWireCaptureSession::startRunning() {
         .microphone = deviceName(MediaType::audio),
         .pictures = {}};
     const VideoOutputSettings video =
-        output_ ? output_->videoSettings() : PipeWireMovieFileOutput{log_}.videoSettings();
+        output_ ? output_->videoSettings() : PipeWireMovieFileOutput::defaultVideo;
     const AudioOutputSettings audio =
-        output_ ? output_->audioSettings() : PipeWireMovieFileOutput{log_}.audioSettings();
+        output_ ? output_->audioSettings() : PipeWireMovieFileOutput::defaultAudio;
     devices.pictures = {
         .width = video.width,
         .height = video.height,

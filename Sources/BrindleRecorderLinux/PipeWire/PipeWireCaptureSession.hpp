@@ -9,12 +9,18 @@
 
 #include <atomic>
 #include <filesystem>
+#include <future>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <vector>
 
 namespace brindle {
+
+namespace media {
+class MediaEngine;
+class MediaEngineModule;
+} // namespace media
 
 /// A camera or microphone of PipeWire. What is set here is asked for when a session opens it.
 class PipeWireCaptureDevice final : public CaptureDevice {
@@ -54,7 +60,17 @@ class PipeWireCaptureSession;
 /// Takes what its session captures and makes movies of it, one at a time.
 class PipeWireMovieFileOutput final : public MovieFileOutput {
   public:
-    explicit PipeWireMovieFileOutput(SystemLog& log) : log_{log} {}
+    static constexpr VideoOutputSettings defaultVideo{
+        .width = 1920,
+        .height = 1080,
+        .averageBitRate = 5'000'000,
+        .expectedSourceFrameRate = 30,
+        .maxKeyFrameInterval = 60};
+    static constexpr AudioOutputSettings defaultAudio{
+        .numberOfChannels = 1, .sampleRate = 48'000, .bitRate = 96'000};
+
+    /// Loads the media engine in the meantime. Both must outlive the output.
+    PipeWireMovieFileOutput(SystemLog& log, media::MediaEngineModule& mediaEngine);
     /// Ends a recording that is still going on.
     ~PipeWireMovieFileOutput() override;
     PipeWireMovieFileOutput(const PipeWireMovieFileOutput&) = delete;
@@ -87,13 +103,9 @@ class PipeWireMovieFileOutput final : public MovieFileOutput {
     SystemLog& log_;
     std::weak_ptr<PipeWireCaptureSession> session_;
     media::MovieRecording::Settings settings_;
-    VideoOutputSettings video_{
-        .width = 1920,
-        .height = 1080,
-        .averageBitRate = 5'000'000,
-        .expectedSourceFrameRate = 30,
-        .maxKeyFrameInterval = 60};
-    AudioOutputSettings audio_{.numberOfChannels = 1, .sampleRate = 48'000, .bitRate = 96'000};
+    std::shared_future<Expected<media::MediaEngine*, PlatformError>> mediaEngine_;
+    VideoOutputSettings video_ = defaultVideo;
+    AudioOutputSettings audio_ = defaultAudio;
     mutable std::mutex mutex_; ///< guards `recording_`, which the devices' thread feeds
     std::shared_ptr<media::MovieRecording> recording_;
 };
@@ -101,8 +113,10 @@ class PipeWireMovieFileOutput final : public MovieFileOutput {
 class PipeWireCaptureSession final : public CaptureSession,
                                      public std::enable_shared_from_this<PipeWireCaptureSession> {
   public:
-    /// Both must outlive the session.
-    PipeWireCaptureSession(MainLoop& mainLoop, SystemLog& log) : mainLoop_{mainLoop}, log_{log} {}
+    /// All of them must outlive the session.
+    PipeWireCaptureSession(
+        MainLoop& mainLoop, SystemLog& log, media::MediaEngineModule& mediaEngine)
+        : mainLoop_{mainLoop}, log_{log}, mediaEngine_{mediaEngine} {}
     ~PipeWireCaptureSession() override;
 
     void beginConfiguration() override {}
@@ -145,6 +159,7 @@ class PipeWireCaptureSession final : public CaptureSession,
 
     MainLoop& mainLoop_;
     SystemLog& log_;
+    media::MediaEngineModule& mediaEngine_;
     std::vector<std::shared_ptr<PipeWireCaptureInput>> inputs_;
     std::shared_ptr<PipeWireMovieFileOutput> output_;
     /// Listeners are kept by their observations.

@@ -22,8 +22,8 @@ find(const std::vector<CaptureDeviceInfo>& devices, const std::string& uniqueID)
 
 PipeWireCaptureSystem::PipeWireCaptureSystem(
     MainLoop& mainLoop, pw_loop* loop, pipewire::AudioServer::Options options, SystemLog& log,
-    StateListener stateChanged, CameraPortal* cameraPortal)
-    : mainLoop_{mainLoop}, log_{log}, cameraPortal_{cameraPortal},
+    media::MediaEngineModule& mediaEngine, StateListener stateChanged, CameraPortal* cameraPortal)
+    : mainLoop_{mainLoop}, log_{log}, mediaEngine_{mediaEngine}, cameraPortal_{cameraPortal},
       server_{
           mainLoop,
           loop,
@@ -67,7 +67,7 @@ std::shared_ptr<CaptureDevice> PipeWireCaptureSystem::device(const std::string& 
 }
 
 std::shared_ptr<CaptureSession> PipeWireCaptureSystem::makeSession() {
-    return std::make_shared<PipeWireCaptureSession>(mainLoop_, log_);
+    return std::make_shared<PipeWireCaptureSession>(mainLoop_, log_, mediaEngine_);
 }
 
 AuthorizationStatus PipeWireCaptureSystem::authorizationStatus(MediaType mediaType) const {

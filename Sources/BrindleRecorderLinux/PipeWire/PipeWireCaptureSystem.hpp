@@ -12,6 +12,10 @@ namespace brindle {
 
 class CameraPortal;
 
+namespace media {
+class MediaEngineModule;
+}
+
 /// Outside a sandbox nobody is asked for access: a kind of device is authorised while the server
 /// can be reached, and denied while it cannot. Inside one the camera also needs the portal's leave;
 /// there is no such portal for microphones.
@@ -24,6 +28,7 @@ class PipeWireCaptureSystem final : public CaptureSystem {
     /// There is a camera portal inside a sandbox only.
     PipeWireCaptureSystem(
         MainLoop& mainLoop, pw_loop* loop, pipewire::AudioServer::Options options, SystemLog& log,
+        media::MediaEngineModule& mediaEngine,
         StateListener stateChanged = [](pipewire::AudioServerState) {},
         CameraPortal* cameraPortal = nullptr);
 
@@ -45,6 +50,7 @@ class PipeWireCaptureSystem final : public CaptureSystem {
 
     MainLoop& mainLoop_;
     SystemLog& log_;
+    media::MediaEngineModule& mediaEngine_;
     CameraPortal* cameraPortal_;
     pipewire::DiscoveredDevices devices_;
     pipewire::ListenerList listeners_;

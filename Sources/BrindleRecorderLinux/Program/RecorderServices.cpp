@@ -10,7 +10,8 @@
 #include "BrindleRecorderCore/SteadyDateProvider.hpp"
 #include "BrindleRecorderLinux/Files/JsonDefaultsStore.hpp"
 #include "BrindleRecorderLinux/Logind/LogindSystemEvents.hpp"
-#include "BrindleRecorderLinux/Media/FFmpegMovieExporter.hpp"
+#include "BrindleRecorderLinux/Media/MediaEngineModule.hpp"
+#include "BrindleRecorderLinux/Media/QueuedMovieExporter.hpp"
 #include "BrindleRecorderLinux/PipeWire/AudioServerStateText.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSystem.hpp"
@@ -18,10 +19,12 @@
 #include "BrindleRecorderLinux/Portal/CameraPortal.hpp"
 #include "BrindleRecorderLinux/Portal/Sandbox.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
+#include "BrindleRecorderLinux/Program/SiblingProgram.hpp"
 #include "BrindleRecorderLinux/SystemLog/SyslogSystemLog.hpp"
 #include "BrindleRecorderLinux/Time/BootClock.hpp"
 #include "BrindleRecorderLinux/Windows/DesktopWindowList.hpp"
 
+#include <fmt/format.h>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -54,15 +57,13 @@ class RecorderServices::Implementation {
                                         return audioObjects.graph();
                                     }};
     const std::unique_ptr<CameraPortal> cameraPortal = makeCameraPortal();
+    media::MediaEngineModule mediaEngine{SiblingProgram::path(SiblingProgram::mediaEngine)};
     PipeWireCaptureSystem captureSystem{
-        mainLoop,
-        mainLoop.loop(),
-        pipewire::AudioServer::Options::ofThisSession(),
-        systemLog,
-        [](pipewire::AudioServerState) {},
+        mainLoop,          mainLoop.loop(), pipewire::AudioServer::Options::ofThisSession(),
+        systemLog,         mediaEngine,     [](pipewire::AudioServerState) {},
         cameraPortal.get()};
     LogindSystemEvents systemEvents{mainLoop.loop()};
-    FFmpegMovieExporter exporter{mainLoop};
+    QueuedMovieExporter exporter{mainLoop, mediaEngine};
     JsonDefaultsStore defaults{
         files, JsonDefaultsStore::standardFile(), [this](std::string_view line) {
             log.diagnostic(line);
@@ -96,6 +97,11 @@ RecorderServices::~RecorderServices() = default;
 AppEnvironment RecorderServices::environment(
     UserNotifications& notifications, LoginItems& loginItems, Workspace& workspace) {
     auto& own = *implementation_;
+    if (!own.mediaEngine.isUsable()) {
+        own.log.both(
+            EventLog::Level::error,
+            fmt::format("{} is missing: nothing can be recorded", SiblingProgram::mediaEngine));
+    }
     own.soundNotice.emplace(own.mainLoop, notifications);
     own.noticeSound(own.audioObjects.state());
     return AppEnvironment{

@@ -1,5 +1,6 @@
-// The two programs that make up this one: brindle-recorder, which needs no window toolkit, and
-// brindle-recorder-desktop, which shows the user interface. They are installed side by side.
+// The files that make up this program: brindle-recorder, which needs no window toolkit,
+// brindle-recorder-desktop, which shows the user interface, and the module that encodes and
+// converts. They are installed side by side.
 #pragma once
 
 #include <filesystem>
@@ -11,8 +12,9 @@ namespace brindle {
 struct SiblingProgram {
     static constexpr const char* commandLine = "brindle-recorder";
     static constexpr const char* desktop = "brindle-recorder-desktop";
+    static constexpr const char* mediaEngine = "brindle-recorder-media.so";
 
-    /// Where the program of that name lies, whether or not it is there.
+    /// Where the file of that name lies, whether or not it is there.
     static std::filesystem::path path(const char* name);
 
     /// Goes on as that program, with these arguments after its name. Returns only when it cannot,

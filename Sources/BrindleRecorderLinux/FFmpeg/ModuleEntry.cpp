@@ -1,0 +1,13 @@
+#include "BrindleRecorderLinux/FFmpeg/FFmpegMediaEngine.hpp"
+#include "BrindleRecorderLinux/Media/MediaEngineEntry.hpp"
+
+#include <string_view>
+
+// Held to the type that the program calls it by.
+extern "C" [[gnu::visibility("default")]] brindle::media::MediaEngineEntry brindle_media_engine;
+
+brindle::media::MediaEngine* brindle_media_engine(const char* version) {
+    // Threads that hang may outlive the program's objects.
+    static auto* const engine = new brindle::media::FFmpegMediaEngine;
+    return std::string_view{version} == BRINDLE_VERSION ? engine : nullptr;
+}
