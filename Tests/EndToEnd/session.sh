@@ -45,6 +45,7 @@ end_call() {
 
 log_has() { grep -qF "$1" "$log"; }
 log_count() { grep -cF "$1" "$log"; }
+media_library_is_loaded() { grep -q 'libavcodec' "/proc/$recorder_pid/maps"; }
 # The capture file has grown beyond its header: at least one fragment is on the disk.
 first_fragment_is_written() { [ "$(stat -c %s "$recordings"/*.mov 2>/dev/null || echo 0)" -gt 20000 ]; }
 
