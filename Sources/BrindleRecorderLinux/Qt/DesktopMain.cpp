@@ -62,26 +62,34 @@ bool qtCanReachTheScreen() {
     return !plugins.entryList({QStringLiteral("libqwayland*")}).isEmpty();
 }
 
-/// Where Qt takes its looks from GTK, that one would put an empty program of its own beside ours
-/// into what screen readers read. Whatever we start later shall show itself to them.
-class KeepGtkFromScreenReaders {
+/// A variable of the environment for as long as this lives, unless it has a value already: what we
+/// start later shall not inherit it.
+class BorrowedVariable {
   public:
-    KeepGtkFromScreenReaders() {
+    BorrowedVariable(const char* name, const char* value) : name_{name} {
         if (!wasSet_) {
-            qputenv(name, "1");
+            qputenv(name_, value);
         }
     }
-    ~KeepGtkFromScreenReaders() {
+    ~BorrowedVariable() {
         if (!wasSet_) {
-            qunsetenv(name);
+            qunsetenv(name_);
         }
     }
-    KeepGtkFromScreenReaders(const KeepGtkFromScreenReaders&) = delete;
-    KeepGtkFromScreenReaders& operator=(const KeepGtkFromScreenReaders&) = delete;
+    BorrowedVariable(const BorrowedVariable&) = delete;
+    BorrowedVariable& operator=(const BorrowedVariable&) = delete;
 
   private:
-    static constexpr const char* name = "NO_AT_BRIDGE";
-    const bool wasSet_ = qEnvironmentVariableIsSet(name);
+    const char* const name_;
+    const bool wasSet_ = qEnvironmentVariableIsSet(name_);
+};
+
+/// What GTK reads when it begins, where Qt takes its looks from it and no more.
+struct GtkForItsLooksAlone {
+    /// Otherwise it puts an empty program beside ours into what screen readers read.
+    BorrowedVariable noBridgeToScreenReaders{"NO_AT_BRIDGE", "1"};
+    /// Otherwise it loads the graphics driver to ask what it can do.
+    BorrowedVariable noGraphicsDriver{"GDK_GL", "disable"};
 };
 
 /// Nothing when this desktop has no session bus, through which all of it is shown, or no screen
@@ -105,7 +113,7 @@ std::optional<int> run(int& argumentCount, char** arguments) {
     QApplication::setApplicationName(QStringLiteral("Brindle Recorder"));
     QApplication::setDesktopFileName(QStringLiteral("com.tamsworth.brindlerecorder"));
     QApplication::setQuitOnLastWindowClosed(false);
-    std::optional<KeepGtkFromScreenReaders> whileQtBegins{std::in_place};
+    std::optional<GtkForItsLooksAlone> whileQtBegins{std::in_place};
     const QApplication application{argumentCount, arguments};
     whileQtBegins.reset();
     const auto bus = QDBusConnection::sessionBus();
