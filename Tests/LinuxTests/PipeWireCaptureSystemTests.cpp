@@ -143,6 +143,24 @@ TEST_F(PipeWireCaptureSystemTest, OpensWhatItFinds) {
     EXPECT_FALSE(session->makeInput(system.device("nobody")));
 }
 
+TEST_F(PipeWireCaptureSystemTest, DeniesNothingBeforeItIsKnownWhetherAServerAnswers) {
+    auto state = pipewire::AudioServerState::connecting;
+    PipeWireCaptureSystem system{
+        loop_,
+        loop_.loop(),
+        {.remote = "nobody-answers-here", .runtimeFolder = "/nonexistent"},
+        log_,
+        test::mediaEngine(),
+        [&state](pipewire::AudioServerState answer) {
+            state = answer;
+        }};
+    EXPECT_EQ(system.authorizationStatus(MediaType::audio), AuthorizationStatus::authorized);
+    EXPECT_EQ(system.authorizationStatus(MediaType::video), AuthorizationStatus::authorized);
+    ASSERT_TRUE(runUntil([&state] { return state != pipewire::AudioServerState::connecting; }));
+    EXPECT_EQ(system.authorizationStatus(MediaType::audio), AuthorizationStatus::denied);
+    EXPECT_EQ(system.authorizationStatus(MediaType::video), AuthorizationStatus::denied);
+}
+
 TEST_F(PipeWireCaptureSystemTest, GrantsAccessWhileTheServerAnswers) {
     PipeWireCaptureSystem system{
         loop_, loop_.loop(), pipewire::AudioServer::Options::ofThisSession(), log_,

@@ -75,7 +75,9 @@ AuthorizationStatus PipeWireCaptureSystem::authorizationStatus(MediaType mediaTy
         cameraPortal_->status() != AuthorizationStatus::authorized) {
         return cameraPortal_->status();
     }
-    return server_.graph() ? AuthorizationStatus::authorized : AuthorizationStatus::denied;
+    const bool isUnknown = server_.state() == pipewire::AudioServerState::connecting;
+    return server_.graph() || isUnknown ? AuthorizationStatus::authorized
+                                        : AuthorizationStatus::denied;
 }
 
 void PipeWireCaptureSystem::requestAccess(
