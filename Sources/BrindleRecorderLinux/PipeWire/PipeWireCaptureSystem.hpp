@@ -17,9 +17,9 @@ class MediaEngineModule;
 }
 
 /// Outside a sandbox nobody is asked for access: a kind of device is authorised while the server
-/// can be reached, and denied while it cannot. Nothing is denied before the first attempt has had an
-/// outcome, which takes a moment at every start. Inside a sandbox the camera also needs the portal's
-/// leave; there is no such portal for microphones.
+/// can be reached, and denied while it cannot. Nothing is denied before the first attempt has had
+/// an outcome, which takes a moment at every start. Inside a sandbox the camera also needs the
+/// portal's leave; there is no such portal for microphones.
 class PipeWireCaptureSystem final : public CaptureSystem {
   public:
     using StateListener = std::function<void(pipewire::AudioServerState)>;
