@@ -10,6 +10,6 @@ class MediaEngine;
 /// destroyed.
 using MediaEngineEntry = MediaEngine*(const char* version);
 
-inline constexpr const char* mediaEngineEntryName = "brindle_media_engine";
+inline constexpr const char* mediaEngineEntryName = "brindleMediaEngine";
 
 } // namespace brindle::media
