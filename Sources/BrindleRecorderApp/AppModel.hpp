@@ -72,14 +72,16 @@ class AppModel {
     /// question about notifications that nobody answers holds the rest up for a while only. Once.
     void launch();
 
-    /// Begins to watch for calls. Does nothing when it has begun.
+    /// Begins to watch for calls; while the machine sleeps, as soon as it wakes. Does nothing when
+    /// it has begun.
     void startPolling();
     void stopPolling();
 
     /// One detection pass; with `readMic` on a fresh snapshot, else on the last one.
     void evaluateCalls(bool readMic);
 
-    /// "Record now": a manual recording. Does nothing while recording.
+    /// "Record now": a manual recording. Does nothing while recording, and while the machine goes
+    /// to sleep or sleeps, which would end it at once.
     void recordNowFromMenu();
     /// "Stop recording": ends the recording and keeps it; its call is not recorded again.
     void stopRecordingFromMenu();
@@ -107,6 +109,7 @@ class AppModel {
     [[nodiscard]] std::string selectedMicrophoneName() const;
 
     /// Converts and closes the recordings that an earlier run left unfinished. Once per launch.
+    /// Between two pieces of its work it waits until nothing is recorded or about to be.
     Task<void> repairInterruptedRecordings();
 
     /// Stops watching, takes an open prompt back, stops and keeps a running recording, and calls
@@ -114,7 +117,8 @@ class AppModel {
     void prepareToQuit(std::function<void()> finished);
 
     /// The machine is about to sleep: stops watching, stops and keeps a running recording, and
-    /// calls `ready` when nothing is being done any more.
+    /// calls `ready` when nothing is being done any more. From then on nothing begins until it has
+    /// woken.
     void prepareToSleep(std::function<void()> ready);
     /// The machine has woken: watches again, and records a call that still goes on into a new file.
     void wakeUp();
@@ -129,10 +133,15 @@ class AppModel {
 
     /// What a capture failure hands to the restart.
     struct Continuation {
-        std::string baseName;              ///< for the new segment
-        std::string continuedBaseName;     ///< of the segment that failed
-        std::filesystem::path sidecarPath; ///< of the segment that failed
-        std::filesystem::path movPath;     ///< likewise
+        std::string baseName;          ///< for the new segment
+        std::string continuedBaseName; ///< of the segment that failed
+    };
+
+    /// One wish of the session that a room be recorded. Its number tells it from an earlier wish
+    /// for the same room.
+    struct RecordingRequest {
+        std::string roomCode;
+        std::uint64_t number = 0;
     };
 
     /// The devices that a recording is to use, before any is opened.
@@ -155,9 +164,12 @@ class AppModel {
     Task<void> askForNotifications();
     void goToWork();
     Task<void> runLaunch();
+    /// Whether the session records, but a sleep has stopped the capture.
+    [[nodiscard]] bool recordingIsPaused() const;
     void resumeAfterSleep();
 
     // Detection (AppModelDetection.cpp)
+    void pausePolling();
     void poll();
     void tick();
     void readMicrophone();
@@ -169,17 +181,21 @@ class AppModel {
     [[nodiscard]] bool noCallGoesOn() const;
     void driveSession();
     void sessionStateDidChange(const SessionState& newState);
-    void setCaptureWarning(const std::string& warning);
+    /// Says what went wrong in that room's recording, for as long as nothing else is going on.
+    void warn(const std::string& roomCode, const std::string& warning);
     void refreshFolderSize();
 
     // Recording (AppModelRecording.cpp)
     void startRecording(const std::string& roomCode);
     void stopRecording(bool keep);
-    /// Whether the session wants this room recorded at this moment.
-    [[nodiscard]] bool isWanted(const std::string& roomCode) const;
-    Task<void> beginRecordingIfWanted(std::string roomCode);
-    Task<void>
-    beginRecording(std::string roomCode, std::optional<Continuation> continuing, bool audioOnly);
+    /// Whether the session still wants what it wanted with this request.
+    [[nodiscard]] bool isWanted(const RecordingRequest& request) const;
+    /// Whether it was taken back by a sleep, or made anew since.
+    [[nodiscard]] bool isOutdated(const RecordingRequest& request) const;
+    Task<void> beginRecordingIfWanted(RecordingRequest request);
+    Task<void> beginRecording(
+        RecordingRequest request, std::optional<Continuation> continuing, bool audioOnly);
+    void logNotBegun(const RecordingRequest& request);
     [[nodiscard]] bool diskSpaceAllowsRecording();
     Task<bool> microphoneIsGranted();
     [[nodiscard]] ResolvedDevices resolveDevices(bool audioOnly);
@@ -188,29 +204,36 @@ class AppModel {
         const ResolvedDevices& resolved) const;
     [[nodiscard]] std::optional<OpenedDevices>
     openDevices(const ResolvedDevices& resolved, const std::filesystem::path& movPath);
-    void giveUpOpening(const std::string& baseName, Sidecar sidecar, bool continuing);
+    void giveUpOpening(
+        const RecordingRequest& request, const std::string& baseName, Sidecar sidecar,
+        bool continuing);
     void recordingDidOpen(
-        const std::string& baseName, Sidecar sidecar, const ResolvedDevices& resolved,
-        const OpenedDevices& opened);
+        const RecordingRequest& request, const std::string& baseName, Sidecar sidecar,
+        const ResolvedDevices& resolved, const OpenedDevices& opened);
     Task<void> endRecording(bool keep);
     Task<void> discard(std::string baseName);
     Task<void> keep(std::string baseName, Sidecar sidecar);
     void keepWhateverWasRecorded(
         const std::string& baseName, const Sidecar& sidecar, const RecorderError& error);
-    /// `failedRoom` and `failedSegment`: of the segment that was being recorded when it failed.
+    void recorderDidFail(const RecorderError& error);
+    /// `failed` and `failedSegment`: what was being recorded when it failed, and in which segment.
     Task<void> processCaptureFailure(
-        RecorderError error, std::optional<std::string> failedRoom,
-        std::optional<std::uint64_t> failedSegment);
+        RecorderError error, RecordingRequest failed, std::optional<std::uint64_t> failedSegment);
     void blockCameraNamed(const std::string& localizedName);
     /// Where the call goes on: `continuedIn`, or nothing when it was over before the segment was
     /// converted.
     Task<std::optional<std::string>> finaliseAfterCaptureFailure(
-        std::string baseName, Sidecar sidecar, RecorderError error,
+        RecordingRequest request, std::string baseName, Sidecar sidecar, RecorderError error,
         std::optional<std::string> continuedIn);
-    /// Has the call not recorded again. Does nothing once the session is about another one.
-    void recordingDidFail(const std::string& roomCode);
+    /// Has the call not recorded again. Does nothing once the session wants something else.
+    void recordingDidFail(const RecordingRequest& request);
+    /// The same whenever the session is about this call, also when it is to be resumed after a
+    /// sleep.
+    void giveUpCall(const std::string& roomCode);
     Task<std::vector<InterruptedRecording>> findInterruptedRecordings();
     Task<void> otherWorkHasHadItsTurn();
+    /// Waits until nothing is recorded, converted or about to be.
+    Task<void> recordingsHaveHadTheirTurn();
     void writeSidecar(const std::string& baseName, const Sidecar& sidecar);
     [[nodiscard]] std::string uniqueBaseName() const;
     void tellUser(const std::string& body);
@@ -234,8 +257,7 @@ class AppModel {
     std::unique_ptr<Observation> systemObservation_;
     bool isQuitting_ = false;
     bool isAsleep_ = false;
-    /// The session records, but sleep has stopped the capture.
-    bool recordingIsPaused_ = false;
+    bool watchesWhenAwake_ = false;
 
     // The segment being recorded: both present from a successful start until a stop or a failure
     // takes them.
@@ -243,6 +265,11 @@ class AppModel {
     std::optional<Sidecar> currentSidecar_;
     /// Counts the segments, since a name that was discarded is given to the next one again.
     std::uint64_t currentSegment_ = 0;
+
+    /// Absent before the first one, and once a sleep has taken it back.
+    std::optional<RecordingRequest> lastRequest_;
+    std::uint64_t requestCount_ = 0;
+    RecordingRequest currentRequest_; ///< that the segment being recorded was begun for
 
     std::set<std::string> begunBaseNames_; ///< by this run of the program, finished ones included
 

@@ -75,12 +75,7 @@ AppModel::AppModel(const AppEnvironment& environment, RecordingsFolder folder)
         return sessionState.get().isRecording();
     };
     recorder_.onFailure = [this](const RecorderError& error) {
-        // Taken now: when the job's turn comes, the session may be about another call.
-        const auto room = currentSidecar_ ? std::optional{currentSidecar_->roomCode}
-                                          : sessionState.get().roomCode();
-        const auto segment = currentBaseName_ ? std::optional{currentSegment_} : std::nullopt;
-        pendingWork_.enqueue(
-            [this, error, room, segment] { return processCaptureFailure(error, room, segment); });
+        recorderDidFail(error);
     };
     observeSystemEvents();
     // A folder that cannot be made now is tried again when a recording begins.
@@ -94,7 +89,8 @@ AppModel::~AppModel() {
 }
 
 void AppModel::startPolling() {
-    if (pollTimer_) {
+    watchesWhenAwake_ = true;
+    if (pollTimer_ || isAsleep_) {
         return;
     }
     pollTimer_ = environment_.mainLoop.after(std::chrono::seconds{0}, [this] { poll(); });
@@ -103,12 +99,20 @@ void AppModel::startPolling() {
 }
 
 void AppModel::stopPolling() {
+    watchesWhenAwake_ = false;
+    pausePolling();
+}
+
+void AppModel::pausePolling() {
     mic_.stop();
     pollTimer_.reset();
     tickTimer_.reset();
 }
 
+// The next turn is set first, so that whoever ends the watching within this one ends it.
+
 void AppModel::poll() {
+    pollTimer_ = environment_.mainLoop.after(pollInterval, [this] { poll(); });
     readMicrophone();
     if (noCallGoesOn()) {
         environment_.takeOverWallTime();
@@ -116,12 +120,11 @@ void AppModel::poll() {
     permissions.refresh();
     devices.refresh();
     evaluateCalls(false);
-    pollTimer_ = environment_.mainLoop.after(pollInterval, [this] { poll(); });
 }
 
 void AppModel::tick() {
-    evaluateCalls(false);
     tickTimer_ = environment_.mainLoop.after(tickInterval, [this] { tick(); });
+    evaluateCalls(false);
 }
 
 void AppModel::readMicrophone() {
@@ -213,12 +216,14 @@ void AppModel::driveSession() {
         return;
     }
     const auto label = callDetector_.activeLabel();
+    if (isAsleep_ && label) {
+        return; // the first pass after waking begins what is then still wanted
+    }
     session_.handle(label ? DetectorState::inCall(*label) : DetectorState::noRoomTab());
 }
 
 void AppModel::sessionStateDidChange(const SessionState& newState) {
     sessionState.set(newState);
-    recordingIsPaused_ = false; // whatever is recorded from here on has a start of its own
     if (newState.isRecording()) {
         lastRecordingError.set(std::nullopt);
     } else if (callDetector_.activeLabel()) {
@@ -235,7 +240,7 @@ void AppModel::sessionStateDidChange(const SessionState& newState) {
 }
 
 void AppModel::recordNowFromMenu() {
-    if (isQuitting_ || sessionState.get().isRecording()) {
+    if (isQuitting_ || isAsleep_ || sessionState.get().isRecording()) {
         return;
     }
     readMicrophone();
@@ -324,8 +329,14 @@ void AppModel::refreshFolderSize() {
     folderSizeText.set(ByteCount::format(folder_.totalSizeBytes(environment_.fileManager)));
 }
 
-void AppModel::setCaptureWarning(const std::string& warning) {
-    captureWarning.set(warning);
+void AppModel::warn(const std::string& roomCode, const std::string& warning) {
+    const auto room = sessionState.get().roomCode();
+    if (room && *room != roomCode) {
+        return; // it would stand beside another call
+    }
+    if (room) {
+        captureWarning.set(warning);
+    }
     lastRecordingError.set(warning);
 }
 

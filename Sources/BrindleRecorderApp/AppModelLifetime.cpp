@@ -75,10 +75,10 @@ void AppModel::observeSystemEvents() {
 void AppModel::prepareToSleep(std::function<void()> ready) {
     if (!isQuitting_ && !std::exchange(isAsleep_, true)) {
         log_.diagnostic("the machine is about to sleep");
-        stopPolling();
+        pausePolling();
         if (sessionState.get().isRecording()) {
             // The session is not told: for it the call goes on.
-            recordingIsPaused_ = true;
+            lastRequest_.reset();
             stopRecording(true);
         }
     }
@@ -90,21 +90,27 @@ void AppModel::wakeUp() {
         return;
     }
     log_.diagnostic("the machine has woken");
+    if (!watchesWhenAwake_) {
+        return;
+    }
     startPolling();
     evaluateCalls(true);
     const auto* recording = callDetector_.phase().asRecording();
-    if (recordingIsPaused_ && recording != nullptr && recording->isManual) {
+    if (recordingIsPaused() && recording != nullptr && recording->isManual) {
         // Nobody is in a call, and only the user can know what was to be recorded.
         stopRecordingFromMenu();
     }
+}
+
+bool AppModel::recordingIsPaused() const {
+    return sessionState.get().isRecording() && !lastRequest_;
 }
 
 /// Records again as soon as somebody is seen in the call; whoever does not come back in time ends
 /// it, and nothing more is recorded.
 void AppModel::resumeAfterSleep() {
     const auto room = sessionState.get().roomCode();
-    if (recordingIsPaused_ && !isAsleep_ && room && somebodyMayBeInACall()) {
-        recordingIsPaused_ = false;
+    if (recordingIsPaused() && !isAsleep_ && room && somebodyMayBeInACall()) {
         startRecording(*room);
     }
 }

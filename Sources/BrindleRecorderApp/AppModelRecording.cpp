@@ -58,7 +58,9 @@ std::vector<std::optional<CaptureDeviceInfo>> cameraAttempts(
 } // namespace
 
 void AppModel::startRecording(const std::string& roomCode) {
-    pendingWork_.enqueue([this, roomCode] { return beginRecordingIfWanted(roomCode); });
+    const RecordingRequest request{.roomCode = roomCode, .number = ++requestCount_};
+    lastRequest_ = request;
+    pendingWork_.enqueue([this, request] { return beginRecordingIfWanted(request); });
 }
 
 void AppModel::stopRecording(bool keep) {
@@ -67,46 +69,59 @@ void AppModel::stopRecording(bool keep) {
 
 // Beginning
 
-bool AppModel::isWanted(const std::string& roomCode) const {
-    return sessionState.get() == SessionState::recording(roomCode) && !recordingIsPaused_;
+bool AppModel::isWanted(const RecordingRequest& request) const {
+    return sessionState.get() == SessionState::recording(request.roomCode) && !isOutdated(request);
 }
 
-Task<void> AppModel::beginRecordingIfWanted(std::string roomCode) {
-    if (isWanted(roomCode)) {
-        co_await beginRecording(roomCode, std::nullopt, false);
+bool AppModel::isOutdated(const RecordingRequest& request) const {
+    return !lastRequest_ || request.number != lastRequest_->number;
+}
+
+Task<void> AppModel::beginRecordingIfWanted(RecordingRequest request) {
+    if (isWanted(request)) {
+        co_await beginRecording(request, std::nullopt, false);
     } else {
-        // The jobs before took longer than the call: there is nothing to record any more.
-        log_.diagnostic("recording not begun: room=" + roomCode + " is over");
+        // The jobs before took longer than the call, or a sleep came between.
+        logNotBegun(request);
     }
 }
 
 Task<void> AppModel::beginRecording(
-    std::string roomCode, std::optional<Continuation> continuing, bool audioOnly) {
+    RecordingRequest request, std::optional<Continuation> continuing, bool audioOnly) {
     log_.diagnostic(fmt::format(
-        "begin recording: room={} continuing={} audioOnly={}", roomCode,
-        continuing ? continuing->continuedBaseName : "-", audioOnly));
+        "begin recording: room={} continuing={} audioOnly={}", request.roomCode,
+        continuing ? continuing->baseName : "-", audioOnly));
     // Whatever is wrong with the folder shows when the free space is read.
     static_cast<void>(folder_.createIfNeeded(environment_.fileManager));
     if (!diskSpaceAllowsRecording()) {
-        recordingDidFail(roomCode);
+        recordingDidFail(request);
         co_return;
     }
-    if (!co_await microphoneIsGranted()) {
+    const bool granted = co_await microphoneIsGranted();
+    if (isOutdated(request)) {
+        logNotBegun(request); // the machine has slept while the user was asked
+        co_return;
+    }
+    if (!granted) {
         tellUser(RecordingMessages::microphoneDenied);
-        recordingDidFail(roomCode);
+        recordingDidFail(request);
         co_return;
     }
     const ResolvedDevices resolved = resolveDevices(audioOnly);
     const std::string baseName = continuing ? continuing->baseName : uniqueBaseName();
-    Sidecar sidecar = makeSidecar(roomCode, continuing, resolved);
+    Sidecar sidecar = makeSidecar(request.roomCode, continuing, resolved);
     begunBaseNames_.insert(baseName);
     // Before capture starts: whatever interrupts the recording, the next launch finds it by this.
     writeSidecar(baseName, sidecar);
     if (const auto opened = openDevices(resolved, folder_.movURL(baseName))) {
-        recordingDidOpen(baseName, std::move(sidecar), resolved, *opened);
+        recordingDidOpen(request, baseName, std::move(sidecar), resolved, *opened);
     } else {
-        giveUpOpening(baseName, std::move(sidecar), continuing.has_value());
+        giveUpOpening(request, baseName, std::move(sidecar), continuing.has_value());
     }
+}
+
+void AppModel::logNotBegun(const RecordingRequest& request) {
+    log_.diagnostic("recording not begun: room=" + request.roomCode + " is over");
 }
 
 bool AppModel::diskSpaceAllowsRecording() {
@@ -211,24 +226,25 @@ AppModel::openDevices(const ResolvedDevices& resolved, const std::filesystem::pa
     return std::nullopt;
 }
 
-void AppModel::giveUpOpening(const std::string& baseName, Sidecar sidecar, bool continuing) {
-    const std::string roomCode = sidecar.roomCode;
+void AppModel::giveUpOpening(
+    const RecordingRequest& request, const std::string& baseName, Sidecar sidecar,
+    bool continuing) {
     log_.diagnostic("nothing could be opened for " + baseName);
     if (continuing) {
-        setCaptureWarning(RecordingMessages::nothingReopened);
+        warn(request.roomCode, RecordingMessages::nothingReopened);
     } else {
         tellUser(RecordingMessages::nothingOpened);
     }
     sidecar = SidecarUpdate::noting(std::move(sidecar), RecordingNotes::nothingOpened);
     writeSidecar(
         baseName, SidecarUpdate::finished(std::move(sidecar), environment_.dateProvider.now()));
-    recordingDidFail(roomCode);
+    recordingDidFail(request);
     refreshStatusLine();
 }
 
 void AppModel::recordingDidOpen(
-    const std::string& baseName, Sidecar sidecar, const ResolvedDevices& resolved,
-    const OpenedDevices& opened) {
+    const RecordingRequest& request, const std::string& baseName, Sidecar sidecar,
+    const ResolvedDevices& resolved, const OpenedDevices& opened) {
     std::optional<std::string> cameraNote;
     if (!opened.camera || opened.camera != resolved.camera.device) {
         cameraNote = RecordingNotes::cameraNote(
@@ -253,6 +269,7 @@ void AppModel::recordingDidOpen(
             sidecar.audioDevice, cameraNote));
     }
     ++currentSegment_;
+    currentRequest_ = request;
     currentBaseName_ = baseName;
     currentSidecar_ = std::move(sidecar);
     refreshStatusLine();
@@ -289,7 +306,7 @@ Task<void> AppModel::keep(std::string baseName, Sidecar sidecar) {
     if (const auto* failed = std::get_if<RecorderStatus::Failed>(&before.value); failed && !kept) {
         // It failed just before it was to stop, so there is nothing to stop but all to convert.
         co_await finaliseAfterCaptureFailure(
-            baseName, std::move(sidecar), failed->error, std::nullopt);
+            currentRequest_, baseName, std::move(sidecar), failed->error, std::nullopt);
         co_return;
     }
     if (!kept) {
@@ -332,27 +349,38 @@ void AppModel::keepWhateverWasRecorded(
 
 // Failing
 
+void AppModel::recorderDidFail(const RecorderError& error) {
+    // Taken now: when the job's turn comes, the session may be about another call.
+    const auto failed = currentBaseName_ ? std::optional{currentRequest_} : lastRequest_;
+    if (!failed) {
+        return;
+    }
+    const auto segment = currentBaseName_ ? std::optional{currentSegment_} : std::nullopt;
+    pendingWork_.enqueue(
+        [this, error, failed, segment] { return processCaptureFailure(error, *failed, segment); });
+}
+
 Task<void> AppModel::processCaptureFailure(
-    RecorderError error, std::optional<std::string> failedRoom,
-    std::optional<std::uint64_t> failedSegment) {
+    RecorderError error, RecordingRequest failed, std::optional<std::uint64_t> failedSegment) {
     if (currentBaseName_ && currentSegment_ != failedSegment) {
         // A stop that was asked for before has ended that segment, and the next one records.
         co_return;
     }
-    if (!failedRoom || (!sessionState.get().roomCode() && !currentBaseName_)) {
+    if (!sessionState.get().roomCode() && !currentBaseName_) {
         co_return;
     }
-    const std::string roomCode = *failedRoom;
+    const std::string roomCode = failed.roomCode;
     const int failures = ++failureCountByRoom_[roomCode];
-    const RecoveryDecision decision =
-        CaptureRecoveryPolicy::decide(error.failureKind(), failures, isWanted(roomCode));
+    // Asleep the call goes on, too: what may not be restarted now is not to be resumed either.
+    const RecoveryDecision decision = CaptureRecoveryPolicy::decide(
+        error.failureKind(), failures, sessionState.get() == SessionState::recording(roomCode));
     const std::string message = error.userMessage();
     log_.diagnostic(fmt::format(
         "capture failure #{} in room {}: {} file={} decision={}", failures, roomCode, message,
         currentBaseName_.value_or("-"), describe(decision)));
     if (!currentBaseName_ || !currentSidecar_) {
         tellUser(message);
-        recordingDidFail(roomCode);
+        decision.restart ? recordingDidFail(failed) : giveUpCall(roomCode);
         co_return;
     }
     const std::string baseName = *std::exchange(currentBaseName_, std::nullopt);
@@ -364,27 +392,31 @@ Task<void> AppModel::processCaptureFailure(
     if (decision.restart) {
         continuedIn = uniqueBaseName();
     }
-    continuedIn = co_await finaliseAfterCaptureFailure(baseName, sidecar, error, continuedIn);
+    continuedIn =
+        co_await finaliseAfterCaptureFailure(failed, baseName, sidecar, error, continuedIn);
 
     const std::string time = RecordingMessages::timeOfDay(
         environment_.dateProvider.now(), environment_.currentTimeZone());
+    // A start that followed a sleep may be waiting behind this job.
+    const bool goesOn = decision.restart && lastRequest_ && isWanted(*lastRequest_) &&
+                        lastRequest_->roomCode == roomCode;
+    warn(
+        roomCode, goesOn ? RecordingMessages::problemAt(time, message, continuedIn)
+                         : RecordingMessages::stoppedAt(time, message));
+    tellUser(goesOn ? RecordingMessages::restarting(message) : message);
+    if (!decision.restart) {
+        giveUpCall(roomCode);
+    }
     if (!continuedIn) {
-        setCaptureWarning(RecordingMessages::stoppedAt(time, message));
-        tellUser(message);
-        recordingDidFail(roomCode);
         refreshStatusLine();
         co_return;
     }
-    setCaptureWarning(RecordingMessages::problemAt(time, message, continuedIn));
-    tellUser(RecordingMessages::restarting(message));
     // A variable of its own: g++ 12 destroys an aggregate that is made within a co_await twice.
     Continuation continuation{
         .baseName = *continuedIn,
         .continuedBaseName = baseName,
-        .sidecarPath = folder_.sidecarURL(baseName),
-        .movPath = folder_.movURL(baseName),
     };
-    co_await beginRecording(roomCode, std::move(continuation), decision.audioOnly);
+    co_await beginRecording(failed, std::move(continuation), decision.audioOnly);
 }
 
 void AppModel::blockCameraNamed(const std::string& localizedName) {
@@ -397,7 +429,7 @@ void AppModel::blockCameraNamed(const std::string& localizedName) {
 }
 
 Task<std::optional<std::string>> AppModel::finaliseAfterCaptureFailure(
-    std::string baseName, Sidecar sidecar, RecorderError error,
+    RecordingRequest request, std::string baseName, Sidecar sidecar, RecorderError error,
     std::optional<std::string> continuedIn) {
     const Date failedAt = environment_.dateProvider.now();
     // Nothing reads a movie that is still being written.
@@ -409,7 +441,7 @@ Task<std::optional<std::string>> AppModel::finaliseAfterCaptureFailure(
         const auto remuxed = co_await remuxer_.remuxToMP4(movPath, folder_.mp4URL(baseName));
         converted = remuxed.has_value();
     }
-    if (!isWanted(sidecar.roomCode)) {
+    if (!isWanted(request)) {
         continuedIn.reset(); // the call was over before this segment was converted
     }
     sidecar = SidecarUpdate::noting(
@@ -434,6 +466,21 @@ Task<void> AppModel::otherWorkHasHadItsTurn() {
     const auto timer =
         environment_.mainLoop.after(std::chrono::seconds{0}, [turn] { turn.resume({}); });
     co_await turn;
+}
+
+Task<void> AppModel::recordingsHaveHadTheirTurn() {
+    while (sessionState.get().isRecording() || !pendingWork_.isIdle()) {
+        const brindle::Continuation<Done> changed;
+        std::unique_ptr<Observation> observation;
+        if (sessionState.get().isRecording()) {
+            observation = sessionState.observe([this, changed](const SessionState&) {
+                environment_.mainLoop.post([changed] { changed.resume({}); });
+            });
+        } else {
+            pendingWork_.whenIdle([changed] { changed.resume({}); });
+        }
+        co_await changed;
+    }
 }
 
 /// In turns with everything else: nobody's call waits until thousands of sidecars have been read.
@@ -479,8 +526,9 @@ Task<void> AppModel::repairInterruptedRecordings() {
         }
         const auto modified = environment_.fileManager.modificationDate(*recording.movURL);
         const Date endedAt = modified ? *modified : sidecar->startedAt;
-        const auto remuxed =
-            co_await remuxer_.remuxToMP4(*recording.movURL, folder_.mp4URL(recording.baseName));
+        const auto remuxed = co_await remuxer_.remuxToMP4(
+            *recording.movURL, folder_.mp4URL(recording.baseName),
+            [this] { return recordingsHaveHadTheirTurn(); });
         writeSidecar(
             recording.baseName, SidecarUpdate::interrupted(*sidecar, endedAt, remuxed.has_value()));
     }
@@ -490,10 +538,16 @@ Task<void> AppModel::repairInterruptedRecordings() {
 
 // Shared steps
 
-void AppModel::recordingDidFail(const std::string& roomCode) {
+void AppModel::recordingDidFail(const RecordingRequest& request) {
     // By the time of a job the session may be recording another call, whose own start still waits,
     // or the same one after a sleep.
-    if (isWanted(roomCode)) {
+    if (isWanted(request)) {
+        session_.recordingDidFail(false);
+    }
+}
+
+void AppModel::giveUpCall(const std::string& roomCode) {
+    if (sessionState.get() == SessionState::recording(roomCode)) {
         session_.recordingDidFail(false);
     }
 }

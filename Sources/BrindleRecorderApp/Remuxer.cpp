@@ -103,8 +103,11 @@ Remuxer::Remuxer(
     : exporter_{exporter}, mainLoop_{mainLoop},
       fileManager_{fileManager}, log_{diagnosticLog, systemLog, dateProvider} {}
 
-Task<Expected<void, RecorderError>>
-Remuxer::remuxToMP4(std::filesystem::path source, std::filesystem::path destination) {
+Task<Expected<void, RecorderError>> Remuxer::remuxToMP4(
+    std::filesystem::path source, std::filesystem::path destination, GiveWay giveWay) {
+    if (giveWay) {
+        co_await giveWay();
+    }
     const std::string sourceName = source.filename().string();
     log_.both(
         Level::info, fmt::format(
@@ -144,7 +147,7 @@ Remuxer::remuxToMP4(std::filesystem::path source, std::filesystem::path destinat
         co_return unexpected(failure);
     }
     const std::int64_t leftOut = session->damagedBytesLeftOut();
-    co_return co_await verify(source, destination, leftOut);
+    co_return co_await verify(source, destination, leftOut, std::move(giveWay));
 }
 
 Task<void>
@@ -193,10 +196,11 @@ RecorderError Remuxer::exportFailure(
 }
 
 Task<Expected<void, RecorderError>> Remuxer::verify(
-    std::filesystem::path source, std::filesystem::path destination, std::int64_t leftOut) {
+    std::filesystem::path source, std::filesystem::path destination, std::int64_t leftOut,
+    GiveWay giveWay) {
     const auto temporary = temporaryFor(destination);
-    const auto sourceDuration = co_await duration(source);
-    const auto outputDuration = co_await duration(temporary);
+    const auto sourceDuration = co_await duration(source, giveWay);
+    const auto outputDuration = co_await duration(temporary, giveWay);
     const double sourceSeconds = secondsOrUnknown(sourceDuration);
     const double outputSeconds = secondsOrUnknown(outputDuration);
     const std::string sourceName = source.filename().string();
@@ -269,7 +273,10 @@ Expected<void, FileError> Remuxer::giveFinalName(
     return fileManager_.syncDirectory(destination.parent_path());
 }
 
-Task<std::optional<Seconds>> Remuxer::duration(std::filesystem::path movie) {
+Task<std::optional<Seconds>> Remuxer::duration(std::filesystem::path movie, GiveWay giveWay) {
+    if (giveWay) {
+        co_await giveWay();
+    }
     const Continuation<std::optional<Seconds>> answered;
     exporter_.loadDuration(
         movie, [answered](std::optional<Seconds> duration) { answered.resume(duration); });

@@ -13,6 +13,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -23,6 +24,9 @@ namespace brindle {
 /// Main thread only; the copying itself runs elsewhere. Must outlive its conversions.
 class Remuxer {
   public:
+    /// Ends when a conversion that has time may go on.
+    using GiveWay = std::function<Task<void>()>;
+
     /// All must outlive the remuxer.
     Remuxer(
         MovieExporter& exporter, MainLoop& mainLoop, const DateProvider& dateProvider,
@@ -35,8 +39,10 @@ class Remuxer {
     /// unless damage inside it was left out: then it stays, and the log says how much.
     /// Fails with `remuxFailed` only, and then the source is still there. A destination that turned
     /// out shorter than its source stays beside it; of an export that failed nothing stays.
-    Task<Expected<void, RecorderError>>
-    remuxToMP4(std::filesystem::path source, std::filesystem::path destination);
+    /// `giveWay`, where there is one, is awaited before each piece of the work, which the exporter
+    /// does one after the other for everybody: the export, and each measurement.
+    Task<Expected<void, RecorderError>> remuxToMP4(
+        std::filesystem::path source, std::filesystem::path destination, GiveWay giveWay = {});
 
     /// Ends the conversions that are being copied now: each fails with "Export was cancelled.".
     void cancel();
@@ -48,9 +54,10 @@ class Remuxer {
     class Conversion;
 
     Task<void> exportWithProgress(std::shared_ptr<ExportSession> session, std::string sourceName);
-    Task<Expected<void, RecorderError>>
-    verify(std::filesystem::path source, std::filesystem::path destination, std::int64_t leftOut);
-    Task<std::optional<Seconds>> duration(std::filesystem::path movie);
+    Task<Expected<void, RecorderError>> verify(
+        std::filesystem::path source, std::filesystem::path destination, std::int64_t leftOut,
+        GiveWay giveWay);
+    Task<std::optional<Seconds>> duration(std::filesystem::path movie, GiveWay giveWay);
     [[nodiscard]] RecorderError exportFailure(
         const ExportSession& session, const std::filesystem::path& source,
         const std::filesystem::path& output) const;

@@ -147,6 +147,26 @@ TEST_F(AppModelDetection, PollingStopsAndStartsAgain) {
     EXPECT_EQ(sessionInWords(), "recording zoom#1");
 }
 
+TEST_F(AppModelDetection, PollingStopsFromWithinAPoll) {
+    launch();
+    const auto observed =
+        model().devices.cameras().observe([this](const auto&) { model().stopPolling(); });
+    capture.addCamera(webcam);
+    runFor(60s);
+    EXPECT_EQ(loop().pendingTimers(), 0U);
+}
+
+TEST_F(AppModelDetection, PollingStopsFromWithinATick) {
+    launch();
+    runFor(2s);
+    zoomTakesTheMicrophone();
+    const auto observed =
+        model().sessionState.observe([this](const SessionState&) { model().stopPolling(); });
+    runFor(60s);
+    EXPECT_EQ(sessionInWords(), "recording zoom#1");
+    EXPECT_EQ(loop().pendingTimers(), 1U) << "the recorder's watchdog";
+}
+
 TEST_F(AppModelDetection, AUserOfTheMicrophoneThatNobodyReportedIsFoundByTheNextPoll) {
     launch();
     runFor(500ms);

@@ -1,6 +1,7 @@
 // How a recording survives that its capture fails: the segment is closed, and where allowed the
 // next one begins.
 #include "BrindleRecorderApp/AppModel.hpp"
+#include "BrindleRecorderCore/InternetDateTime.hpp"
 
 #include "Support/AppScene.hpp"
 
@@ -150,7 +151,7 @@ TEST_F(AppModelFailure, ARestartIsLogged) {
         linesAbout("begin recording"),
         ElementsAre(
             "begin recording: room=zoom#1 continuing=- audioOnly=false",
-            "begin recording: room=zoom#1 continuing=2026-03-14_0930 audioOnly=false"));
+            "begin recording: room=zoom#1 continuing=2026-03-14_0930-2 audioOnly=false"));
 }
 
 TEST_F(AppModelFailure, AFailedSegmentIsConvertedOnlyOnceTheCaptureQueueHasDoneWithItsFile) {
@@ -399,6 +400,58 @@ TEST_F(AppModelFailure, WhenNothingReopensTheRecordingIsOver) {
     EXPECT_EQ(model().lastRecordingError.get(), warning) << "stays until the next recording";
 }
 
+TEST_F(AppModelFailure, AWarningThatComesWhenItsCallIsOverStandsBesideNoCall) {
+    recordZoomCall();
+    exporter().script().finishAtOnce = false;
+    deviceDies();
+    callEnds();
+    runFor(2s);
+    ASSERT_EQ(sessionInWords(), "idle");
+    exporter().finish();
+    settle();
+    EXPECT_EQ(model().captureWarning.get(), std::nullopt);
+    EXPECT_THAT(model().lastRecordingError.get().value_or(""), EndsWith(deviceDead))
+        << "the last recording's problem, until the next one starts";
+    EXPECT_THAT(notices(), ElementsAre(deviceDead)) << "and not that capture restarts";
+    zoomTakesTheMicrophone();
+    runFor(5s);
+    EXPECT_EQ(model().lastRecordingError.get(), std::nullopt);
+}
+
+TEST_F(AppModelFailure, AWarningThatComesLateIsNotAboutTheNextRecording) {
+    recordZoomCall();
+    exporter().script().finishAtOnce = false;
+    deviceDies();
+    callEnds();
+    runFor(2s);
+    takesTheMicrophone(teams);
+    runFor(5s);
+    ASSERT_EQ(sessionInWords(), "recording teams#2");
+    exporter().finish();
+    settle();
+    ASSERT_THAT(captured, SizeIs(2));
+    EXPECT_EQ(model().captureWarning.get(), std::nullopt);
+    EXPECT_EQ(model().lastRecordingError.get(), std::nullopt);
+    EXPECT_THAT(notices(), ElementsAre(deviceDead));
+}
+
+TEST_F(AppModelFailure, TheTimesInAFailedSegmentAreThoseBeforeAndAfterItsConversion) {
+    recordZoomCall();
+    runFor(10s);
+    exporter().script().finishAtOnce = false;
+    writingStops();
+    const Date failedAt = clock.now();
+    runFor(5min);
+    exporter().finish();
+    settle();
+    EXPECT_THAT(
+        sidecar(firstBaseName).notes,
+        ElementsAre(testing::StartsWith(
+            "capture failed at " + InternetDateTime::format(failedAt, TimeZone::utc()) + ": ")));
+    EXPECT_EQ(sidecar(firstBaseName).endedAt, failedAt + Seconds{300});
+    EXPECT_EQ(sidecar("2026-03-14_0930-2").startedAt, failedAt + Seconds{300});
+}
+
 TEST_F(AppModelFailure, ARestartIsSubjectToTheSpaceLeft) {
     recordZoomCall();
     files.setAvailableCapacity(10);
@@ -540,7 +593,7 @@ TEST_F(AppModelFailure, AFailureBetweenAStopAndTheNextStartLeavesTheNextRecordin
     EXPECT_FALSE(capture.output().isRecording()) << "nothing runs on that nobody can stop";
 }
 
-TEST_F(AppModelFailure, ARestartThatFailsAfterItsCallLeavesTheNextRecordingAlone) {
+TEST_F(AppModelFailure, ARestartThatWaitsUntilTheNextRecordingIsDueIsNotBegun) {
     recordZoomCall();
     capture.setAuthorizationStatus(MediaType::audio, AuthorizationStatus::notDetermined);
     deviceDies();
@@ -549,13 +602,10 @@ TEST_F(AppModelFailure, ARestartThatFailsAfterItsCallLeavesTheNextRecordingAlone
     model().stopRecordingFromMenu();
     runFor(2s);
     model().recordNowFromMenu();
-    capture.script().refuseOpen = {builtInCamera.uniqueID, builtInMicrophone.uniqueID};
     capture.answerAccess(MediaType::audio, true);
-    while (linesAbout("nothing could be opened").empty() && step(loop().now())) {
-    }
-    ASSERT_THAT(linesAbout("nothing could be opened"), SizeIs(1));
-    capture.script().refuseOpen.clear(); // plugged in again before the other one's turn
     runFor(5s);
+    EXPECT_THAT(
+        linesAbout("recording not begun"), ElementsAre("recording not begun: room=zoom#1 is over"));
     EXPECT_EQ(sessionInWords(), "recording manual#2");
     ASSERT_THAT(captured, SizeIs(2));
     EXPECT_TRUE(capture.output().isRecording());

@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace brindle {
 namespace {
@@ -27,6 +28,17 @@ using Operation = test::InMemoryFileManager::Operation;
 
 const Date startedAt = *InternetDateTime::parse("2025-03-14T08:30:12Z");
 const Date lastWrittenAt = *InternetDateTime::parse("2025-03-14T08:55:00Z");
+
+/// Whether all of them are there, in this order, whatever else is between them.
+MATCHER_P(IsSupersetInOrder, expected, "") {
+    auto next = expected.begin();
+    for (const std::string& call : arg) {
+        if (next != expected.end() && call == *next) {
+            ++next;
+        }
+    }
+    return next == expected.end();
+}
 
 class AppModelRepair : public testing::Test, protected test::AppScene {
   protected:
@@ -209,11 +221,81 @@ TEST_F(AppModelRepair, ACallIsRecordedWhileTheRepairGoesOn) {
     zoomTakesTheMicrophone();
     runFor(5s);
     ASSERT_THAT(captured, SizeIs(1));
+    exporter().script().finishAtOnce = true;
     exporter().finish();
     settle();
-    EXPECT_THAT(folderContents(), Contains("b.mp4"));
     EXPECT_EQ(files.contents(captured.front()), "captured");
     EXPECT_EQ(sessionInWords(), "recording zoom#1");
+    zoomReleasesTheMicrophone();
+    runFor(30s);
+    EXPECT_THAT(
+        folderContents(),
+        ElementsAre("2026-03-14_0930.json", "2026-03-14_0930.mp4", "b.json", "b.mp4"));
+}
+
+TEST_F(AppModelRepair, GivesWayToARecordingBetweenTwoPiecesOfWork) {
+    leaveInterrupted("b", true);
+    leaveInterrupted("c", true);
+    exporter().script().finishAtOnce = false;
+    launch();
+    ASSERT_THAT(exporter().calls(), Contains("make export b.mov"));
+    zoomTakesTheMicrophone();
+    runFor(5s);
+    ASSERT_THAT(captured, SizeIs(1));
+    exporter().script().finishAtOnce = true;
+    exporter().finish(); // of the piece that the call found under way
+    runFor(60s);
+    EXPECT_THAT(exporter().calls(), Not(Contains("duration b.mov")));
+    zoomReleasesTheMicrophone();
+    runFor(60s);
+    EXPECT_THAT(
+        exporter().calls(), IsSupersetInOrder(std::vector<std::string>{
+                                "make export b.mov", "make export 2026-03-14_0930.mov",
+                                "duration b.mov", "make export c.mov"}));
+    EXPECT_THAT(
+        folderContents(),
+        ElementsAre(
+            "2026-03-14_0930.json", "2026-03-14_0930.mp4", "b.json", "b.mp4", "c.json", "c.mp4"));
+}
+
+TEST_F(AppModelRepair, GivesWayToAStartThatWaits) {
+    leaveInterrupted("b", true);
+    exporter().script().finishAtOnce = false;
+    launch();
+    model().recordNowFromMenu();
+    exporter().script().finishAtOnce = true;
+    exporter().finish();
+    settle();
+    EXPECT_THAT(captured, SizeIs(1));
+    EXPECT_THAT(exporter().calls(), Not(Contains("duration b.mov")));
+    model().stopRecordingFromMenu();
+    runFor(10s);
+    EXPECT_THAT(folderContents(), Contains("b.mp4"));
+}
+
+TEST_F(AppModelRepair, GivesWayToTheRestartThatFollowsAFailure) {
+    leaveInterrupted("b", true);
+    leaveInterrupted("c", true);
+    exporter().script().finishAtOnce = false;
+    launch();
+    zoomTakesTheMicrophone();
+    runFor(5s);
+    exporter().script().finishAtOnce = true;
+    exporter().finish();
+    deviceDies();
+    settle();
+    EXPECT_THAT(captured, SizeIs(2));
+    EXPECT_THAT(exporter().calls(), Not(Contains("make export c.mov")));
+}
+
+TEST_F(AppModelRepair, TheEndOfARepairedRecordingIsItsMoviesHoweverLongTheConversion) {
+    leaveInterrupted("b", true);
+    exporter().script().finishAtOnce = false;
+    launch();
+    runFor(5min);
+    exporter().finish();
+    settle();
+    EXPECT_EQ(sidecar("b").endedAt, lastWrittenAt);
 }
 
 TEST_F(AppModelRepair, WhatThisRunRecordsIsNotInterrupted) {
@@ -225,9 +307,11 @@ TEST_F(AppModelRepair, WhatThisRunRecordsIsNotInterrupted) {
     runFor(10s);
     notifications.answerAuthorization(true);
     runFor(10s);
-    EXPECT_THAT(notices(), ElementsAre("Recovered 1 interrupted recording(s)."));
     EXPECT_EQ(files.contents(folder.movURL(firstBaseName)), "captured") << "still being written";
     EXPECT_EQ(sidecar(firstBaseName).endedAt, std::nullopt);
+    model().stopRecordingFromMenu();
+    runFor(10s);
+    EXPECT_THAT(notices(), ElementsAre("Recovered 1 interrupted recording(s)."));
     EXPECT_FALSE(sidecar(firstBaseName).interrupted);
 }
 

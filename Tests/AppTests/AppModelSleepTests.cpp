@@ -31,6 +31,8 @@ class AppModelSleep : public testing::Test, protected test::AppScene {
         settle();
     }
     [[nodiscard]] bool isCapturing() { return capture.output().isRecording(); }
+
+    inline static const std::string dictation = "com.apple.assistantd";
 };
 
 TEST_F(AppModelSleep, ARecordingIsKeptBeforeTheMachineSleeps) {
@@ -151,6 +153,154 @@ TEST_F(AppModelSleep, WakingWithoutHavingSleptDoesNothing) {
     settle();
     EXPECT_THAT(captured, SizeIs(1));
     EXPECT_TRUE(isCapturing());
+}
+
+// --- What was under way, or is asked for, when the machine sleeps ---
+
+TEST_F(AppModelSleep, AStartThatStillWaitsIsMadeOnce) {
+    recordZoomCall();
+    exporter().script().finishAtOnce = false;
+    zoomReleasesTheMicrophone();
+    runFor(21s); // the long conversion of the first call begins
+    takesTheMicrophone(teams);
+    runFor(5s);
+    ASSERT_EQ(sessionInWords(), "recording teams#2");
+    ASSERT_THAT(captured, SizeIs(1)) << "the start waits for the conversion";
+    fallAsleep();
+    wakeAfter(60s);
+    exporter().finish();
+    settle();
+    EXPECT_THAT(captured, SizeIs(2));
+    EXPECT_TRUE(isCapturing());
+    EXPECT_THAT(
+        folderContents(), ElementsAre(
+                              "2026-03-14_0930.json", "2026-03-14_0930.mp4", "2026-03-14_0931.json",
+                              "2026-03-14_0931.mov"));
+}
+
+TEST_F(AppModelSleep, ASegmentThatFailedBeforeTheSleepIsContinuedOnce) {
+    recordZoomCall();
+    exporter().script().finishAtOnce = false;
+    deviceDies();
+    settle(); // the failed segment is being converted
+    fallAsleep();
+    wakeAfter(60s);
+    exporter().script().finishAtOnce = true;
+    exporter().finish();
+    settle();
+    EXPECT_THAT(captured, SizeIs(2));
+    EXPECT_TRUE(isCapturing());
+}
+
+TEST_F(AppModelSleep, AStartThatWaitsForTheMicrophoneIsTakenBack) {
+    launch();
+    capture.setAuthorizationStatus(MediaType::audio, AuthorizationStatus::notDetermined);
+    zoomTakesTheMicrophone();
+    runFor(5s);
+    fallAsleep();
+    wakeAfter(60s);
+    capture.answerAccess(MediaType::audio, true);
+    settle();
+    EXPECT_THAT(captured, SizeIs(1));
+    EXPECT_TRUE(isCapturing());
+}
+
+TEST_F(AppModelSleep, ARecordingThatIsNotToBeRestartedIsNotResumedEither) {
+    recordZoomCall();
+    for (int failure = 1; failure <= 20; ++failure) {
+        runFor(60s);
+        writingStops();
+        settle();
+    }
+    ASSERT_THAT(captured, SizeIs(21));
+    exporter().script().finishAtOnce = false;
+    writingStops(); // once more than is allowed
+    settle();
+    fallAsleep();
+    exporter().script().finishAtOnce = true;
+    exporter().finish();
+    settle();
+    wakeAfter(60s);
+    runFor(10min);
+    EXPECT_THAT(captured, SizeIs(21));
+    EXPECT_FALSE(isCapturing());
+}
+
+TEST_F(AppModelSleep, ARecordingThatIsNotToBeRestartedIsNotResumedBeforeItIsConverted) {
+    recordZoomCall();
+    for (int failure = 1; failure <= 20; ++failure) {
+        runFor(60s);
+        writingStops();
+        settle();
+    }
+    exporter().script().finishAtOnce = false;
+    writingStops();
+    settle();
+    fallAsleep();
+    wakeAfter(60s); // the start after waking waits for the conversion
+    exporter().script().finishAtOnce = true;
+    exporter().finish();
+    settle();
+    EXPECT_THAT(captured, SizeIs(21));
+    EXPECT_EQ(sessionInWords(), "armed zoom#1");
+}
+
+TEST_F(AppModelSleep, AnAnswerThatComesDuringSleepCountsAfterWaking) {
+    defaults.setBoolean("askBeforeRecording", true);
+    kill();
+    start();
+    launch();
+    zoomTakesTheMicrophone();
+    runFor(5s);
+    fallAsleep();
+    ASSERT_EQ(systemEvents.ready, 1);
+    userAnswers("zoom#1", true);
+    settle();
+    EXPECT_THAT(captured, IsEmpty()) << "it was said that nothing runs any more";
+    wakeAfter(60s);
+    EXPECT_THAT(captured, SizeIs(1));
+    EXPECT_EQ(sessionInWords(), "recording zoom#1");
+}
+
+TEST_F(AppModelSleep, NothingIsRecordedByHandDuringSleep) {
+    launch();
+    fallAsleep();
+    ASSERT_EQ(systemEvents.ready, 1);
+    model().recordNowFromMenu();
+    settle();
+    EXPECT_THAT(captured, IsEmpty());
+    EXPECT_EQ(sessionInWords(), "idle");
+    wakeAfter(60s);
+    EXPECT_THAT(captured, IsEmpty()) << "nobody is in a call";
+    model().recordNowFromMenu();
+    settle();
+    EXPECT_THAT(captured, SizeIs(1));
+}
+
+TEST_F(AppModelSleep, TheWatchThatALaunchBeginsWaitsForTheWaking) {
+    model().launch();
+    settle();
+    fallAsleep();
+    notifications.answerAuthorization(true);
+    zoomTakesTheMicrophone();
+    runFor(60s);
+    EXPECT_THAT(captured, IsEmpty());
+    EXPECT_EQ(loop().pendingTimers(), 0U);
+    wakeAfter(60s);
+    runFor(5s);
+    EXPECT_EQ(sessionInWords(), "recording zoom#1");
+}
+
+TEST_F(AppModelSleep, AnIgnoredProgramDoesNotResumeARecording) {
+    recordZoomCall();
+    fallAsleep();
+    zoomReleasesTheMicrophone();
+    takesTheMicrophone(dictation);
+    wakeAfter(10s);
+    EXPECT_FALSE(isCapturing());
+    runFor(60s);
+    EXPECT_THAT(captured, SizeIs(1));
+    EXPECT_EQ(sessionInWords(), "idle");
 }
 
 // --- The end ---
