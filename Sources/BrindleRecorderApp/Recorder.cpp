@@ -227,7 +227,8 @@ Recorder::stopAndKeep(std::filesystem::path finalMP4) {
 }
 
 Task<void> Recorder::stopAndDiscard() {
-    if (isStopping_) {
+    const bool isConverting = status_.get().isRecording() && !capture_;
+    if (isStopping_ || isConverting) {
         co_return;
     }
     const auto generation = startGeneration_;

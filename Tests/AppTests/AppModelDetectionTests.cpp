@@ -717,6 +717,15 @@ TEST_F(AppModelDetection, NamesTheDevicesThatTheNextRecordingWouldUse) {
     EXPECT_EQ(model().selectedMicrophoneName(), "No microphone");
 }
 
+TEST_F(AppModelDetection, NamesTheDefaultMicrophoneAmongSeveral) {
+    constexpr AudioObjectID secondDevice = 2;
+    capture.addMicrophone(headset);
+    audio.setDevice(secondDevice, {.uniqueID = headset.uniqueID});
+    audio.setDefaultInputDevice(secondDevice);
+    launch();
+    EXPECT_EQ(model().selectedMicrophoneName(), "Headset");
+}
+
 TEST_F(AppModelDetection, PublishedFieldsTellTheirObserversOncePerChange) {
     std::vector<std::string> states;
     std::vector<std::string> lines;

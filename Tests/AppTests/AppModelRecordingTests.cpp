@@ -333,6 +333,84 @@ TEST_F(AppModelRecording, TheDevicesThatTheUserChoseAreUsed) {
     EXPECT_THAT(notices(), IsEmpty());
 }
 
+TEST_F(AppModelRecording, TheDefaultMicrophoneOfTheMomentIsUsed) {
+    constexpr AudioObjectID secondDevice = 2;
+    capture.addMicrophone(headset);
+    audio.setDevice(secondDevice, {.uniqueID = headset.uniqueID});
+    audio.setDefaultInputDevice(secondDevice);
+    callBegins();
+    EXPECT_THAT(opened(), ElementsAre("cam-1", "mic-2"));
+    EXPECT_EQ(firstSidecar().audioDevice, "Headset");
+    EXPECT_FALSE(firstSidecar().fallbackUsed);
+    EXPECT_THAT(statusLine(), testing::EndsWith(" — Integrated Camera / Headset"));
+}
+
+TEST_F(AppModelRecording, ADeviceThatNobodyReportedIsFoundByTheStart) {
+    launch();
+    capture.addCamera(webcam);
+    capture.addMicrophone(headset);
+    model().settings.preferredVideoDeviceID.set(webcam.uniqueID);
+    model().settings.preferredAudioDeviceID.set(headset.uniqueID);
+    model().recordNowFromMenu();
+    settle(); // before the next poll
+    EXPECT_THAT(opened(), ElementsAre("cam-2", "mic-2"));
+    EXPECT_FALSE(firstSidecar().fallbackUsed);
+}
+
+TEST_F(AppModelRecording, ACameraThatIsPulledAfterItWasChosenIsNotNamed) {
+    capture.addCamera(webcam);
+    capture.script().pulled = {builtInCamera.uniqueID};
+    callBegins();
+    EXPECT_THAT(opened(), ElementsAre("cam-2", "mic-1"));
+    EXPECT_EQ(firstSidecar().videoDevice, "Desk Webcam");
+    EXPECT_TRUE(firstSidecar().fallbackUsed);
+    EXPECT_THAT(
+        firstSidecar().notes,
+        ElementsAre("Camera Integrated Camera refused to open; recorded with Desk Webcam."));
+}
+
+TEST_F(AppModelRecording, TheOnlyCameraThatIsPulledAfterItWasChosenIsNotNamed) {
+    capture.script().pulled = {builtInCamera.uniqueID};
+    callBegins();
+    EXPECT_EQ(firstSidecar().videoDevice, "none");
+    EXPECT_THAT(
+        firstSidecar().notes,
+        ElementsAre("Camera Integrated Camera refused to open; recorded audio only."));
+}
+
+TEST_F(AppModelRecording, AMicrophoneThatIsPulledAfterItWasChosenIsNotNamed) {
+    capture.script().pulled = {builtInMicrophone.uniqueID};
+    callBegins();
+    EXPECT_THAT(opened(), ElementsAre("cam-1"));
+    EXPECT_EQ(firstSidecar().audioDevice, "none");
+    EXPECT_TRUE(firstSidecar().fallbackUsed);
+    EXPECT_THAT(
+        firstSidecar().notes, ElementsAre("No microphone was available; recorded without audio."));
+    EXPECT_THAT(statusLine(), testing::EndsWith(" — Integrated Camera / none"));
+}
+
+TEST_F(AppModelRecording, TheNotesOfTheStartAreStillThereAfterTheStop) {
+    model().settings.preferredVideoDeviceID.set("gone");
+    callBegins();
+    const auto atTheStart = firstSidecar().notes;
+    ASSERT_THAT(atTheStart, SizeIs(1));
+    callEnds();
+    EXPECT_NE(firstSidecar().endedAt, std::nullopt);
+    EXPECT_EQ(firstSidecar().notes, atTheStart);
+}
+
+TEST_F(AppModelRecording, TheNotesOfTheStartComeBeforeThatOfAFailedConversion) {
+    model().settings.preferredVideoDeviceID.set("gone");
+    callBegins();
+    conversionsFail();
+    callEnds();
+    EXPECT_THAT(
+        firstSidecar().notes,
+        ElementsAre(
+            "Preferred camera was unavailable; used Integrated Camera instead.",
+            StartsWith("MP4 conversion failed (")));
+}
+
 TEST_F(AppModelRecording, APreferredCameraThatIsNotThereIsReplacedAndNoted) {
     model().settings.preferredVideoDeviceID.set("gone");
     callBegins();
@@ -470,6 +548,24 @@ TEST_F(AppModelRecording, WhenTheConversionFailsTheMovIsKept) {
         Contains("stop and keep failed: 2026-03-14_0930 error=Converting to MP4 failed: Could not "
                  "create a passthrough export session.; .mov exists, 8 bytes; .mp4 missing; "
                  "capture finished with: no error reported"));
+}
+
+TEST_F(AppModelRecording, TheEndIsTheOneOfTheConversionWhetherItSucceedsOrFails) {
+    for (const auto outcome : {ExportSession::Status::completed, ExportSession::Status::failed}) {
+        recordZoomCall();
+        const auto baseName = captured.back().stem().string();
+        exporter().script().finishAtOnce = false;
+        exporter().script().status = outcome;
+        model().stopRecordingFromMenu();
+        const Date stoppedAt = clock.now();
+        runFor(5min);
+        EXPECT_EQ(sidecar(baseName).endedAt, std::nullopt);
+        exporter().finish();
+        settle();
+        EXPECT_EQ(sidecar(baseName).endedAt, stoppedAt + Seconds{300});
+        kill();
+        start();
+    }
 }
 
 TEST_F(AppModelRecording, AMovOfOneByteIsKept) {

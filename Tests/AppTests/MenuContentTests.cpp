@@ -280,6 +280,17 @@ TEST_F(MenuContentTest, ListsTheSystemDefaultAndThenEveryDevice) {
             "(✓ System default (Integrated Microphone))", "(Integrated Microphone)", "(Headset)"));
 }
 
+TEST_F(MenuContentTest, NamesTheDefaultMicrophoneAmongSeveral) {
+    constexpr AudioObjectID secondDevice = 2;
+    capture.addMicrophone({"mic-2", "Headset", false});
+    audio.setDevice(secondDevice, {.uniqueID = "mic-2"});
+    audio.setDefaultInputDevice(secondDevice);
+    model.devices.refresh();
+    EXPECT_THAT(
+        linesOf("Microphone"),
+        ElementsAre("(✓ System default (Headset))", "(Integrated Microphone)", "(Headset)"));
+}
+
 TEST_F(MenuContentTest, TheSystemDefaultMayBeNone) {
     capture.setDefaultCamera(std::nullopt);
     audio.setDefaultInputDevice(std::nullopt);

@@ -176,6 +176,23 @@ TEST_F(RecorderStop, DiscardWhileAnotherStopIsUnderWayReturnsAtOnce) {
     EXPECT_EQ(files.files(), (std::vector{mp4}));
 }
 
+TEST_F(RecorderStop, DiscardWhileAKeptRecordingIsConvertedLeavesItAlone) {
+    exporter.script().finishAtOnce = false;
+    record(mov);
+    const TaskProbe keeping{recorder->stopAndKeep(mp4)};
+    settle();
+    const TaskProbe discarding{recorder->stopAndDiscard()};
+    settle();
+    EXPECT_TRUE(discarding.isDone());
+    EXPECT_EQ(files.contents(mov), "data");
+    EXPECT_TRUE(status().isRecording()) << "no other recording may begin meanwhile";
+    exporter.finish();
+    settle();
+    ASSERT_TRUE(keeping.isDone());
+    EXPECT_TRUE(keeping.value());
+    EXPECT_EQ(files.files(), (std::vector{mp4}));
+}
+
 TEST_F(RecorderStop, KeepWhileADiscardIsUnderWayFails) {
     capture.script().finishWhenStopped = false;
     record(mov);

@@ -265,7 +265,7 @@ std::unique_ptr<Observation> ScriptedCaptureSystem::observeDevices(std::function
 std::shared_ptr<CaptureDevice> ScriptedCaptureSystem::device(const std::string& uniqueID) {
     const auto found = std::ranges::find_if(
         devices_, [&](const auto& present) { return present->info().uniqueID == uniqueID; });
-    return found == devices_.end() ? nullptr : *found;
+    return found == devices_.end() || script_->pulled.contains(uniqueID) ? nullptr : *found;
 }
 
 std::shared_ptr<CaptureSession> ScriptedCaptureSystem::makeSession() {

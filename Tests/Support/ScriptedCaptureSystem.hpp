@@ -22,6 +22,7 @@ namespace brindle::test {
 /// What goes wrong, and how outputs behave. Shared by everything that one system makes; what is
 /// changed counts for every later call.
 struct CaptureScript {
+    std::set<std::string> pulled;         ///< devices that are listed and found no more
     std::set<std::string> refuseLock;     ///< devices that cannot be locked
     std::set<std::string> refuseOpen;     ///< devices that cannot be opened
     std::set<std::string> refuseAddInput; ///< devices that no session takes
