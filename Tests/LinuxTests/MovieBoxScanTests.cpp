@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cerrno>
 #include <functional>
 #include <limits>
@@ -395,6 +396,130 @@ TEST(MovieBoxScan, RefusesAHeaderThatClaimsMoreSamplesThanADayHas) {
     EXPECT_EQ(reasonFor(box("moov", track(1, manyInAChunk))), Reason::tooLarge);
     const Bytes sizesWithoutATable = box("stsz", u32(0) + u32(0) + u32(1000));
     EXPECT_EQ(reasonFor(box("moov", track(1, sizesWithoutATable))), Reason::noMovieHeader);
+}
+
+// Sample tables.
+
+Bytes sizesOfOne(std::uint32_t size, std::uint32_t count) {
+    return box("stsz", u32(0) + u32(size) + u32(count));
+}
+
+Bytes sizes(const std::vector<std::uint32_t>& listed) {
+    Bytes content = u32(0) + u32(0) + u32(listed.size());
+    for (const std::uint32_t size : listed) {
+        content = content + u32(size);
+    }
+    return box("stsz", content);
+}
+
+Bytes perChunk(const std::vector<std::array<std::uint32_t, 2>>& runs) {
+    Bytes content = u32(0) + u32(runs.size());
+    for (const auto& [firstChunk, samples] : runs) {
+        content = content + u32(firstChunk) + u32(samples) + u32(1);
+    }
+    return box("stsc", content);
+}
+
+Bytes places(const std::vector<std::uint32_t>& offsets) {
+    Bytes content = u32(0) + u32(offsets.size());
+    for (const std::uint32_t offset : offsets) {
+        content = content + u32(offset);
+    }
+    return box("stco", content);
+}
+
+Bytes indexed(const Bytes& tracks) {
+    return box("ftyp", u32(0)) + box("mdat", Bytes(200, 0x55)) + box("moov", tracks);
+}
+
+TEST(MovieBoxScan, RefusesAHeaderWhoseSamplesOverlap) {
+    struct Overlap {
+        const char* name;
+        Bytes tracks;
+    };
+    const Bytes one = perChunk({{1, 1}});
+    const Bytes two = perChunk({{1, 2}});
+    const Bytes longPlaces =
+        box("co64", u32(0) + u32(2) + number(std::uint64_t{1} << 40U, 8) +
+                        number((std::uint64_t{1} << 40U) + 9, 8));
+    const Bytes halfBytes = box("stz2", u32(0) + u32(4) + u32(3) + Bytes{0x5A, 0x10});
+    const Bytes shorts = box("stz2", u32(0) + u32(16) + u32(2) + Bytes{1, 0, 0, 9});
+    const Bytes bytes = box("stz2", u32(0) + u32(8) + u32(2) + Bytes{100, 9});
+    const std::vector<Overlap> overlaps{
+        {"the same place twice", track(1, sizesOfOne(10, 2) + one + places({20, 20}))},
+        {"the last byte", track(1, sizesOfOne(10, 2) + one + places({20, 29}))},
+        {"the other way round", track(1, sizesOfOne(10, 2) + one + places({29, 20}))},
+        {"one within the other", track(1, sizes({50, 1}) + one + places({20, 40}))},
+        {"tables in another order", track(1, places({20, 29}) + one + sizesOfOne(10, 2))},
+        {"chunks of two", track(1, sizesOfOne(10, 4) + two + places({20, 39}))},
+        {"far away", track(1, sizesOfOne(10, 2) + one + longPlaces)},
+        {"half a byte each", track(1, halfBytes + perChunk({{1, 2}, {2, 1}}) + places({20, 34}))},
+        {"a byte each", track(1, bytes + one + places({20, 119}))},
+        {"two bytes each", track(1, shorts + one + places({20, 275}))},
+        {"two tracks", track(1, sizesOfOne(10, 1) + one + places({20})) +
+                           track(2, sizesOfOne(10, 1) + one + places({29}))},
+        {"a hundred behind one of the other track",
+         track(1, sizesOfOne(180, 1) + one + places({20})) +
+             track(2, sizesOfOne(1, 3) + one + places({10, 199, 215}))},
+    };
+    for (const Overlap& overlap : overlaps) {
+        EXPECT_EQ(reasonFor(indexed(overlap.tracks)), Reason::overlapping) << overlap.name;
+    }
+}
+
+TEST(MovieBoxScan, TakesSamplesThatTouchButDoNotOverlap) {
+    const Bytes one = perChunk({{1, 1}});
+    const std::vector<Bytes> good{
+        track(1, sizesOfOne(10, 2) + one + places({20, 30})),
+        track(1, sizesOfOne(10, 2) + one + places({30, 20})),
+        track(1, sizes({5, 6, 7}) + perChunk({{1, 2}, {2, 1}}) + places({20, 31})),
+        // Nothing at a place is nowhere.
+        track(1, sizes({10, 0, 10}) + one + places({20, 25, 30})),
+        // More chunks than samples.
+        track(1, sizesOfOne(10, 1) + one + places({20, 20, 20})),
+        track(
+            1, box("stz2", u32(0) + u32(4) + u32(3) + Bytes{0x5A, 0x10}) +
+                   perChunk({{1, 2}, {2, 1}}) + places({20, 35})),
+        track(1, sizesOfOne(10, 2) + one + places({20, 40})) +
+            track(2, sizesOfOne(10, 2) + one + places({30, 50})),
+    };
+    for (std::size_t index = 0; index < good.size(); ++index) {
+        const auto layout = scan(indexed(good[index]));
+        EXPECT_TRUE(layout) << index;
+    }
+}
+
+TEST(MovieBoxScan, RefusesATableThatIsThereTwice) {
+    const Bytes sizes = sizesOfOne(10, 1);
+    const Bytes chunks = perChunk({{1, 1}});
+    const Bytes offsets = places({20});
+    const Bytes farOffsets = box("co64", u32(0) + u32(1) + number(20, 8));
+    const Bytes compact = box("stz2", u32(0) + u32(8) + u32(1) + Bytes{10});
+    ASSERT_TRUE(scan(indexed(track(1, sizes + chunks + offsets))));
+    for (const Bytes& again : {sizes, chunks, offsets, farOffsets, compact}) {
+        EXPECT_EQ(
+            reasonFor(indexed(track(1, sizes + chunks + offsets + again))), Reason::noMovieHeader);
+    }
+}
+
+TEST(MovieBoxScan, RefusesMoreChunksThanADayHasSamples) {
+    Bytes table = u32(0) + u32(mostSamplesOfAMovie + 1);
+    table.resize(table.size() + (static_cast<std::size_t>(mostSamplesOfAMovie) + 1) * 4);
+    EXPECT_EQ(
+        reasonFor(indexed(track(1, sizesOfOne(1, 1) + perChunk({{1, 1}}) + box("stco", table)))),
+        Reason::tooLarge);
+}
+
+TEST(MovieBoxScan, RefusesAnEditListThatRepeatsTheSamplesBeyondADay) {
+    Bytes list = u32(0) + u32(10'000);
+    list.resize(list.size() + std::size_t{10'000} * 12);
+    const Bytes edits = box("edts", box("elst", list));
+    const auto movie = [&](std::uint32_t samples) {
+        Bytes plain = track(1, sizesOfOne(1, samples) + perChunk({{1, samples}}) + places({20}));
+        return indexed(box("trak", Bytes{plain.begin() + 8, plain.end()} + edits));
+    };
+    EXPECT_EQ(reasonFor(movie(1000)), Reason::tooLarge);
+    EXPECT_TRUE(scan(movie(100)));
 }
 
 TEST(MovieBoxScan, IsNotFooledByBoxesWithinBoxesWithinBoxes) {

@@ -641,6 +641,68 @@ TEST_F(MovieExportDamage, RefusesFilesWithoutOneReadableSampleAndWritesNothing) 
     }
 }
 
+// Movies that list the same media again and again.
+
+/// One picture, its header behind it.
+Bytes movieOfOnePicture(const std::filesystem::path& path) {
+    EXPECT_EQ(
+        run("ffmpeg -nostdin -v error -f lavfi -i testsrc2=size=320x180:rate=30 -frames:v 1 "
+            "-c:v libx264 -pix_fmt yuv420p " +
+            path.string()),
+        "");
+    return test::readFile(path);
+}
+
+/// A box's content made of numbers of four bytes.
+Bytes numbers(const std::vector<std::uint32_t>& values) {
+    Bytes bytes;
+    for (const std::uint32_t value : values) {
+        const Bytes number = test::bigEndian(value, 4);
+        bytes.insert(bytes.end(), number.begin(), number.end());
+    }
+    return bytes;
+}
+
+TEST_F(MovieExport, WritesNothingForAMovieWhoseChunksAllPointAtOneSample) {
+    const auto original = fresh(".mov");
+    const Bytes movie = movieOfOnePicture(original);
+    const auto picture = readPackets(original).at(0).at(0);
+    constexpr std::uint32_t chunks = 1000;
+    std::vector<std::uint32_t> places{0, chunks};
+    places.insert(places.end(), chunks, static_cast<std::uint32_t>(picture.position));
+    const Bytes hostile = test::withBoxContents(
+        movie, {{"stsz", numbers({0, static_cast<std::uint32_t>(picture.size), chunks})},
+                {"stsc", numbers({0, 1, 1, 1, 1})},
+                {"stts", numbers({0, 1, chunks, 512})},
+                {"stco", numbers(places)}});
+    const auto output = fresh(".mp4");
+    const Outcome outcome = exportBytes(hostile, output);
+    EXPECT_EQ(outcome.status, Status::failed);
+    ASSERT_TRUE(outcome.error);
+    EXPECT_THAT(outcome.error->description, HasSubstr("more than once"));
+    EXPECT_FALSE(std::filesystem::exists(output))
+        << std::filesystem::file_size(output) << " bytes from " << hostile.size();
+    EXPECT_EQ(exportBytes(movie, fresh(".mp4")).status, Status::completed);
+}
+
+TEST_F(MovieExport, WritesNoMoreMediaThanTheSourceHolds) {
+    const Bytes movie = movieOfOnePicture(fresh(".mov"));
+    constexpr std::uint32_t edits = 1000;
+    std::vector<std::uint32_t> list{0, edits};
+    for (std::uint32_t edit = 0; edit < edits; ++edit) {
+        list.insert(list.end(), {34, 0, 0x10000}); // all of it, at the usual speed
+    }
+    const Bytes hostile = test::withBoxContents(movie, {{"elst", numbers(list)}});
+    const auto output = fresh(".mp4");
+    const Outcome outcome = exportBytes(hostile, output);
+    EXPECT_EQ(outcome.status, Status::failed);
+    ASSERT_TRUE(outcome.error);
+    EXPECT_THAT(outcome.error->description, HasSubstr("more than once"));
+    if (std::filesystem::exists(output)) {
+        EXPECT_LE(std::filesystem::file_size(output), hostile.size());
+    }
+}
+
 TEST_F(MovieExport, HasNoSessionForWhatIsNoFile) {
     EXPECT_EQ(exporter.makePassthroughExport(fresh(".mov")), nullptr);
     EXPECT_EQ(exporter.makePassthroughExport("/"), nullptr);

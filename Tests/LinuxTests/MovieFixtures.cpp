@@ -161,6 +161,34 @@ std::vector<TopLevelBox> topLevelBoxes(const Bytes& movie) {
     return boxes;
 }
 
+Bytes bigEndian(std::uint64_t value, std::size_t size) {
+    Bytes bytes(size);
+    for (auto byte = bytes.rbegin(); byte != bytes.rend(); ++byte, value >>= 8U) {
+        *byte = static_cast<std::uint8_t>(value & 0xFFU);
+    }
+    return bytes;
+}
+
+Bytes withBoxContents(const Bytes& movie, const std::map<std::string, Bytes>& contents) {
+    constexpr std::array<std::string_view, 6> containers{"moov", "trak", "edts",
+                                                         "mdia", "minf", "stbl"};
+    Bytes result;
+    for (const TopLevelBox& box : topLevelBoxes(movie)) {
+        const auto begin = movie.begin() + box.offset;
+        Bytes content{begin + 8, begin + box.size};
+        if (const auto other = contents.find(box.type); other != contents.end()) {
+            content = other->second;
+        } else if (std::ranges::find(containers, box.type) != containers.end()) {
+            content = withBoxContents(content, contents);
+        }
+        const Bytes size = bigEndian(content.size() + 8, 4);
+        result.insert(result.end(), size.begin(), size.end());
+        result.insert(result.end(), box.type.begin(), box.type.end());
+        result.insert(result.end(), content.begin(), content.end());
+    }
+    return result;
+}
+
 std::mt19937_64 seededRandom() {
     const char* const given = std::getenv("BRINDLE_SEED");
     const std::uint64_t seed = given != nullptr ? std::stoull(given) : std::random_device{}();

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <random>
 #include <string>
 #include <vector>
@@ -81,6 +82,13 @@ struct TopLevelBox {
 };
 
 std::vector<TopLevelBox> topLevelBoxes(const Bytes& movie);
+
+/// A number as boxes hold it, the highest of its bytes first.
+Bytes bigEndian(std::uint64_t value, std::size_t size);
+
+/// The movie with other contents in the boxes of those types, at whatever depth of the header they
+/// stand. Right only where the header follows the media data, which stays where it is.
+Bytes withBoxContents(const Bytes& movie, const std::map<std::string, Bytes>& contents);
 
 /// Random, but the same for the same BRINDLE_SEED, which is printed.
 std::mt19937_64 seededRandom();

@@ -56,6 +56,9 @@ class MovieScanner {
         if (layout_.samples > mostSamplesOfAMovie) {
             return unexpected{MovieScanError{MovieScanError::Reason::tooLarge}};
         }
+        if (header_.samplesOverlap) {
+            return unexpected{MovieScanError{MovieScanError::Reason::overlapping}};
+        }
         if (searched_ > searchAllowance) {
             return unexpected{MovieScanError{MovieScanError::Reason::tooDamaged}};
         }

@@ -47,6 +47,7 @@ struct MovieScanError {
         readFailed,    ///< see `errorNumber`
         noMovieHeader, ///< no movie, or one whose header is damaged
         tooLarge,      ///< more samples than are believed, see `mostSamplesOfAMovie`
+        overlapping,   ///< the header names the same bytes more than once
         tooDamaged     ///< the search for sound fragments would take for ever
     };
 

@@ -1,6 +1,7 @@
 #include "BrindleRecorderLinux/FFmpeg/MovieHeader.hpp"
 
 #include "BrindleRecorderLinux/FFmpeg/MovieBox.hpp"
+#include "BrindleRecorderLinux/FFmpeg/SampleTable.hpp"
 
 #include <algorithm>
 
@@ -14,9 +15,8 @@ constexpr std::size_t mostTracks = 64;
 /// A track while its boxes are being read.
 struct TrackContents {
     TrackHeader header;
-    std::int64_t samples = 0;
-    std::int64_t chunks = 0;
-    std::optional<BigEndianReader> samplesPerChunk;
+    SampleTable table;
+    std::int64_t edits = 0; ///< that show media
 };
 
 /// Track header (ISO/IEC 14496-12, 8.3.2 `tkhd`).
@@ -35,43 +35,39 @@ bool readMediaHeader(BigEndianReader box, TrackContents& track) {
     return box.ok() && track.header.timescale != 0;
 }
 
-/// Sample sizes (ISO/IEC 14496-12, 8.7.3.2 `stsz`).
-bool readSampleSizes(BigEndianReader box, TrackContents& track) {
-    readFullBoxHeader(box);
-    const std::uint32_t commonSize = box.u32();
-    const std::uint32_t count = box.u32();
-    track.samples = std::max<std::int64_t>(track.samples, count);
-    return box.ok() && (commonSize != 0 || box.remaining() / 4 >= count);
-}
-
-/// Places of the chunks (ISO/IEC 14496-12, 8.7.5 `stco`, `co64`).
-bool readChunkOffsets(BigEndianReader box, std::size_t entrySize, TrackContents& track) {
-    readFullBoxHeader(box);
-    const std::uint32_t count = box.u32();
-    track.chunks = std::max<std::int64_t>(track.chunks, count);
-    return box.ok() && box.remaining() / entrySize >= count;
-}
-
-/// How many samples the chunks hold by the table of samples in each chunk (ISO/IEC 14496-12, 8.7.4
-/// `stsc`). The table is a few bytes long however many it claims.
-std::int64_t samplesInChunks(BigEndianReader box, std::int64_t chunks) {
-    readFullBoxHeader(box);
-    const std::uint32_t count = box.u32();
-    std::int64_t samples = 0;
-    std::int64_t perChunk = 0;
-    std::int64_t counted = 0; // chunks
-    for (std::uint32_t entry = 0; entry < count && box.ok(); ++entry) {
-        const std::int64_t firstChunk = box.u32();
-        const std::int64_t reached = std::clamp(firstChunk - 1, counted, chunks);
-        samples += (reached - counted) * perChunk;
-        counted = reached;
-        perChunk = box.u32();
-        box.skip(4); // sample description
-        if (samples > mostSamplesOfAMovie) {
-            return samples;
-        }
+/// How often the edit list (ISO/IEC 14496-12, 8.6.6 `elst`) goes through the media. Each time costs
+/// the reading library memory for what it covers.
+std::int64_t countEdits(BigEndianReader box) {
+    const bool longTimes = readFullBoxHeader(box).version == 1;
+    const std::uint32_t claimed = box.u32();
+    std::int64_t edits = 0;
+    for (std::uint32_t entry = 0; entry < claimed && box.remaining() > 0; ++entry) {
+        box.skip(longTimes ? 8 : 4); // duration
+        const std::int64_t mediaTime = longTimes ? static_cast<std::int64_t>(box.u64()) : box.i32();
+        box.skip(4); // rate
+        constexpr std::int64_t silence = -1;
+        edits += mediaTime == silence ? 0 : 1;
     }
-    return samples + (chunks - counted) * perChunk;
+    return edits;
+}
+
+/// The box of a sample table that says where samples lie. Nothing when the box is another.
+std::optional<bool> readSampleTable(const Box& box, SampleTable& table) {
+    const BigEndianReader contents{box.payload};
+    switch (box.type) {
+    case boxType("stsz"):
+        return table.readSizes(contents);
+    case boxType("stz2"):
+        return table.readCompactSizes(contents);
+    case boxType("stsc"):
+        return table.readSamplesPerChunk(contents);
+    case boxType("stco"):
+        return table.readChunkOffsets(contents, 4);
+    case boxType("co64"):
+        return table.readChunkOffsets(contents, 8);
+    default:
+        return std::nullopt;
+    }
 }
 
 /// Everything of a track that matters, at whatever depth the standard has put it.
@@ -90,24 +86,17 @@ bool readTrack(BigEndianReader boxes, TrackContents& track, int depth = 0) {
         case boxType("mdhd"):
             readable = readMediaHeader(contents, track);
             break;
-        case boxType("stsz"):
-            readable = readSampleSizes(contents, track);
+        case boxType("elst"):
+            track.edits += countEdits(contents);
             break;
-        case boxType("stsc"):
-            track.samplesPerChunk = contents;
-            break;
-        case boxType("stco"):
-            readable = readChunkOffsets(contents, 4, track);
-            break;
-        case boxType("co64"):
-            readable = readChunkOffsets(contents, 8, track);
-            break;
+        case boxType("edts"):
         case boxType("mdia"):
         case boxType("minf"):
         case boxType("stbl"):
             readable = readTrack(contents, track, depth + 1);
             break;
         default:
+            readable = readSampleTable(*box, track.table).value_or(true);
             break;
         }
         if (!readable) {
@@ -136,11 +125,26 @@ void readFragmentDefaults(BigEndianReader boxes, std::vector<TrackHeader>& track
     }
 }
 
+std::int64_t samplesToRead(const TrackContents& track) {
+    const std::int64_t samples = std::min(track.table.sampleCount(), mostSamplesOfAMovie + 1);
+    return samples * std::max<std::int64_t>(track.edits, 1);
+}
+
+bool doSamplesOverlap(const std::vector<SampleTable>& tables) {
+    std::vector<MediaExtent> extents;
+    for (const SampleTable& table : tables) {
+        table.addExtents(extents);
+    }
+    return overlap(extents);
+}
+
 } // namespace
 
 std::optional<MovieHeader> parseMovieHeader(std::span<const std::uint8_t> payload) {
     MovieHeader movie;
     std::optional<BigEndianReader> fragmentDefaults;
+    std::vector<SampleTable> tables;
+    std::int64_t chunks = 0;
     BigEndianReader boxes{payload};
     while (const auto box = nextBox(boxes)) {
         if (box->type == boxType("trak")) {
@@ -151,11 +155,9 @@ std::optional<MovieHeader> parseMovieHeader(std::span<const std::uint8_t> payloa
                 return std::nullopt;
             }
             movie.tracks.push_back(track.header);
-            if (track.samplesPerChunk) {
-                track.samples =
-                    std::max(track.samples, samplesInChunks(*track.samplesPerChunk, track.chunks));
-            }
-            movie.indexedSamples += track.samples;
+            movie.indexedSamples += samplesToRead(track);
+            chunks += track.table.chunkCount();
+            tables.push_back(track.table);
         } else if (box->type == boxType("mvex")) {
             fragmentDefaults.emplace(box->payload);
         }
@@ -163,6 +165,9 @@ std::optional<MovieHeader> parseMovieHeader(std::span<const std::uint8_t> payloa
     if (!boxes.ok() || movie.tracks.empty()) {
         return std::nullopt;
     }
+    // An empty chunk costs as much as a sample.
+    movie.indexedSamples = std::max(movie.indexedSamples, chunks);
+    movie.samplesOverlap = movie.indexedSamples <= mostSamplesOfAMovie && doSamplesOverlap(tables);
     // Last, because it may stand before the tracks.
     if (fragmentDefaults) {
         movie.fragmented = true;

@@ -24,8 +24,10 @@ struct TrackHeader {
 
 struct MovieHeader {
     std::vector<TrackHeader> tracks;
-    bool fragmented = false;         ///< samples may follow in fragments
-    std::int64_t indexedSamples = 0; ///< that the header itself lists
+    bool fragmented = false; ///< samples may follow in fragments
+    /// That the header itself lists, as often as its edit lists repeat them.
+    std::int64_t indexedSamples = 0;
+    bool samplesOverlap = false; ///< of those; false where they are too many to look
 };
 
 /// `payload` is the content of the `moov` box. Nothing when it makes no sense.

@@ -23,6 +23,11 @@ PlatformError unreadableMovie(std::string description) {
     return {.domain = "Movie", .code = 0, .description = std::move(description), .underlying = {}};
 }
 
+/// A small file could ask for any amount of disk.
+PlatformError repeatedMedia() {
+    return unreadableMovie("The movie uses the same media data more than once");
+}
+
 PlatformError errorOf(const MovieScanError& error) {
     switch (error.reason) {
     case MovieScanError::Reason::readFailed:
@@ -31,6 +36,8 @@ PlatformError errorOf(const MovieScanError& error) {
         break;
     case MovieScanError::Reason::tooLarge:
         return unreadableMovie("The movie claims more samples than fit into a day");
+    case MovieScanError::Reason::overlapping:
+        return repeatedMedia();
     case MovieScanError::Reason::tooDamaged:
         return unreadableMovie("The movie is damaged in too many places");
     }
@@ -128,7 +135,12 @@ copyMovie(ByteSource& source, const std::filesystem::path& destination, CopyCont
     if (!writer) {
         return unexpected{writer.error()};
     }
+    std::int64_t mediaBytes = 0;
     while (*hasSample) {
+        mediaBytes += packet->size;
+        if (mediaBytes > layout.end) {
+            return unexpected{repeatedMedia()};
+        }
         if (auto written = (*writer)->write(*packet); !written) {
             return written;
         }
