@@ -68,8 +68,8 @@ class Recorder {
     Task<Expected<std::filesystem::path, RecorderError>>
     stopAndKeep(std::filesystem::path finalMP4);
 
-    /// Stops, waits until the file is closed, and removes it. Does nothing while another stop is
-    /// under way. The status becomes `idle`.
+    /// Stops, waits until the file is closed, and removes it for good. Does nothing while another
+    /// stop is under way. The status becomes `idle`.
     Task<void> stopAndDiscard();
 
     /// After a failure: waits until the capture queue has done with the failed recording's file, so

@@ -1,6 +1,7 @@
 // How a recording begins and ends: files, sidecar, devices, permissions, space, quitting.
 #include "BrindleRecorderApp/AppModel.hpp"
 
+#include "BrindleRecorderCore/InterruptedScan.hpp"
 #include "BrindleRecorderCore/SidecarStore.hpp"
 #include "Support/AppScene.hpp"
 
@@ -24,6 +25,7 @@ using testing::Not;
 using testing::SizeIs;
 using testing::StartsWith;
 using Operation = test::InMemoryFileManager::Operation;
+using Call = test::InMemoryFileManager::Call;
 
 class AppModelRecording : public testing::Test, protected test::AppScene {
   protected:
@@ -619,6 +621,47 @@ TEST_F(AppModelRecording, DiscardingRemovesTheMovieAndItsSidecar) {
     EXPECT_THAT(
         linesAbout("end recording"), ElementsAre("end recording: 2026-03-14_0930 keep=false"));
     EXPECT_THAT(notices(), IsEmpty());
+}
+
+TEST_F(AppModelRecording, WhatWasDiscardedStaysSoAfterALossOfPower) {
+    recordZoomCall();
+    files.putFile(folder.mp4URL(firstBaseName), "an earlier conversion");
+    model().stopAndDiscard();
+    settle();
+    files.losePower();
+    EXPECT_THAT(folderContents(), IsEmpty());
+}
+
+TEST_F(AppModelRecording, ALossOfPowerAmidADiscardLeavesNothingToRecover) {
+    capture.script().finishWhenStopped = false;
+    recordZoomCall();
+    model().stopAndDiscard();
+    settle();
+    kill();
+    files.losePower();
+    EXPECT_THAT(folderContents(), ElementsAre("2026-03-14_0930.mov")) << "it was still open";
+    const auto found = InterruptedScan::scan(folder, files);
+    ASSERT_TRUE(found);
+    EXPECT_THAT(*found, IsEmpty());
+}
+
+TEST_F(AppModelRecording, ADiscardedSidecarIsGoneForGoodBeforeItsMovie) {
+    recordZoomCall();
+    files.forgetCalls();
+    model().stopAndDiscard();
+    settle();
+    std::vector<Call> changes;
+    for (const Call& call : files.calls()) {
+        if (call.operation == Operation::removeFile || call.operation == Operation::syncDirectory) {
+            changes.push_back(call);
+        }
+    }
+    const Call synced{Operation::syncDirectory, folder.root};
+    EXPECT_THAT(
+        changes, ElementsAre(
+                     Call{Operation::removeFile, folder.sidecarURL(firstBaseName)}, synced,
+                     Call{Operation::removeFile, folder.movURL(firstBaseName)}, synced,
+                     Call{Operation::removeFile, folder.mp4URL(firstBaseName)}));
 }
 
 TEST_F(AppModelRecording, DiscardingLeavesOtherRecordingsAlone) {

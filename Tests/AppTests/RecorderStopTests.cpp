@@ -152,6 +152,16 @@ TEST_F(RecorderStop, DiscardClosesAndRemovesTheFileAndBecomesIdle) {
     EXPECT_THAT(exporter.calls(), IsEmpty());
 }
 
+TEST_F(RecorderStop, ADiscardedFileStaysAwayAfterALossOfPower) {
+    record(mov);
+    files.putFile(mov, "data"); // its name has long been on the disk
+    const TaskProbe stopped{recorder->stopAndDiscard()};
+    settle();
+    ASSERT_TRUE(stopped.isDone());
+    files.losePower();
+    EXPECT_THAT(files.files(), IsEmpty());
+}
+
 TEST_F(RecorderStop, DiscardIgnoresAFileThatCannotBeRemoved) {
     record(mov);
     files.failEveryCall(Operation::removeFile);
