@@ -74,4 +74,18 @@ QVariant BusClient::property(
                : qvariant_cast<QDBusVariant>(answer.arguments().constFirst()).variant();
 }
 
+void forge(
+    const BusClient& forger, const QDBusConnection& victim, const ForgedSignal& signal,
+    const QVariantList& arguments) {
+    auto toEverybody = QDBusMessage::createSignal(signal.path, signal.interface, signal.member);
+    auto directly = QDBusMessage::createTargetedSignal(
+        victim.baseService(), signal.path, signal.interface, signal.member);
+    for (QDBusMessage* message : {&toEverybody, &directly}) {
+        message->setArguments(arguments);
+        forger.bus().send(*message);
+    }
+    settle(forger.bus());
+    settle(victim);
+}
+
 } // namespace brindle

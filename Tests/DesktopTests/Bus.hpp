@@ -46,4 +46,24 @@ class BusClient {
     QDBusConnection bus_;
 };
 
+/// What a signal claims to be.
+struct ForgedSignal {
+    QString path;
+    QString interface;
+    QString member;
+
+    /// The bus's word that a name has another owner.
+    static ForgedSignal nameOwnerChanged() {
+        return {
+            QStringLiteral("/org/freedesktop/DBus"), QStringLiteral("org.freedesktop.DBus"),
+            QStringLiteral("NameOwnerChanged")};
+    }
+};
+
+/// Sends it as somebody who has no right to, to everybody who listens and to the victim directly,
+/// and handles Qt's events until the victim has heard both.
+void forge(
+    const BusClient& forger, const QDBusConnection& victim, const ForgedSignal& signal,
+    const QVariantList& arguments);
+
 } // namespace brindle

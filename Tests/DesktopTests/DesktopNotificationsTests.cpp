@@ -59,6 +59,11 @@ class DesktopNotificationsTest : public testing::Test {
         settleBoth();
         return server_->notified.constLast();
     }
+    static ForgedSignal ofTheServer(const char* member) {
+        return {
+            QStringLiteral("/org/freedesktop/Notifications"),
+            QStringLiteral("org.freedesktop.Notifications"), QString::fromLatin1(member)};
+    }
     /// Until everything that was under way between program and server has arrived.
     void settleBoth() {
         for (int turn = 0; turn < 4; ++turn) {
@@ -226,23 +231,42 @@ TEST_F(DesktopNotificationsTest, AServerWithoutBodiesGetsItInTheTitle) {
 TEST_F(DesktopNotificationsTest, WhatOthersSayIsNoAnswer) {
     startServer();
     const auto shown = ask("zoom#1");
-    // Another program that signals as if it were the server, to everybody and to us alone.
     const BusClient liar;
-    for (const bool directly : {false, true}) {
-        auto message = QDBusMessage::createSignal(
-            QStringLiteral("/org/freedesktop/Notifications"),
-            QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("ActionInvoked"));
-        if (directly) {
-            message = QDBusMessage::createTargetedSignal(
-                program_.bus().baseService(), QStringLiteral("/org/freedesktop/Notifications"),
-                QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("ActionInvoked"));
-        }
-        message << shown.number << QStringLiteral("brindle.record");
-        liar.bus().send(message);
-        settle(liar.bus());
-    }
+    forge(
+        liar, program_.bus(), ofTheServer("ActionInvoked"),
+        {shown.number, QStringLiteral("brindle.record")});
     settleBoth();
     EXPECT_THAT(answers_, IsEmpty());
+}
+
+TEST_F(DesktopNotificationsTest, WhatOthersSayDoesNotCloseAQuestion) {
+    startServer();
+    const auto shown = ask("zoom#1");
+    const BusClient liar;
+    forge(liar, program_.bus(), ofTheServer("NotificationClosed"), {shown.number, 2U});
+    settleBoth();
+    EXPECT_THAT(answers_, IsEmpty());
+    server_->invoke(shown.number, QStringLiteral("brindle.skip"));
+    EXPECT_TRUE(waitUntil([&] { return answers_.size() == 1; })) << "the question still stands";
+}
+
+TEST_F(DesktopNotificationsTest, OnlyTheBusItselfSaysThatThereIsAnotherServer) {
+    startServer();
+    const auto shown = ask("zoom#1");
+    const BusClient liar;
+    const QString name = QStringLiteral("org.freedesktop.Notifications");
+    forge(
+        liar, program_.bus(), ForgedSignal::nameOwnerChanged(),
+        {name, server_->ownName(), liar.bus().baseService()});
+    forge(
+        liar, program_.bus(), ofTheServer("ActionInvoked"),
+        {shown.number, QStringLiteral("brindle.record")});
+    settleBoth();
+    EXPECT_THAT(answers_, IsEmpty());
+    EXPECT_EQ(server_->notified.size(), 1) << "the question is not asked again";
+    server_->invoke(shown.number, QStringLiteral("brindle.skip"));
+    ASSERT_TRUE(waitUntil([&] { return !answers_.empty(); }));
+    EXPECT_THAT(answers_, ElementsAre(Answer("zoom#1", "brindle.skip")));
 }
 
 TEST_F(DesktopNotificationsTest, AnswersToOthersAndAnswersThatWereNotOfferedAreNone) {

@@ -42,6 +42,7 @@ class NotificationServer final : public QDBusVirtualObject {
 
     [[nodiscard]] bool isHolding() const { return !held_.isEmpty(); }
     void answerHeld();
+    [[nodiscard]] QString ownName() const { return client_.bus().baseService(); } ///< unique
     /// Leaves its place to another server, but stays on the bus.
     void leave();
     void invoke(uint number, const QString& action) { signal("ActionInvoked", {number, action}); }

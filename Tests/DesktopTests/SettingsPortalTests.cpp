@@ -125,6 +125,37 @@ TEST_F(SettingsPortalTest, EveryDesktopsWordForLessMotionCounts) {
     EXPECT_EQ(changesOfMotion_, changes);
 }
 
+TEST_F(SettingsPortalTest, OnlyThePortalSaysWhatHasChanged) {
+    start({});
+    const BusClient liar;
+    const ForgedSignal changed{
+        QStringLiteral("/org/freedesktop/portal/desktop"),
+        QStringLiteral("org.freedesktop.portal.Settings"), QStringLiteral("SettingChanged")};
+    const QVariantList dark{appearance, colourScheme, QVariant::fromValue(QDBusVariant{1U})};
+    forge(liar, program_.bus(), changed, dark);
+    EXPECT_FALSE(settings_->prefersDark());
+    // Nor does it become the portal by saying so.
+    forge(
+        liar, program_.bus(), ForgedSignal::nameOwnerChanged(),
+        {QStringLiteral("org.freedesktop.portal.Desktop"), QString{}, liar.bus().baseService()});
+    forge(liar, program_.bus(), changed, dark);
+    EXPECT_FALSE(settings_->prefersDark());
+    portal_->change(appearance, colourScheme, 1U);
+    EXPECT_TRUE(waitUntil([&] { return settings_->prefersDark(); }));
+}
+
+TEST_F(SettingsPortalTest, WithoutAPortalNobodySpeaksForIt) {
+    const SettingsPortal settings{program_.bus()};
+    settle(program_.bus());
+    const BusClient liar;
+    forge(
+        liar, program_.bus(),
+        {QStringLiteral("/org/freedesktop/portal/desktop"),
+         QStringLiteral("org.freedesktop.portal.Settings"), QStringLiteral("SettingChanged")},
+        {appearance, colourScheme, QVariant::fromValue(QDBusVariant{1U})});
+    EXPECT_FALSE(settings.prefersDark());
+}
+
 TEST_F(SettingsPortalTest, NonsenseChangesNothing) {
     start({{{gnome, animations}, QStringLiteral("off")}, {{plasma, duration}, QStringLiteral("")}});
     portal_->change(appearance, colourScheme, QStringLiteral("black"));

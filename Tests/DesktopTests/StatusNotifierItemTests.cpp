@@ -14,6 +14,7 @@
 namespace brindle {
 namespace {
 
+const QString watcherName = QStringLiteral("org.kde.StatusNotifierWatcher");
 const QString interface = QStringLiteral("org.kde.StatusNotifierItem");
 
 /// A panel's register of icons, which remembers who came.
@@ -29,6 +30,7 @@ class Watcher final : public QDBusVirtualObject {
     Watcher(const Watcher&) = delete;
     Watcher& operator=(const Watcher&) = delete;
     QStringList items;
+    [[nodiscard]] QString ownName() const { return client_.bus().baseService(); } ///< unique
 
     [[nodiscard]] QString introspect(const QString&) const override { return {}; }
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
@@ -78,6 +80,21 @@ TEST_F(StatusNotifierItemTest, IntroducesItselfToAPanelThatComesLateAndToOneThat
         watcher.reset();
         EXPECT_TRUE(waitUntil([&] { return !item_.isTaken(); }));
     }
+}
+
+TEST_F(StatusNotifierItemTest, OnlyTheBusItselfSaysThatThePanelHasGone) {
+    const Watcher watcher;
+    ASSERT_TRUE(item_.exportOn(program_.bus()));
+    ASSERT_TRUE(waitUntil([&] { return item_.isTaken(); }));
+    const BusClient liar;
+    for (const QString& successor : {QString{}, liar.bus().baseService()}) {
+        forge(
+            liar, program_.bus(), ForgedSignal::nameOwnerChanged(),
+            {watcherName, watcher.ownName(), successor});
+        settle(program_.bus());
+        EXPECT_TRUE(item_.isTaken());
+    }
+    EXPECT_EQ(watcher.items.size(), 1) << "it does not introduce itself again";
 }
 
 TEST_F(StatusNotifierItemTest, SaysOfEveryChangeAndFirstOfAllThatNoPanelIsThere) {

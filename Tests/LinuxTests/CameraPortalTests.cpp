@@ -4,6 +4,7 @@
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "LinuxTests/BareBus.hpp"
 #include "LinuxTests/ScriptedCameraPortal.hpp"
+#include "LinuxTests/SignalForger.hpp"
 #include "LinuxTests/WaitOnLoop.hpp"
 #include "Support/EnvironmentVariable.hpp"
 #include "Support/TemporaryFolder.hpp"
@@ -55,6 +56,12 @@ class CameraPortalTest : public testing::Test {
     [[nodiscard]] bool isAnswered(std::size_t count = 1) {
         return becomes([&] { return answers_.size() == count; });
     }
+    /// Somebody else says it to whoever made the first request, and is heard to the end.
+    template <class... Arguments>
+    void forge(const test::SignalForger::Signal& signal, const char* types, Arguments... values) {
+        forger_.send(portal_->requests().at(0).asker, signal, types, values...);
+        ASSERT_TRUE(becomes([&] { return forger_.isHandled(); }));
+    }
     /// Everything that was sent by now has arrived and been handled: the bus delivers in order.
     void settle() {
         bool isDone = false;
@@ -63,6 +70,7 @@ class CameraPortalTest : public testing::Test {
     }
 
     test::BareBus bus_;
+    test::SignalForger forger_;
     PipeWireMainLoop loop_;
     std::optional<ScriptedCameraPortal> portal_;
     std::vector<std::string> lines_;
@@ -136,11 +144,31 @@ TEST_F(CameraPortalTest, OnlyThePortalItselfCanAnswer) {
     access();
     request();
     ASSERT_TRUE(isAsked());
-    respondAsAnImpostor(portal_->requests().front(), 0);
-    portal_->respond(1); // arrives after the impostor's
+    forge(
+        {portal_->requests().front().path, "org.freedesktop.portal.Request", "Response"}, "ua{sv}",
+        0U, 0);
+    EXPECT_TRUE(answers_.empty());
+    portal_->respond(1);
     ASSERT_TRUE(isAnswered());
     EXPECT_EQ(access_->status(), AuthorizationStatus::denied);
     EXPECT_EQ(lines_, std::vector<std::string>{"camera portal: the user refuses the camera"});
+}
+
+TEST_F(CameraPortalTest, OnlyTheBusItselfSaysThatThePortalHasGone) {
+    portal_.emplace();
+    access();
+    request();
+    ASSERT_TRUE(isAsked());
+    const std::string forger = forger_.ownName();
+    for (const std::string& successor : {std::string{}, forger}) {
+        forge(
+            test::SignalForger::nameOwnerChanged(), "sss", "org.freedesktop.portal.Desktop",
+            portal_->ownName().c_str(), successor.c_str());
+        EXPECT_TRUE(answers_.empty()) << "it is still there";
+    }
+    portal_->respond(0);
+    ASSERT_TRUE(isAnswered());
+    EXPECT_EQ(lines_, std::vector<std::string>{"camera portal: the camera may be used"});
 }
 
 TEST_F(CameraPortalTest, ASecondAnswerChangesNothing) {

@@ -2,6 +2,7 @@
 
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "LinuxTests/ScriptedLogin1.hpp"
+#include "LinuxTests/SignalForger.hpp"
 #include "LinuxTests/WaitOnLoop.hpp"
 #include "Support/EnvironmentVariable.hpp"
 
@@ -39,7 +40,19 @@ class LogindSystemEventsTest : public testing::Test {
         return becomes([&] { return manager_->locks().size() == count; });
     }
 
+    /// Somebody else says it, and is heard to the end.
+    template <class... Arguments>
+    void forge(const test::SignalForger::Signal& signal, const char* types, Arguments... values) {
+        forger_.send(manager_->locks().at(0).holder, signal, types, values...);
+        ASSERT_TRUE(becomes([&] { return forger_.isHandled(); }));
+        manager_->catchUp();
+    }
+    static test::SignalForger::Signal ofTheManager(const char* member) {
+        return {"/org/freedesktop/login1", "org.freedesktop.login1.Manager", member};
+    }
+
     PipeWireMainLoop loop_;
+    test::SignalForger forger_;
     test::EnvironmentVariable bus_{
         "DBUS_SYSTEM_BUS_ADDRESS", std::string{std::getenv("DBUS_SESSION_BUS_ADDRESS")}};
     std::optional<test::ScriptedLogin1> manager_{std::in_place};
@@ -124,6 +137,59 @@ TEST_F(LogindSystemEventsTest, WhoeverDoesNotListenAnyMoreHearsNothing) {
         return !manager_->isHeld(0);
     }));
     EXPECT_EQ(ready_, nullptr);
+}
+
+TEST_F(LogindSystemEventsTest, OnlyTheLoginManagerAnnouncesSleep) {
+    listen();
+    ASSERT_TRUE(hasLocks(1));
+    forge(ofTheManager("PrepareForSleep"), "b", 1);
+    EXPECT_EQ(ready_, nullptr);
+    manager_->announce("PrepareForSleep", true);
+    EXPECT_TRUE(becomes([&] { return ready_ != nullptr; }));
+}
+
+TEST_F(LogindSystemEventsTest, OnlyTheLoginManagerAnnouncesWaking) {
+    listen();
+    ASSERT_TRUE(hasLocks(1));
+    manager_->announce("PrepareForSleep", true);
+    ASSERT_TRUE(becomes([&] { return ready_ != nullptr; }));
+    forge(ofTheManager("PrepareForSleep"), "b", 0);
+    EXPECT_EQ(woken_, 0);
+    manager_->announce("PrepareForSleep", false);
+    EXPECT_TRUE(becomes([&] { return woken_ == 1; }));
+}
+
+TEST_F(LogindSystemEventsTest, OnlyTheLoginManagerAnnouncesTheShutdown) {
+    listen();
+    ASSERT_TRUE(hasLocks(1));
+    forge(ofTheManager("PrepareForShutdown"), "b", 1);
+    EXPECT_EQ(ends_, 0);
+    manager_->announce("PrepareForShutdown", true);
+    EXPECT_TRUE(becomes([&] { return ends_ == 1; }));
+}
+
+TEST_F(LogindSystemEventsTest, OnlyTheBusItselfSaysWhoTheLoginManagerIs) {
+    listen();
+    ASSERT_TRUE(hasLocks(1));
+    const std::string forger = forger_.ownName();
+    forge(
+        test::SignalForger::nameOwnerChanged(), "sss", "org.freedesktop.login1", "",
+        forger.c_str());
+    EXPECT_EQ(manager_->locks().size(), 1U) << "no lock is asked of it";
+    forge(ofTheManager("PrepareForShutdown"), "b", 1);
+    EXPECT_EQ(ends_, 0);
+    manager_->announce("PrepareForShutdown", true);
+    EXPECT_TRUE(becomes([&] { return ends_ == 1; }));
+}
+
+TEST_F(LogindSystemEventsTest, ALoginManagerThatHasGoneAnnouncesNothingMore) {
+    listen();
+    ASSERT_TRUE(hasLocks(1));
+    const std::string holder = manager_->locks().at(0).holder;
+    manager_.reset();
+    forger_.send(holder, ofTheManager("PrepareForShutdown"), "b", 1);
+    ASSERT_TRUE(becomes([&] { return forger_.isHandled(); }));
+    EXPECT_EQ(ends_, 0) << "nobody has its name, and so nobody speaks for it";
 }
 
 TEST(LogindSystemEvents, WithoutASystemBusThereIsNothingToHear) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <memory>
 #include <string_view>
 
 namespace brindle::test {
@@ -12,22 +11,6 @@ namespace {
 constexpr const char* object = "/org/freedesktop/portal/desktop";
 constexpr const char* camera = "org.freedesktop.portal.Camera";
 constexpr const char* requestInterface = "org.freedesktop.portal.Request";
-
-using Message = std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)>;
-
-void send(sd_bus* bus, const std::string& path, std::uint32_t response, const char* destination) {
-    sd_bus_message* made = nullptr;
-    requireOfBus(
-        sd_bus_message_new_signal(bus, &made, path.c_str(), requestInterface, "Response"),
-        "no signal");
-    const Message message{made, &sd_bus_message_unref};
-    requireOfBus(sd_bus_message_append(made, "ua{sv}", response, 0), "no signal");
-    requireOfBus(
-        destination == nullptr ? sd_bus_send(bus, made, nullptr)
-                               : sd_bus_send_to(bus, made, destination, nullptr),
-        "no signal");
-    requireOfBus(sd_bus_flush(bus), "no signal");
-}
 
 std::string tokenOf(sd_bus_message* call) {
     const char* token = "";
@@ -98,15 +81,18 @@ int ScriptedCameraPortal::take(sd_bus_message* call, sd_bus_error* error) {
 }
 
 void ScriptedCameraPortal::respond(std::uint32_t response) {
-    send(portal_.bus(), requests_.at(0).path, response, nullptr);
+    requireOfBus(
+        sd_bus_emit_signal(
+            portal_.bus(), requests_.at(0).path.c_str(), requestInterface, "Response", "ua{sv}",
+            response, 0),
+        "no signal");
+    requireOfBus(sd_bus_flush(portal_.bus()), "no signal");
 }
 
-void respondAsAnImpostor(const ScriptedCameraPortal::Request& request, std::uint32_t response) {
-    sd_bus* bus = nullptr;
-    requireOfBus(sd_bus_open_user(&bus), "no bus");
-    send(bus, request.path, response, nullptr);
-    send(bus, request.path, response, request.asker.c_str());
-    sd_bus_flush_close_unref(bus);
+std::string ScriptedCameraPortal::ownName() const {
+    const char* name = nullptr;
+    requireOfBus(sd_bus_get_unique_name(portal_.bus(), &name), "no name");
+    return name;
 }
 
 } // namespace brindle::test

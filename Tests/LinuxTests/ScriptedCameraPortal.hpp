@@ -35,6 +35,7 @@ class ScriptedCameraPortal {
     };
     /// Every request for the camera that has been made.
     [[nodiscard]] const std::vector<Request>& requests() const { return requests_; }
+    [[nodiscard]] std::string ownName() const; ///< unique
     /// How often anything was asked.
     [[nodiscard]] int questions() const { return questions_; }
 
@@ -54,8 +55,5 @@ class ScriptedCameraPortal {
     std::vector<Request> requests_;
     int questions_ = 0;
 };
-
-/// The same signal from somebody who is no portal: to everybody, and to the asker alone.
-void respondAsAnImpostor(const ScriptedCameraPortal::Request& request, std::uint32_t response);
 
 } // namespace brindle::test

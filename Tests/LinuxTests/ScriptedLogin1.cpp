@@ -44,7 +44,8 @@ int ScriptedLogin1::inhibit(sd_bus_message* call, void* self, sd_bus_error* /*er
     }
     FileDescriptor ourEnd{ends[0]};
     const FileDescriptor theirEnd{ends[1]};
-    static_cast<ScriptedLogin1*>(self)->locks_.push_back({what, who, mode, std::move(ourEnd)});
+    static_cast<ScriptedLogin1*>(self)->locks_.push_back(
+        {what, who, mode, sd_bus_message_get_sender(call), std::move(ourEnd)});
     return sd_bus_reply_method_return(call, "h", theirEnd.number()); // which copies it
 }
 
@@ -53,6 +54,16 @@ void ScriptedLogin1::announce(const char* signal, bool begins) {
         sd_bus_emit_signal(manager_.bus(), object, manager, signal, "b", begins ? 1 : 0),
         "no signal");
     requireOfBus(sd_bus_flush(manager_.bus()), "no signal");
+}
+
+void ScriptedLogin1::catchUp() {
+    // The bus delivers in order: its answer comes after whatever went before the question.
+    requireOfBus(
+        sd_bus_call_method(
+            manager_.bus(), "org.freedesktop.DBus", "/", "org.freedesktop.DBus", "GetId", nullptr,
+            nullptr, nullptr),
+        "no answer");
+    serve();
 }
 
 bool ScriptedLogin1::isHeld(std::size_t index) const {

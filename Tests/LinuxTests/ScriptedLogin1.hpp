@@ -21,12 +21,15 @@ class ScriptedLogin1 {
         std::string what;
         std::string who;
         std::string mode;
+        std::string holder;    ///< unique name
         FileDescriptor ourEnd; ///< ends when the holder lets go of it
     };
 
     /// Answers what has been asked. Never waits.
     void serve() { manager_.serve(); }
     void announce(const char* signal, bool begins);
+    /// Waits until everything that others have sent by now can be served.
+    void catchUp();
     /// Every lock that was ever taken, in order.
     [[nodiscard]] const std::vector<Lock>& locks() const { return locks_; }
     [[nodiscard]] bool isHeld(std::size_t index) const;

@@ -2,6 +2,7 @@
 
 #include "BrindleRecorderCore/FileDescriptor.hpp"
 #include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
+#include "BrindleRecorderLinux/SdBus/BusService.hpp"
 
 #include <systemd/sd-bus.h>
 
@@ -9,7 +10,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <string_view>
 #include <utility>
 
 namespace brindle {
@@ -33,20 +33,18 @@ class LogindSystemEvents::Connection : public std::enable_shared_from_this<Conne
         if (!bus_.isConnected()) {
             return;
         }
-        follow(
-            "PrepareForSleep", sleepSlot_, [](sd_bus_message* message, void* self, sd_bus_error*) {
-                static_cast<Connection*>(self)->prepareForSleep(readFlag(message));
-                return 0;
-            });
-        follow(
-            "PrepareForShutdown", shutdownSlot_,
-            [](sd_bus_message* message, void* self, sd_bus_error*) {
-                if (readFlag(message)) {
-                    static_cast<Connection*>(self)->prepareForShutdown();
-                }
-                return 0;
-            });
-        followOwner();
+        // A login manager that was started again has forgotten our lock.
+        manager_.emplace(bus_, service, [this] {
+            if (!manager_->owner().empty()) {
+                takeLock();
+            }
+        });
+        follow("PrepareForSleep", [this](bool begins) { prepareForSleep(begins); });
+        follow("PrepareForShutdown", [this](bool begins) {
+            if (begins) {
+                prepareForShutdown();
+            }
+        });
         takeLock();
         bus_.dispatch();
     }
@@ -55,35 +53,13 @@ class LogindSystemEvents::Connection : public std::enable_shared_from_this<Conne
     void setListener(std::weak_ptr<Listener> listener) { listener_ = std::move(listener); }
 
   private:
-    void follow(const char* signal, BusSlot& keep, sd_bus_message_handler_t handler) {
-        sd_bus_slot* slot = nullptr;
-        if (sd_bus_match_signal_async(
-                bus_.get(), &slot, service, object, manager, signal, handler, nullptr, this) >= 0) {
-            keep.reset(slot);
-        }
-    }
-
-    /// A login manager that was started again has forgotten our lock.
-    void followOwner() {
-        sd_bus_slot* slot = nullptr;
-        const int matched = sd_bus_add_match_async(
-            bus_.get(), &slot,
-            "type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',"
-            "member='NameOwnerChanged',arg0='org.freedesktop.login1'",
-            [](sd_bus_message* message, void* self, sd_bus_error*) {
-                const char* name = nullptr;
-                const char* before = nullptr;
-                const char* after = nullptr;
-                if (sd_bus_message_read(message, "sss", &name, &before, &after) > 0 &&
-                    !std::string_view{after}.empty()) {
-                    static_cast<Connection*>(self)->takeLock();
-                }
-                return 0;
-            },
-            nullptr, this);
-        if (matched >= 0) {
-            ownerSlot_.reset(slot);
-        }
+    template <class Announced>
+    void follow(const char* signal, Announced announced) {
+        // Where the bus is gone nothing is announced.
+        static_cast<void>(manager_->follow(
+            object, manager, signal, [announced = std::move(announced)](sd_bus_message* message) {
+                announced(readFlag(message));
+            }));
     }
 
     void takeLock() {
@@ -143,9 +119,7 @@ class LogindSystemEvents::Connection : public std::enable_shared_from_this<Conne
     }
 
     BusOnLoop bus_;
-    BusSlot sleepSlot_;
-    BusSlot shutdownSlot_;
-    BusSlot ownerSlot_;
+    std::optional<BusService> manager_; ///< while connected
     BusSlot lockSlot_;
     std::optional<FileDescriptor> lock_; ///< held while open
     std::uint64_t sleep_ = 0;

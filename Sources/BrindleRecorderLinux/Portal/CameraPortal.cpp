@@ -2,9 +2,11 @@
 
 #include "BrindleRecorderApp/Uuid.hpp"
 #include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
+#include "BrindleRecorderLinux/SdBus/BusService.hpp"
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -48,6 +50,7 @@ class CameraPortal::Conversation {
         }
         // However long it takes: who waits for us has a limit of their own.
         sd_bus_set_method_call_timeout(bus_.get(), UINT64_MAX);
+        service_.emplace(bus_, desktop, [this] { endIfItHasGone(); });
         meet();
         bus_.dispatch();
     }
@@ -61,8 +64,8 @@ class CameraPortal::Conversation {
         return 0;
     }
 
-    /// Any question would do that needs no user: it starts a portal that does not run yet, and the
-    /// answer tells its own name on the bus, and ours.
+    /// Any question would do that needs no user: it starts a portal that does not run yet, and
+    /// after the answer its own name on the bus is known, and ours.
     void meet() {
         keep(call_, [this](sd_bus_slot** slot) {
             return sd_bus_call_method_async(
@@ -72,36 +75,28 @@ class CameraPortal::Conversation {
     }
 
     void met(sd_bus_message* answer) {
-        const char* const sender = sd_bus_message_get_sender(answer);
         const char* ownName = nullptr;
         if (isError(answer, "it cannot be reached")) {
             return;
         }
-        if (sender == nullptr || sd_bus_get_unique_name(bus_.get(), &ownName) < 0) {
+        if (service_->owner().empty() || sd_bus_get_unique_name(bus_.get(), &ownName) < 0) {
             end(AuthorizationStatus::denied, "it has no name on the bus");
             return;
         }
-        portal_ = sender;
+        portal_ = service_->owner();
         ask(ownName);
     }
 
     void ask(const std::string& ownName) {
         const std::string token = makeToken();
         path_ = requestPath(ownName, token);
-        // Before the question, since the answer may come at once. From the portal's own name only:
-        // its public one is not compared in messages that are sent to us alone.
-        keep(response_, [this](sd_bus_slot** slot) {
-            return sd_bus_match_signal_async(
-                bus_.get(), slot, portal_.c_str(), path_.c_str(), "org.freedesktop.portal.Request",
-                "Response", &take<&Conversation::answered>, nullptr, this);
-        });
-        keep(owner_, [this](sd_bus_slot** slot) {
-            return sd_bus_add_match_async(
-                bus_.get(), slot,
-                "type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',"
-                "member='NameOwnerChanged',arg0='org.freedesktop.portal.Desktop'",
-                &take<&Conversation::ownerChanged>, nullptr, this);
-        });
+        // Before the question, since the answer may come at once.
+        if (!service_->follow(
+                path_, "org.freedesktop.portal.Request", "Response",
+                [this](sd_bus_message* message) { answered(message); })) {
+            end(AuthorizationStatus::denied, "the session bus is gone");
+            return;
+        }
         keep(call_, [&](sd_bus_slot** slot) {
             return sd_bus_call_method_async(
                 bus_.get(), slot, portal_.c_str(), object, camera, "AccessCamera",
@@ -132,11 +127,8 @@ class CameraPortal::Conversation {
         }
     }
 
-    void ownerChanged(sd_bus_message* message) {
-        const char* name = nullptr;
-        const char* before = nullptr;
-        const char* after = nullptr;
-        if (sd_bus_message_read(message, "sss", &name, &before, &after) > 0 && portal_ == before) {
+    void endIfItHasGone() {
+        if (!portal_.empty() && portal_ != service_->owner()) {
             end(AuthorizationStatus::denied, "it has gone before it answered");
         }
     }
@@ -162,8 +154,9 @@ class CameraPortal::Conversation {
 
     void end(AuthorizationStatus status, std::string_view why) {
         call_.reset();
-        response_.reset();
-        owner_.reset();
+        if (service_) {
+            service_->stop();
+        }
         if (const auto decided = std::exchange(decided_, nullptr)) {
             decided(status, why);
         }
@@ -171,11 +164,10 @@ class CameraPortal::Conversation {
 
     Decided decided_;
     BusOnLoop bus_;
-    std::string portal_; ///< its unique name
-    std::string path_;   ///< of the request
+    std::string portal_;                ///< its unique name
+    std::string path_;                  ///< of the request
+    std::optional<BusService> service_; ///< while connected
     BusSlot call_;
-    BusSlot response_;
-    BusSlot owner_;
 };
 
 CameraPortal::CameraPortal(
