@@ -17,10 +17,13 @@ namespace {
 const QString watcherName = QStringLiteral("org.kde.StatusNotifierWatcher");
 const QString interface = QStringLiteral("org.kde.StatusNotifierItem");
 
-/// A panel's register of icons, which remembers who came.
+/// A register of icons, which remembers who came. Most panels bring their own; on some desktops it
+/// is there before any panel shows icons, or without one.
 class Watcher final : public QDBusVirtualObject {
   public:
-    Watcher() {
+    enum class Host { registered, missing, unknown };
+
+    explicit Watcher(Host host = Host::registered) : host_{host} {
         client_.bus().registerVirtualObject(QStringLiteral("/StatusNotifierWatcher"), this);
         client_.bus().registerService(QStringLiteral("org.kde.StatusNotifierWatcher"));
     }
@@ -30,17 +33,43 @@ class Watcher final : public QDBusVirtualObject {
     Watcher(const Watcher&) = delete;
     Watcher& operator=(const Watcher&) = delete;
     QStringList items;
+    int questions = 0;                                                            ///< for a host
     [[nodiscard]] QString ownName() const { return client_.bus().baseService(); } ///< unique
 
     [[nodiscard]] QString introspect(const QString&) const override { return {}; }
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
+        if (message.member() == QLatin1String("Get")) {
+            ++questions;
+            connection.send(
+                host_ == Host::unknown
+                    ? message.createErrorReply(QDBusError::UnknownProperty, QStringLiteral("no"))
+                    : message.createReply(
+                          QVariant::fromValue(QDBusVariant{host_ == Host::registered})));
+            return true;
+        }
         items.append(message.arguments().value(0).toString());
         connection.send(message.createReply());
         return true;
     }
+    /// A panel comes or goes.
+    void setHost(Host host) {
+        host_ = host;
+        if (host == Host::registered) {
+            say(QStringLiteral("StatusNotifierHostRegistered"));
+        } else {
+            sayThatAHostHasGone();
+        }
+    }
+    void sayThatAHostHasGone() { say(QStringLiteral("StatusNotifierHostUnregistered")); }
 
   private:
+    void say(const QString& signal) {
+        client_.bus().send(QDBusMessage::createSignal(
+            QStringLiteral("/StatusNotifierWatcher"), watcherName, signal));
+    }
+
     BusClient client_;
+    Host host_;
 };
 
 IconImage icon(const MenuBarIconState& state) {
@@ -79,6 +108,57 @@ TEST_F(StatusNotifierItemTest, IntroducesItselfToAPanelThatComesLateAndToOneThat
         EXPECT_EQ(watcher->items.size(), 1);
         watcher.reset();
         EXPECT_TRUE(waitUntil([&] { return !item_.isTaken(); }));
+    }
+}
+
+TEST_F(StatusNotifierItemTest, AWatcherWithoutAHostShowsNoIcon) {
+    std::vector<bool> told;
+    item_.onTakenChange = [&] {
+        told.push_back(item_.isTaken());
+    };
+    Watcher watcher{Watcher::Host::missing};
+    ASSERT_TRUE(item_.exportOn(program_.bus()));
+    ASSERT_TRUE(waitUntil([&] { return !told.empty(); }));
+    EXPECT_EQ(watcher.items.size(), 1) << "a panel that comes later finds the icon";
+    watcher.setHost(Watcher::Host::registered);
+    EXPECT_TRUE(waitUntil([&] { return told.size() == 2; }));
+    watcher.setHost(Watcher::Host::missing);
+    EXPECT_TRUE(waitUntil([&] { return told.size() == 3; }));
+    EXPECT_THAT(told, testing::ElementsAre(false, true, false));
+}
+
+TEST_F(StatusNotifierItemTest, TheFirstOfTwoHostsThatGoesTakesNothingAway) {
+    Watcher watcher;
+    ASSERT_TRUE(item_.exportOn(program_.bus()));
+    ASSERT_TRUE(waitUntil([&] { return item_.isTaken(); }));
+    std::vector<bool> told;
+    item_.onTakenChange = [&] {
+        told.push_back(item_.isTaken());
+    };
+    watcher.sayThatAHostHasGone();
+    ASSERT_TRUE(waitUntil([&] { return watcher.questions == 2; }));
+    settle(program_.bus());
+    EXPECT_THAT(told, testing::IsEmpty());
+}
+
+TEST_F(StatusNotifierItemTest, AWatcherThatKnowsNoHostsIsAPanel) {
+    const Watcher watcher{Watcher::Host::unknown};
+    ASSERT_TRUE(item_.exportOn(program_.bus()));
+    EXPECT_TRUE(waitUntil([&] { return item_.isTaken(); }));
+}
+
+TEST_F(StatusNotifierItemTest, OnlyTheWatcherSaysThatAHostHasComeOrGone) {
+    const Watcher watcher;
+    ASSERT_TRUE(item_.exportOn(program_.bus()));
+    ASSERT_TRUE(waitUntil([&] { return item_.isTaken(); }));
+    const BusClient liar;
+    for (const char* member : {"StatusNotifierHostRegistered", "StatusNotifierHostUnregistered"}) {
+        forge(
+            liar, program_.bus(),
+            {QStringLiteral("/StatusNotifierWatcher"), watcherName, QString::fromLatin1(member)},
+            {});
+        settle(program_.bus());
+        EXPECT_EQ(watcher.questions, 1) << member << ": nobody is asked again";
     }
 }
 

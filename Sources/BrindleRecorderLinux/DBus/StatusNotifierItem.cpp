@@ -5,9 +5,11 @@
 
 #include <QCoreApplication>
 #include <QDBusConnectionInterface>
+#include <QDBusError>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QDBusVariant>
 
 #include <array>
 
@@ -21,6 +23,21 @@ constexpr std::array iconSizes{16, 18, 22, 24, 32, 36, 44, 48, 64};
 
 QString watcherName() {
     return QStringLiteral("org.kde.StatusNotifierWatcher");
+}
+QString watcherPath() {
+    return QStringLiteral("/StatusNotifierWatcher");
+}
+
+bool hasNobodyAnswered(const QDBusError& error) {
+    switch (error.type()) {
+    case QDBusError::ServiceUnknown:
+    case QDBusError::NoReply:
+    case QDBusError::TimedOut:
+    case QDBusError::Disconnected:
+        return true;
+    default:
+        return false;
+    }
 }
 
 } // namespace
@@ -46,12 +63,18 @@ bool StatusNotifierItem::exportOn(const QDBusConnection& bus) {
     connect(
         &watcherService_, &QDBusServiceWatcher::serviceOwnerChanged, this,
         [this](const QString&, const QString&, const QString& newOwner) {
+            isRegistered_ = false;
             if (newOwner.isEmpty()) {
                 setTaken(false);
             } else {
                 introduce();
             }
         });
+    for (const char* signal : {"StatusNotifierHostRegistered", "StatusNotifierHostUnregistered"}) {
+        bus_.connect(
+            watcherName(), watcherPath(), watcherName(), QString::fromLatin1(signal), this,
+            SLOT(askForHost()));
+    }
     introduce();
     return true;
 }
@@ -59,8 +82,7 @@ bool StatusNotifierItem::exportOn(const QDBusConnection& bus) {
 /// Where there is nobody the call fails, and the watcher's appearance leads to another.
 void StatusNotifierItem::introduce() {
     auto call = QDBusMessage::createMethodCall(
-        watcherName(), QStringLiteral("/StatusNotifierWatcher"), watcherName(),
-        QStringLiteral("RegisterStatusNotifierItem"));
+        watcherName(), watcherPath(), watcherName(), QStringLiteral("RegisterStatusNotifierItem"));
     call.setAutoStartService(false);
     call << serviceName_;
     auto* answer = new QDBusPendingCallWatcher{bus_.asyncCall(call), this};
@@ -68,7 +90,32 @@ void StatusNotifierItem::introduce() {
         answer, &QDBusPendingCallWatcher::finished, this,
         [this](QDBusPendingCallWatcher* finished) {
             finished->deleteLater();
-            setTaken(!finished->isError());
+            isRegistered_ = !finished->isError();
+            if (isRegistered_) {
+                askForHost();
+            } else {
+                setTaken(false);
+            }
+        });
+}
+
+/// Whoever keeps the register need not be a panel, and several panels may share it.
+void StatusNotifierItem::askForHost() {
+    auto question = QDBusMessage::createMethodCall(
+        watcherName(), watcherPath(), QStringLiteral("org.freedesktop.DBus.Properties"),
+        QStringLiteral("Get"));
+    question.setAutoStartService(false);
+    question << watcherName() << QStringLiteral("IsStatusNotifierHostRegistered");
+    auto* answer = new QDBusPendingCallWatcher{bus_.asyncCall(question), this};
+    connect(
+        answer, &QDBusPendingCallWatcher::finished, this,
+        [this](QDBusPendingCallWatcher* finished) {
+            finished->deleteLater();
+            const QDBusPendingReply<QDBusVariant> reply = *finished;
+            // A watcher that does not know the question is a panel of its own.
+            const bool thereIsAHost = reply.isError() ? !hasNobodyAnswered(reply.error())
+                                                      : reply.value().variant().toBool();
+            setTaken(isRegistered_ && thereIsAHost);
         });
 }
 

@@ -50,7 +50,7 @@ class StatusNotifierItem : public QObject {
     /// The description becomes the icon's title and tooltip, which is what screen readers speak.
     void show(const IconImage& image);
 
-    /// Whether a panel has the icon.
+    /// Whether a panel has the icon: the register of icons alone does not show it.
     [[nodiscard]] bool isTaken() const { return isTaken_.value_or(false); }
     /// Called when that is known at first, and when it changes.
     std::function<void()> onTakenChange;
@@ -88,6 +88,9 @@ class StatusNotifierItem : public QObject {
     Q_SCRIPTABLE void NewStatus(const QString& status);
     // NOLINTEND(readability-identifier-naming)
 
+  private Q_SLOTS:
+    void askForHost();
+
   private:
     void introduce();
     void setTaken(bool isTaken);
@@ -97,6 +100,7 @@ class StatusNotifierItem : public QObject {
     QDBusServiceWatcher watcherService_;
     IconImage image_;
     traywire::PixmapList pixmaps_; ///< of the image; empty until somebody asks
+    bool isRegistered_ = false;    ///< with the watcher that is there
     std::optional<bool> isTaken_;  ///< nothing before the first answer
 };
 
