@@ -7,6 +7,7 @@
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
 #include "LinuxTests/ChildProcess.hpp"
 #include "LinuxTests/FakeProc.hpp"
+#include "LinuxTests/SoundServerView.hpp"
 #include "LinuxTests/WaitOnLoop.hpp"
 #include "Support/ManualMainLoop.hpp"
 
@@ -193,15 +194,17 @@ class RestartedSessionTest : public testing::Test {
             GTEST_SKIP() << "needs scripts/private-session around the tests";
         }
     }
+    [[nodiscard]] std::filesystem::path sessionFolder() const { return temporary_.folder() / "s"; }
     [[nodiscard]] std::filesystem::path runtimeFolder() const {
-        return temporary_.folder() / "s/runtime";
+        return sessionFolder() / "runtime";
     }
     [[nodiscard]] std::unique_ptr<ChildProcess> startSession() const {
         const std::string script = BRINDLE_SOURCE_DIR "/scripts/private-session";
         return std::make_unique<ChildProcess>(
             script,
             std::vector<std::string>{
-                script, "--no-camera", "--folder", temporary_.folder() / "s", "sleep", "600"});
+                script, "--no-camera", "--folder", sessionFolder(), "sleep", "600"},
+            ChildProcess::Setting{.isQuiet = false});
     }
     [[nodiscard]] std::unique_ptr<ChildProcess> startRecorder() const {
         return std::make_unique<ChildProcess>(
@@ -211,6 +214,16 @@ class RestartedSessionTest : public testing::Test {
 
     FakeProc temporary_;
 };
+
+/// What an earlier session left behind would end it half-way, after its server has been seen.
+TEST_F(RestartedSessionTest, ASessionIsNotStartedInAFolderThatIsInUse) {
+    std::filesystem::create_directories(sessionFolder());
+    std::ofstream{sessionFolder() / "tone.wav"} << "an earlier session's";
+    const std::string script = BRINDLE_SOURCE_DIR "/scripts/private-session";
+    EXPECT_EQ(runToEnd({script, "--no-sound", "--folder", sessionFolder(), "true"}), 2);
+    EXPECT_TRUE(std::filesystem::exists(sessionFolder() / "tone.wav"));
+    EXPECT_FALSE(std::filesystem::exists(sessionFolder() / "logs"));
+}
 
 TEST_F(RestartedSessionTest, NobodyRecordsWhileTheServerIsGone) {
     PipeWireMainLoop loop;
@@ -238,22 +251,28 @@ TEST_F(RestartedSessionTest, NobodyRecordsWhileTheServerIsGone) {
     std::optional<AudioObjectID> firstObject;
     {
         auto session = startSession();
-        ASSERT_TRUE(waitUntil(loop, [&] { return objects.defaultInputDevice().has_value(); }));
+        ASSERT_TRUE(waitUntil(loop, [&] { return objects.defaultInputDevice().has_value(); }))
+            << soundServerView(sessionFolder());
         const auto recorder = startRecorder();
-        ASSERT_TRUE(waitUntil(loop, [&] { return recorderObject(recorder->pid()).has_value(); }));
+        ASSERT_TRUE(waitUntil(loop, [&] { return recorderObject(recorder->pid()).has_value(); }))
+            << soundServerView(sessionFolder());
         firstObject = recorderObject(recorder->pid());
         observation = objects.observeRunningInput(*firstObject, [&] { ++runningChanges; });
         session.reset();
-        ASSERT_TRUE(waitUntil(loop, [&] { return !objects.processes().has_value(); }));
+        std::filesystem::remove_all(sessionFolder());
+        ASSERT_TRUE(waitUntil(loop, [&] { return !objects.processes().has_value(); }))
+            << soundServerView(sessionFolder());
         EXPECT_EQ(objects.isRunningInput(*firstObject), std::nullopt);
         EXPECT_EQ(objects.defaultInputDevice(), std::nullopt);
         EXPECT_EQ(runningChanges, 1);
         EXPECT_EQ(states.back(), AudioServerState::unreachable);
     }
     const auto session = startSession();
-    ASSERT_TRUE(waitUntil(loop, [&] { return objects.defaultInputDevice().has_value(); }));
+    ASSERT_TRUE(waitUntil(loop, [&] { return objects.defaultInputDevice().has_value(); }))
+        << soundServerView(sessionFolder());
     const auto recorder = startRecorder();
-    ASSERT_TRUE(waitUntil(loop, [&] { return recorderObject(recorder->pid()).has_value(); }));
+    ASSERT_TRUE(waitUntil(loop, [&] { return recorderObject(recorder->pid()).has_value(); }))
+        << soundServerView(sessionFolder());
     EXPECT_NE(recorderObject(recorder->pid()), firstObject);
     EXPECT_EQ(objects.state(), AudioServerState::serving);
 }

@@ -6,6 +6,7 @@
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
 #include "LinuxTests/ChildProcess.hpp"
+#include "LinuxTests/SoundServerView.hpp"
 #include "LinuxTests/WaitOnLoop.hpp"
 
 #include <gmock/gmock.h>
@@ -83,7 +84,8 @@ class PipeWireAudioObjectsTest : public testing::Test {
         objects_ = std::make_unique<PipeWireAudioObjects>(
             loop_, loop_.loop(), registry_, AudioServer::Options::ofThisSession(),
             [this](AudioServerState state) { states_.push_back(state); });
-        ASSERT_TRUE(waitUntil(loop_, [&] { return defaultName() == "virt-mic"; }));
+        ASSERT_TRUE(waitUntil(loop_, [&] { return defaultName() == "virt-mic"; }))
+            << soundServerView();
         ASSERT_TRUE(waitUntil(loop_, [&] { return recordingIdentifiers().empty(); }));
     }
     void TearDown() override {
@@ -378,7 +380,7 @@ TEST_F(PipeWireAudioObjectsTest, AnEchoCancellerDoesNotCountButWhoeverRecordsFro
         EXPECT_EQ(recordingIdentifiers(), std::multiset<std::string>{"pw-cat"});
     }
     // The session manager made it the default microphone; later tests find the old one again.
-    ASSERT_TRUE(waitUntil(loop_, [&] { return defaultName() == "virt-mic"; }));
+    ASSERT_TRUE(waitUntil(loop_, [&] { return defaultName() == "virt-mic"; })) << soundServerView();
 }
 
 TEST_F(PipeWireAudioObjectsTest, TheDefaultMicrophoneIsFollowed) {
@@ -390,10 +392,11 @@ TEST_F(PipeWireAudioObjectsTest, TheDefaultMicrophoneIsFollowed) {
         ASSERT_TRUE(server.load(
             {"module-null-sink", "media.class=Audio/Source/Virtual", "sink_name=second-mic"}));
         ASSERT_EQ(runToEnd({"pactl", "set-default-source", "second-mic"}), 0);
-        ASSERT_TRUE(waitUntil(loop_, [&] { return defaultName() == "second-mic"; }));
+        ASSERT_TRUE(waitUntil(loop_, [&] { return defaultName() == "second-mic"; }))
+            << soundServerView();
         EXPECT_GT(changes, 0);
     }
-    ASSERT_TRUE(waitUntil(loop_, [&] { return defaultName() == "virt-mic"; }));
+    ASSERT_TRUE(waitUntil(loop_, [&] { return defaultName() == "virt-mic"; })) << soundServerView();
     runToEnd({"pactl", "set-default-source", "virt-mic"});
 }
 
