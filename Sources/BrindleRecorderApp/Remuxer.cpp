@@ -114,6 +114,9 @@ Task<Expected<void, RecorderError>> Remuxer::remuxToMP4(
                          "remux start: {} {} -> {}", sourceName, fileState(source),
                          destination.filename().string()));
 
+    // Of a conversion that was cut off; whatever becomes of this one, nobody comes back for it.
+    const auto temporary = temporaryFor(destination);
+    fileManager_.removeFile(temporary);
     const auto session = exporter_.makePassthroughExport(source);
     if (!session) {
         log_.both(
@@ -131,12 +134,10 @@ Task<Expected<void, RecorderError>> Remuxer::remuxToMP4(
         co_return failed("Passthrough export cannot write MP4 for this asset.");
     }
 
-    const auto temporary = temporaryFor(destination);
     // Where there is nothing to convert, what is at the destination may be all that is left.
     if (Diagnostics::fileSize(fileManager_, source).value_or(0) > 0) {
         fileManager_.removeFile(destination);
     }
-    fileManager_.removeFile(temporary);
     session->setOutput(temporary, MovieFileType::mpeg4);
     co_await exportWithProgress(session, sourceName);
 

@@ -115,6 +115,20 @@ TEST_F(RemuxerTest, RemovesAnEarlierDestinationAndAnEarlierPartBeforeExporting) 
     EXPECT_THAT(exporter.calls(), Contains("export")) << "over no file";
 }
 
+TEST_F(RemuxerTest, RemovesAnEarlierPartAlsoWhereNoExportCanBeMade) {
+    files.putFile(partial, "old part");
+    exporter.script().canBeMade = false;
+    EXPECT_FALSE(remux());
+    EXPECT_EQ(files.files(), (std::vector{mov}));
+}
+
+TEST_F(RemuxerTest, RemovesAnEarlierPartAlsoWhereNoMp4CanBeWritten) {
+    files.putFile(partial, "old part");
+    exporter.script().supportedFileTypes = {MovieFileType::quickTime};
+    EXPECT_FALSE(remux());
+    EXPECT_EQ(files.files(), (std::vector{mov}));
+}
+
 TEST_F(RemuxerTest, LeavesAnEarlierDestinationWhereThereIsNothingToConvert) {
     files.putFile(mp4, "all that is left");
     files.removeFile(mov);
