@@ -1,8 +1,9 @@
 #include "BrindleRecorderCore/TimeZone.hpp"
 
-#include <cstdlib>
+#include <ctime>
 #include <date/tz.h>
 #include <exception>
+#include <mutex>
 #include <string>
 
 namespace brindle {
@@ -14,10 +15,26 @@ bool isNameOfUtc(std::string_view name) {
            name == "UCT" || name == "Zulu" || name == "Universal" || name == "Etc/Universal";
 }
 
+/// Lets the C library look again at what the user and the machine have set. True when that is UTC.
+bool isLocalTimeUtc() {
+    static std::mutex mutex;
+    const std::lock_guard lock{mutex};
+    ::tzset();
+    return ::timezone == 0 && ::daylight == 0 && isNameOfUtc(::tzname[0]);
+}
+
+std::chrono::seconds localOffsetAt(Date date) {
+    const std::time_t time =
+        std::chrono::floor<std::chrono::seconds>(date.time_since_epoch()).count();
+    std::tm local{};
+    // It fails only for years that its calendar has no room for.
+    return std::chrono::seconds{::localtime_r(&time, &local) != nullptr ? local.tm_gmtoff : 0};
+}
+
 } // namespace
 
 TimeZone TimeZone::utc() {
-    return TimeZone{nullptr};
+    return TimeZone{Source::utc};
 }
 
 std::optional<TimeZone> TimeZone::named(std::string_view name) {
@@ -25,35 +42,26 @@ std::optional<TimeZone> TimeZone::named(std::string_view name) {
         return utc();
     }
     try {
-        return TimeZone{date::locate_zone(std::string{name})};
+        return TimeZone{Source::database, date::locate_zone(std::string{name})};
     } catch (const std::exception&) {
         return std::nullopt;
     }
 }
 
 TimeZone TimeZone::current() {
-    if (const char* variable = std::getenv("TZ"); variable != nullptr && *variable != '\0') {
-        std::string_view name{variable};
-        if (name.front() == ':') {
-            name.remove_prefix(1);
-        }
-        if (auto zone = named(name)) {
-            return *zone;
-        }
-    }
-    try {
-        const auto* zone = date::current_zone();
-        return isNameOfUtc(zone->name()) ? utc() : TimeZone{zone};
-    } catch (const std::exception&) {
-        return utc();
-    }
+    return isLocalTimeUtc() ? utc() : TimeZone{Source::cLibrary};
 }
 
 std::chrono::seconds TimeZone::offsetAt(Date date) const {
-    if (zone_ == nullptr) {
-        return std::chrono::seconds{0};
+    switch (source_) {
+    case Source::utc:
+        break;
+    case Source::database:
+        return zone_->get_info(std::chrono::floor<std::chrono::seconds>(date)).offset;
+    case Source::cLibrary:
+        return localOffsetAt(date);
     }
-    return zone_->get_info(std::chrono::floor<std::chrono::seconds>(date)).offset;
+    return std::chrono::seconds{0};
 }
 
 LocalTime TimeZone::localTimeAt(Date date) const {

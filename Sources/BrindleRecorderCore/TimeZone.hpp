@@ -35,7 +35,9 @@ class TimeZone {
     /// The zone of that name in the IANA time-zone database ("Asia/Kathmandu"); nothing for an
     /// unknown name or on a machine without the database.
     static std::optional<TimeZone> named(std::string_view name);
-    /// The user's zone: the TZ variable when it names a zone, else the machine's setting, else UTC.
+    /// The user's zone as the C library sees it, and so every other program: what the TZ variable
+    /// says in any of its forms, else the machine's setting. The value follows later changes of
+    /// either from the next call of this on.
     static TimeZone current();
 
     /// How far local time is ahead of UTC at that moment.
@@ -43,12 +45,16 @@ class TimeZone {
     /// What clock and calendar show at that moment.
     [[nodiscard]] LocalTime localTimeAt(Date date) const;
     /// True for a zone that never differs from UTC because it is UTC.
-    [[nodiscard]] bool isUtc() const { return zone_ == nullptr; }
+    [[nodiscard]] bool isUtc() const { return source_ == Source::utc; }
 
   private:
-    explicit TimeZone(const date::time_zone* zone) : zone_{zone} {}
+    enum class Source { utc, database, cLibrary };
 
-    const date::time_zone* zone_; // owned by the database, which lives as long as the process
+    explicit TimeZone(Source source, const date::time_zone* zone = nullptr)
+        : source_{source}, zone_{zone} {}
+
+    Source source_;
+    const date::time_zone* zone_; // of the database, which lives as long as the process
 };
 
 } // namespace brindle
