@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <fmt/format.h>
 #include <utility>
 
 namespace brindle {
@@ -55,12 +56,41 @@ std::string DiagnosticLog::format(std::string_view message, Date at, const TimeZ
 void DiagnosticLog::append(const std::string& line) {
     // Every failure is passed over: where the log cannot be written there is nowhere to say so.
     fileManager_.createDirectory(fileURL_.parent_path());
-    if (fileManager_.fileSize(fileURL_).value_or(0) > maxBytes_) {
-        std::filesystem::path rotated = fileURL_;
-        rotated += ".1";
-        fileManager_.moveFile(fileURL_, rotated);
+    if (makeRoom()) {
+        fileManager_.appendToFile(fileURL_, line);
     }
-    fileManager_.appendToFile(fileURL_, line);
+}
+
+/// False when the file is as large as both may be together and cannot even be removed.
+bool DiagnosticLog::makeRoom() {
+    const std::int64_t size = fileManager_.fileSize(fileURL_).value_or(0);
+    if (size <= maxBytes_ || rotate() || size <= 2 * maxBytes_) {
+        return true;
+    }
+    return fileManager_.removeFile(fileURL_).has_value();
+}
+
+bool DiagnosticLog::rotate() {
+    std::filesystem::path copy = fileURL_;
+    copy += ".1";
+    const auto moved = fileManager_.moveFile(fileURL_, copy);
+    if (moved || moved.error().code != std::errc::is_a_directory) {
+        return moved.has_value();
+    }
+    return setAside(copy) && fileManager_.moveFile(fileURL_, copy);
+}
+
+/// A folder is nothing that this log has made, so it is not removed.
+bool DiagnosticLog::setAside(const std::filesystem::path& folder) {
+    constexpr int mostTried = 100;
+    for (int number = 1; number <= mostTried; ++number) {
+        std::filesystem::path aside = folder;
+        aside += fmt::format(".aside-{}", number);
+        if (!fileManager_.fileExists(aside)) {
+            return fileManager_.moveFile(folder, aside).has_value();
+        }
+    }
+    return false;
 }
 
 } // namespace brindle

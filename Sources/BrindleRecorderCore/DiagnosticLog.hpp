@@ -17,7 +17,8 @@ namespace brindle {
 
 /// `log` may be called from any thread. Lines of one thread stay in order; no line is ever torn.
 /// A file of more than `maxBytes` is renamed to end in ".1", replacing an earlier one, before the
-/// next line is written. Whatever fails on the disk costs lines and nothing else.
+/// next line is written; a folder of that name is set aside. Where that cannot be done, the file
+/// starts anew at twice the size. Whatever fails on the disk costs lines and nothing else.
 class DiagnosticLog {
   public:
     static constexpr std::string_view queueLabel = "com.tamsworth.brindlerecorder.diagnostic-log";
@@ -51,6 +52,9 @@ class DiagnosticLog {
 
   private:
     void append(const std::string& line);
+    bool makeRoom();
+    bool rotate();
+    bool setAside(const std::filesystem::path& folder);
 
     std::filesystem::path fileURL_;
     std::int64_t maxBytes_;

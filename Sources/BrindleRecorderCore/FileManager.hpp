@@ -75,8 +75,8 @@ class FileManager {
     virtual Expected<void, FileError>
     appendToFile(const std::filesystem::path& path, std::string_view contents) = 0;
 
-    /// Gives the file another name on the same volume, replacing whatever has that name in one
-    /// step.
+    /// Gives the file another name on the same volume, replacing whatever file has that name in one
+    /// step. A folder keeps what it holds and takes only a name that is free.
     virtual Expected<void, FileError>
     moveFile(const std::filesystem::path& from, const std::filesystem::path& to) = 0;
 

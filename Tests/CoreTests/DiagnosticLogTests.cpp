@@ -140,6 +140,22 @@ TYPED_TEST(DiagnosticLogOn, AFileOfOneByteMoreIsRotatedBeforeTheNextLine) {
     EXPECT_EQ(this->read(this->rotated()), tooFull);
 }
 
+TYPED_TEST(DiagnosticLogOn, AFolderThatHasTheNameOfTheCopyIsSetAside) {
+    const std::string tooFull(this->maxBytes + 1, 'x');
+    for (const int round : {1, 2}) {
+        this->put(this->log_.fileURL(), tooFull);
+        this->put(this->rotated() / "file", fmt::format("not ours {}", round));
+        this->log_.log("message", night);
+        this->log_.flush();
+        EXPECT_EQ(this->read(this->log_.fileURL()), this->line_);
+        EXPECT_EQ(this->read(this->rotated()), tooFull);
+        const Path aside = this->rotated().string() + fmt::format(".aside-{}", round);
+        EXPECT_EQ(this->read(aside / "file"), fmt::format("not ours {}", round));
+        ASSERT_TRUE(this->fileManager_.removeFile(this->log_.fileURL()));
+        ASSERT_TRUE(this->fileManager_.removeFile(this->rotated()));
+    }
+}
+
 TYPED_TEST(DiagnosticLogOn, KeepsTwoFilesAtMostAndTheNewestLines) {
     std::vector<std::string> lines;
     for (int number = 0; number < 100; ++number) {
@@ -251,7 +267,7 @@ TEST(DiagnosticLog, AFolderThatCannotBeCreatedReachesNobody) {
 TEST(DiagnosticLog, GoesOnInTheOldFileWhenItCannotBeRotated) {
     InMemoryFileManager disk;
     disk.putFile("/logs/recorder.log", std::string(101, 'x'));
-    disk.putFile("/logs/recorder.log.1/in the way", "");
+    disk.failEveryCall(Operation::moveFile, std::errc::operation_not_permitted);
     DiagnosticLog log{"/logs", "recorder.log", 100, disk};
     log.log("message", night);
     log.flush();
@@ -259,9 +275,34 @@ TEST(DiagnosticLog, GoesOnInTheOldFileWhenItCannotBeRotated) {
     EXPECT_TRUE(disk.contents("/logs/recorder.log")->starts_with("xxx"));
 }
 
+TEST(DiagnosticLog, StartsAnewRatherThanGrowWithoutBoundWhenItCannotBeRotated) {
+    InMemoryFileManager disk;
+    disk.failEveryCall(Operation::moveFile, std::errc::operation_not_permitted);
+    DiagnosticLog log{"/logs", "recorder.log", 100, disk};
+    for (int number = 0; number < 50; ++number) {
+        log.log(fmt::format("line {}", number), night);
+        log.flush();
+        const auto contents = disk.contents("/logs/recorder.log");
+        ASSERT_TRUE(contents->ends_with(fmt::format(" line {}\n", number)));
+        ASSERT_LE(contents->size(), 2 * 100U + 50) << "twice the limit and a line";
+    }
+}
+
+TEST(DiagnosticLog, LosesLinesRatherThanGrowWithoutBoundWhenTheFolderCannotBeChanged) {
+    InMemoryFileManager disk;
+    disk.failEveryCall(Operation::moveFile, std::errc::permission_denied);
+    disk.failEveryCall(Operation::removeFile, std::errc::permission_denied);
+    disk.putFile("/logs/recorder.log", std::string(201, 'x'));
+    DiagnosticLog log{"/logs", "recorder.log", 100, disk};
+    log.log("message", night);
+    log.flush();
+    EXPECT_EQ(disk.contents("/logs/recorder.log"), std::string(201, 'x'));
+}
+
 TEST(DiagnosticLog, EightThreadsLoseAndTearNoLine) {
     constexpr int threadCount = 8;
     constexpr int linesPerThread = 12'500;
+    const test::EnvironmentVariable zone{"TZ", "UTC"};
     const test::TemporaryFolder temporary;
     PosixFileManager files;
     DiagnosticLog log{temporary.path(), "recorder.log", 100'000'000, files};

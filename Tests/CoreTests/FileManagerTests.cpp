@@ -192,6 +192,18 @@ TYPED_TEST(FileManagerContract, MovesToItselfWithoutLoss) {
     EXPECT_EQ(this->read(this->at("file")), "kept");
 }
 
+TYPED_TEST(FileManagerContract, MovesAFolderWithAllThatItHolds) {
+    ASSERT_TRUE(this->files().createDirectory(this->at("from/sub")));
+    this->put(this->at("from/sub/file"), "kept");
+    this->put(this->at("from, too"), "stays");
+    ASSERT_TRUE(this->files().moveFile(this->at("from"), this->at("to")));
+    EXPECT_EQ(this->read(this->at("to/sub/file")), "kept");
+    EXPECT_FALSE(this->files().fileExists(this->at("from")));
+    EXPECT_EQ(this->read(this->at("from, too")), "stays");
+    EXPECT_FALSE(this->files().moveFile(this->at("to"), this->at("from, too")));
+    EXPECT_EQ(this->read(this->at("from, too")), "stays");
+}
+
 TYPED_TEST(FileManagerContract, LeavesTheTargetWhenNothingCanBeMoved) {
     this->put(this->at("to"), "old");
     ASSERT_TRUE(this->files().createDirectory(this->at("sub")));

@@ -424,19 +424,36 @@ Expected<void, FileError> InMemoryFileManager::moveFile(const Path& from, const 
     if (const auto error = enter(Operation::moveFile, from)) {
         return failure(*error, from);
     }
-    const auto node = existingFile(from);
+    const auto node = existing(from);
     if (!node) {
         return unexpected{node.error()};
     }
     if (auto folder = requireFolder(keyOf(to).parent_path()); !folder) {
         return folder;
     }
-    if (const NodePointer target = find(to); target && target->isDirectory) {
+    const NodePointer target = find(to);
+    if ((*node)->isDirectory) {
+        return target ? failure(std::errc::file_exists, from) : moveFolder(keyOf(from), keyOf(to));
+    }
+    if (target && target->isDirectory) {
         return failure(std::errc::is_a_directory, to);
     }
     if (keyOf(from) != keyOf(to)) {
         commit({{keyOf(from), nullptr}, {keyOf(to), *node}});
     }
+    return {};
+}
+
+Expected<void, FileError> InMemoryFileManager::moveFolder(const Path& from, const Path& to) {
+    Change change{{from, nullptr}, {to, tree_.at(from)}};
+    for (const auto& [path, node] : tree_) {
+        if (const Path within = path.lexically_relative(from);
+            path != from && !within.empty() && *within.begin() != "..") {
+            change.emplace_back(path, nullptr);
+            change.emplace_back(to / within, node);
+        }
+    }
+    commit(std::move(change));
     return {};
 }
 

@@ -147,6 +147,8 @@ class InMemoryFileManager final : public FileManager {
     [[nodiscard]] Expected<NodePointer, FileError>
     existingFile(const std::filesystem::path& path) const;
     [[nodiscard]] Expected<void, FileError> requireFolder(const std::filesystem::path& path) const;
+    Expected<void, FileError>
+    moveFolder(const std::filesystem::path& from, const std::filesystem::path& to);
     [[nodiscard]] Date now() const;
     NodePointer makeNode(bool isDirectory) const;
     void putDirectory(const std::filesystem::path& directory);
