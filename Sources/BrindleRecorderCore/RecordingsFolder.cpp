@@ -7,6 +7,9 @@
 #include <array>
 #include <cassert>
 #include <fmt/format.h>
+#include <optional>
+#include <set>
+#include <string>
 
 namespace brindle {
 
@@ -21,6 +24,26 @@ std::filesystem::path
 url(const std::filesystem::path& folder, std::string_view baseName, std::string_view extension) {
     assert(baseName.find('/') == std::string_view::npos);
     return folder / fmt::format("{}.{}", baseName, extension);
+}
+
+bool isFree(
+    std::string_view baseName, const std::filesystem::path& folder,
+    const FileManager& fileManager) {
+    return std::none_of(extensions.begin(), extensions.end(), [&](std::string_view extension) {
+        return fileManager.fileExists(url(folder, baseName, extension));
+    });
+}
+
+/// Of all recordings that a listing of the folder shows; none when there is no listing.
+std::set<std::string>
+baseNamesIn(const std::filesystem::path& folder, const FileManager& fileManager) {
+    std::set<std::string> names;
+    if (const auto entries = fileManager.contentsOfDirectory(folder)) {
+        for (const DirectoryEntry& entry : *entries) {
+            names.insert(entry.path.stem().string());
+        }
+    }
+    return names;
 }
 
 } // namespace
@@ -66,16 +89,26 @@ std::string RecordingNaming::baseName(Date date, const TimeZone& timeZone) {
 std::string RecordingNaming::uniqueBaseName(
     Date date, const std::filesystem::path& folder, const TimeZone& timeZone,
     const FileManager& fileManager) {
-    const auto isFree = [&](std::string_view name) {
-        return std::none_of(extensions.begin(), extensions.end(), [&](std::string_view extension) {
-            return fileManager.fileExists(url(folder, name, extension));
-        });
-    };
     const std::string base = baseName(date, timeZone);
     std::string candidate = base;
-    // A disk on which every look fails has no name that is known to be free.
-    constexpr int mostTried = 10'000;
-    for (int number = 2; number <= mostTried && !isFree(candidate); ++number) {
+    // A disk on which every look fails has no name that is known to be free. After so many the
+    // listing tells such a disk from one that is full of recordings.
+    constexpr std::int64_t mostBelieved = 10'000;
+    std::optional<std::set<std::string>> listed;
+    const auto isTaken = [&](std::int64_t tried) {
+        if (isFree(candidate, folder, fileManager)) {
+            return false;
+        }
+        if (tried < mostBelieved) {
+            return true;
+        }
+        if (!listed) {
+            listed = baseNamesIn(folder, fileManager);
+        }
+        return listed->contains(candidate);
+    };
+    for (std::int64_t number = 1; isTaken(number);) {
+        ++number;
         candidate = fmt::format("{}-{}", base, number);
     }
     return candidate;

@@ -44,7 +44,8 @@ struct RecordingNaming {
 
     /// The base name, or with "-2", "-3" and so on the first that no file of a recording in the
     /// folder has yet. Cannot fail: in a folder that may not be read every name is free. While the
-    /// disk fails to say what is there, no name counts as free, and after 10,000 the last is taken.
+    /// disk fails to say what is there, no name counts as free, and from the 10,000th on the first
+    /// is taken that is not in the folder's listing either.
     static std::string uniqueBaseName(
         Date date, const std::filesystem::path& folder, const TimeZone& timeZone,
         const FileManager& fileManager);

@@ -7,6 +7,8 @@
 #include "Support/InMemoryFileManager.hpp"
 #include "Support/TemporaryFolder.hpp"
 
+#include <array>
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <limits>
 
@@ -239,6 +241,20 @@ TEST(RecordingNaming, ANameIsNotFreeWhenTheDiskFailsToSay) {
     EXPECT_EQ(
         RecordingNaming::uniqueBaseName(piDay, folder.root, TimeZone::utc(), disk),
         "2025-03-14_0930-2");
+}
+
+TEST(RecordingNaming, NeverGivesATakenNameHoweverManyThereAre) {
+    constexpr int taken = 10'050;
+    InMemoryFileManager disk;
+    disk.putFile(folder.movURL("2025-03-14_0930"), "");
+    constexpr std::array kinds{"mov", "mp4", "json"};
+    for (int number = 2; number <= taken; ++number) {
+        const auto* const kind = kinds.at(static_cast<std::size_t>(number) % kinds.size());
+        disk.putFile(folder.root / fmt::format("2025-03-14_0930-{}.{}", number, kind), "");
+    }
+    EXPECT_EQ(
+        RecordingNaming::uniqueBaseName(piDay, folder.root, TimeZone::utc(), disk),
+        "2025-03-14_0930-10051");
 }
 
 TEST(RecordingNaming, ADiskThatNeverSaysAnythingDoesNotKeepUsForEver) {
