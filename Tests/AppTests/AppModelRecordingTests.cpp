@@ -210,6 +210,17 @@ TEST_F(AppModelRecording, ARefusalForLackOfSpaceMutesTheCall) {
     EXPECT_THAT(capture.sessions(), IsEmpty());
 }
 
+TEST_F(AppModelRecording, TheSpaceThatCountsIsThatOfTheRecordingsVolume) {
+    callBegins();
+    std::vector<std::filesystem::path> asked;
+    for (const Call& call : files.calls()) {
+        if (call.operation == Operation::availableCapacity) {
+            asked.push_back(call.path);
+        }
+    }
+    EXPECT_THAT(asked, ElementsAre(folder.root));
+}
+
 TEST_F(AppModelRecording, SpaceThatCannotBeReadIsNone) {
     files.failEveryCall(Operation::availableCapacity);
     callBegins();

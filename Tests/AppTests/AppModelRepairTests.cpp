@@ -115,6 +115,16 @@ TEST_F(AppModelRepair, AMovieThatCannotBeConvertedStaysAndIsNoted) {
     EXPECT_THAT(notices(), ElementsAre("Recovered 1 interrupted recording(s)."));
 }
 
+TEST_F(AppModelRepair, AnEmptyMovieDoesNotCostTheMp4BesideIt) {
+    leaveInterrupted("b", true);
+    files.putFile(folder.movURL("b"), "");
+    files.putFile(folder.mp4URL("b"), "whole movie of an earlier conversion");
+    exporter().script().status = ExportSession::Status::failed;
+    launch();
+    EXPECT_EQ(files.contents(folder.mp4URL("b")), "whole movie of an earlier conversion");
+    EXPECT_THAT(folderContents(), ElementsAre("b.json", "b.mov", "b.mp4"));
+}
+
 TEST_F(AppModelRepair, ASidecarThatHasBecomeUnreadableIsSkippedButCounted) {
     leaveInterrupted("a", true);
     leaveInterrupted("b", true);

@@ -138,6 +138,24 @@ TEST_F(RemuxerTest, LeavesAnEarlierDestinationWhereThereIsNothingToConvert) {
     EXPECT_EQ(files.contents(mp4), "all that is left");
 }
 
+TEST_F(RemuxerTest, AnEmptySourceDoesNotCostTheMp4BesideIt) {
+    files.putFile(mov, "");
+    files.putFile(mp4, "all that is left");
+    exporter.script().status = Status::failed;
+    EXPECT_EQ(failureOf(remux()), "Unknown export failure (status 4).");
+    EXPECT_EQ(files.contents(mp4), "all that is left");
+    EXPECT_EQ(files.files(), (std::vector{mov, mp4}));
+}
+
+TEST_F(RemuxerTest, ConvertsAllTheSameWhenAnEarlierDestinationCannotBeRemoved) {
+    files.putFile(mp4, "old");
+    files.failCall(Operation::removeFile, 1, std::errc::operation_not_permitted);
+    EXPECT_TRUE(remux());
+    EXPECT_THAT(exporter.calls(), Contains("export"));
+    EXPECT_EQ(files.contents(mp4), "whole movie");
+    EXPECT_EQ(files.files(), (std::vector{mp4}));
+}
+
 TEST_F(RemuxerTest, LeavesAnEarlierDestinationWhereTheSourceCannotBeRead) {
     files.putFile(mp4, "all that may be left");
     files.failEveryCallWith(mov);

@@ -5,7 +5,9 @@
 #include "BrindleRecorderCore/SerialQueue.hpp"
 
 #include "Support/EnvironmentVariable.hpp"
+#include "Support/ForwardingFileManager.hpp"
 #include "Support/InMemoryFileManager.hpp"
+#include "Support/ManualExecutor.hpp"
 #include "Support/TemporaryFolder.hpp"
 
 #include <algorithm>
@@ -14,6 +16,7 @@
 #include <future>
 #include <gtest/gtest.h>
 #include <new>
+#include <pthread.h>
 #include <sstream>
 #include <sys/stat.h>
 #include <thread>
@@ -360,6 +363,47 @@ TEST(DiagnosticLog, WritesThroughTheQueueThatItIsGiven) {
     DiagnosticLog log{"/logs", "recorder.log", 1'000, disk, std::make_unique<InlineExecutor>()};
     log.log("message", night);
     EXPECT_TRUE(disk.contents("/logs/recorder.log")->ends_with(" message\n")) << "without a flush";
+}
+
+TEST(DiagnosticLog, WritesLinesAsTheyWereWhenTheyWereLogged) {
+    InMemoryFileManager disk;
+    auto manual = std::make_unique<test::ManualExecutor>();
+    test::ManualExecutor& queue = *manual;
+    DiagnosticLog log{"/logs", "recorder.log", 1'000, disk, std::move(manual)};
+    {
+        const test::EnvironmentVariable zone{"TZ", "Asia/Kathmandu"};
+        std::string message = "message";
+        log.log(message, night);
+        message = "changed";
+    }
+    const test::EnvironmentVariable zone{"TZ", "America/St_Johns"};
+    EXPECT_TRUE(disk.files().empty()) << "nothing has run on the queue yet";
+    queue.runAll();
+    EXPECT_EQ(disk.contents("/logs/recorder.log"), "2026-11-15T08:21:31.123+05:45 message\n");
+}
+
+/// A disk that notes the name of the thread that writes to it.
+class ThreadNotingDisk final : public test::ForwardingFileManager {
+  public:
+    using ForwardingFileManager::ForwardingFileManager;
+    std::string threadName;
+
+  protected:
+    void changed(const Path& /*path*/) override {
+        std::array<char, 16> name{};
+        pthread_getname_np(pthread_self(), name.data(), name.size());
+        threadName = name.data();
+    }
+};
+
+TEST(DiagnosticLog, HasAQueueOfItsOwnWithItsLabel) {
+    EXPECT_EQ(DiagnosticLog::queueLabel, "com.tamsworth.brindlerecorder.diagnostic-log");
+    InMemoryFileManager memory;
+    ThreadNotingDisk disk{memory};
+    DiagnosticLog log{"/logs", "recorder.log", 1'000, disk};
+    log.log("message", night);
+    log.flush();
+    EXPECT_EQ(disk.threadName, ".diagnostic-log") << "as much of the label as a thread can have";
 }
 
 TEST(DiagnosticLog, NeverThrowsAtItsCaller) {

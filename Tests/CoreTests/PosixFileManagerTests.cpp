@@ -8,10 +8,13 @@
 #include <algorithm>
 #include <atomic>
 #include <csignal>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <mutex>
+#include <optional>
+#include <string>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -39,7 +42,29 @@ Syncs& syncs() {
     return shared;
 }
 
+/// What a volume is to say of itself instead of the truth.
+struct ClaimedVolume {
+    std::string path;
+    struct statvfs claim {};
+};
+
+std::optional<ClaimedVolume>& claimedVolume() {
+    static std::optional<ClaimedVolume> claimed;
+    return claimed;
+}
+
 } // namespace
+
+// Takes the place of the C library's function in this program: lets one volume make claims.
+extern "C" int statvfs(const char* path, struct statvfs* volume) {
+    if (const auto& claimed = claimedVolume(); claimed && claimed->path == path) {
+        *volume = claimed->claim;
+        return 0;
+    }
+    static const auto real =
+        reinterpret_cast<int (*)(const char*, struct statvfs*)>(::dlsym(RTLD_NEXT, "statvfs"));
+    return real(path, volume);
+}
 
 // Takes the place of the C library's function in this program: notes the call and passes it on.
 extern "C" int fsync(int descriptor) {
@@ -302,6 +327,19 @@ TEST_F(PosixFileManagerTest, CountsTheBlocksThatAnOrdinaryUserCanHave) {
     EXPECT_GE(free, 0);
     EXPECT_LE(free, total);
     EXPECT_EQ(free % static_cast<std::int64_t>(volume.f_frsize), 0);
+}
+
+TEST_F(PosixFileManagerTest, DoesNotCountWhatIsReservedForTheAdministrator) {
+    struct statvfs claim {};
+    claim.f_bsize = 4096;
+    claim.f_frsize = 512;
+    claim.f_blocks = 1'000'000;
+    claim.f_bfree = 60'000;
+    claim.f_bavail = 10'000;
+    claimedVolume() = {folder_.path().string(), claim};
+    const auto available = files_.availableCapacity(folder_.path());
+    claimedVolume().reset();
+    EXPECT_EQ(available, 10'000 * 512);
 }
 
 TEST_F(PosixFileManagerTest, AVolumeWithoutBlocksDoesNotSay) {
