@@ -39,7 +39,8 @@ struct AppEnvironment {
     Executor& captureSessionQueue;
     MovieExporter& movieExporter;
     UserNotifications& notifications;
-    DefaultsStore& defaults;
+    DefaultsStore& defaults; ///< the user's preferences
+    DefaultsStore& state;    ///< what the program remembers for itself
     LoginItems& loginItems;
     Workspace& workspace;
     /// Absent where the desktop announces neither sleep nor the end of the session.

@@ -24,15 +24,15 @@ void MissingTrayNotice::launch() {
 }
 
 void MissingTrayNotice::look() {
-    if (statusItem_.isShown() || environment_.defaults.boolean(hasBeenTold).value_or(false)) {
+    if (statusItem_.isShown() || environment_.state.boolean(hasBeenTold).value_or(false)) {
         return;
     }
-    environment_.defaults.setBoolean(hasBeenTold, true);
     model_.notifier.post(
         "Brindle Recorder is running",
         "This desktop shows no icon for it. In a terminal, brindle-recorder --menu shows what it "
         "is "
-        "doing, and brindle-recorder --pick \"Record now\" picks a line of that menu.");
+        "doing, and brindle-recorder --pick \"Record now\" picks a line of that menu.",
+        [&state = environment_.state] { state.setBoolean(hasBeenTold, true); });
 }
 
 } // namespace brindle

@@ -11,7 +11,8 @@ namespace brindle {
 class AppModel;
 class StatusItem;
 
-/// Main thread only. Told once and never again: the program is there to be forgotten.
+/// Main thread only. Shown once and never again: the program is there to be forgotten. Where nobody
+/// shows it, the next launch tries again.
 class MissingTrayNotice {
   public:
     /// All must outlive the notice.

@@ -59,7 +59,8 @@ void Notifier::withdrawAsk(const std::string& label) {
     }
 }
 
-void Notifier::post(const std::string& title, const std::string& body) {
+void Notifier::post(
+    const std::string& title, const std::string& body, std::function<void()> whenShown) {
     if (!notifications_.isAvailable()) {
         return;
     }
@@ -68,7 +69,8 @@ void Notifier::post(const std::string& title, const std::string& body) {
          .title = title,
          .body = body,
          .categoryIdentifier = {},
-         .label = {}});
+         .label = {}},
+        std::move(whenShown));
 }
 
 void Notifier::handleResponse(const NotificationResponse& response) const {

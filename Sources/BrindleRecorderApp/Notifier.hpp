@@ -41,8 +41,10 @@ class Notifier {
     /// Takes the question for that label back.
     void withdrawAsk(const std::string& label);
 
-    /// Shows a notification without buttons, beside all others.
-    void post(const std::string& title, const std::string& body);
+    /// Shows a notification without buttons, beside all others; `whenShown` is called when it is on
+    /// the screen, which may never be.
+    void
+    post(const std::string& title, const std::string& body, std::function<void()> whenShown = {});
 
   private:
     void handleResponse(const NotificationResponse& response) const;

@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace brindle {
 namespace {
@@ -17,6 +19,12 @@ class AppShellTest : public test::ShellFixture {
   protected:
     std::optional<AppShell> shell_{std::in_place, model, environment, statusItem};
 
+    /// Another launch on the same desktop, as far as the notice is concerned.
+    void launchAgain() {
+        MissingTrayNotice notice{model, environment, statusItem};
+        notice.launch();
+        runFor(60);
+    }
     /// The words of that line of the menu on the screen; empty without the line.
     std::string textOf(const std::string& id) {
         for (const auto& item : statusItem.menu()) {
@@ -69,10 +77,55 @@ TEST_F(AppShellTest, TellsOnceHowToLiveWithoutATray) {
         "is "
         "doing, and brindle-recorder --pick \"Record now\" picks a line of that menu.");
 
-    MissingTrayNotice nextLaunch{model, environment, statusItem};
-    nextLaunch.launch();
-    runFor(60);
+    launchAgain();
     EXPECT_THAT(notifications.posted, SizeIs(1));
+}
+
+TEST_F(AppShellTest, TellsOfAMissingTrayAgainUntilSomebodyHasShownIt) {
+    statusItem.hasTray = false;
+    notifications.shows = false; // no notification server
+    shell_->launch();
+    settle();
+    notifications.answerAuthorization(true);
+    runFor(31);
+    ASSERT_THAT(notifications.posted, SizeIs(1));
+    notifications.shows = true;
+    launchAgain();
+    EXPECT_THAT(notifications.posted, SizeIs(2));
+    launchAgain();
+    EXPECT_THAT(notifications.posted, SizeIs(2));
+}
+
+TEST_F(AppShellTest, RemembersThatItHasToldBesideThePreferencesNotAmongThem) {
+    statusItem.hasTray = false;
+    shell_->launch();
+    settle();
+    notifications.answerAuthorization(true);
+    model.settings.preferredVideoDeviceID.set("cam-1");
+    model.settings.preferredAudioDeviceID.set("mic-1");
+    model.settings.disabledCallFamilies.set({"zoom"});
+    model.settings.askBeforeRecording.set(true);
+    runFor(31);
+    std::vector<std::string> keys;
+    for (const auto& [key, value] : defaults.values) {
+        keys.push_back(key);
+    }
+    EXPECT_THAT(
+        keys, testing::ElementsAre(
+                  "askBeforeRecording", "disabledCallFamilies", "hasShownFirstRunWindow",
+                  "preferredAudioDeviceID", "preferredVideoDeviceID"));
+    EXPECT_EQ(state.boolean("hasToldOfMissingTray"), true);
+}
+
+TEST_F(AppShellTest, AMarkThatAnEarlierVersionLeftAmongThePreferencesIsLeftAlone) {
+    defaults.values["hasToldOfMissingTray"] = true;
+    statusItem.hasTray = false;
+    shell_->launch();
+    settle();
+    notifications.answerAuthorization(true);
+    runFor(31);
+    EXPECT_THAT(notifications.posted, SizeIs(1));
+    EXPECT_THAT(defaults.writtenKeys, testing::Not(testing::Contains("hasToldOfMissingTray")));
 }
 
 TEST_F(AppShellTest, SaysNothingOfATrayThatComesLate) {

@@ -380,6 +380,44 @@ TEST_F(DesktopNotificationsTest, AServerThatRefusesKeepsWhatItShows) {
     EXPECT_TRUE(waitUntil([&] { return answers_.size() == 1; }));
 }
 
+TEST_F(DesktopNotificationsTest, SaysWhenTheServerHasTakenANotification) {
+    startServer();
+    int shown = 0;
+    server_->holds = QStringLiteral("Notify");
+    notifications_->post(news(), [&] { ++shown; });
+    ASSERT_TRUE(waitUntil([&] { return server_->isHolding(); }));
+    EXPECT_EQ(shown, 0);
+    server_->answerHeld();
+    EXPECT_TRUE(waitUntil([&] { return shown == 1; }));
+    server_->close(server_->notified[0].number, 2);
+    settleBoth();
+    EXPECT_EQ(shown, 1);
+}
+
+TEST_F(DesktopNotificationsTest, WhatNobodyShowsIsNotSaidToBeShown) {
+    int shown = 0;
+    notifications_->post(news(), [&] { ++shown; });
+    settleBoth();
+    startServer();
+    server_->refuses = true;
+    notifications_->post(news(), [&] { ++shown; });
+    settleBoth();
+    EXPECT_EQ(shown, 0);
+}
+
+TEST_F(DesktopNotificationsTest, WhatWasReplacedOnTheWayIsNotSaidToBeShown) {
+    startServer();
+    std::string shown;
+    server_->holds = QStringLiteral("Notify");
+    notifications_->post(news(), [&] { shown += "first"; });
+    ASSERT_TRUE(waitUntil([&] { return server_->isHolding(); }));
+    notifications_->post(news(), [&] { shown += "second"; });
+    server_->answerHeld();
+    EXPECT_TRUE(waitUntil([&] { return server_->notified.size() == 2 && !shown.empty(); }));
+    settleBoth();
+    EXPECT_EQ(shown, "second");
+}
+
 TEST_F(DesktopNotificationsTest, AVeryLongTextIsCut) {
     startServer();
     notifications_->post(question("a", std::string(100'000, 'x')));

@@ -343,6 +343,22 @@ TEST(JsonDefaultsStoreFile, LiesInTheUsersConfigurationFolder) {
     }
 }
 
+TEST(JsonDefaultsStoreFile, OfStateLiesInTheUsersFolderForState) {
+    struct Case {
+        const char* state;
+        const char* file;
+    };
+    const ScopedVariable home{"HOME", "/home/user"};
+    for (const auto& [state, file] : std::vector<Case>{
+             {nullptr, "/home/user/.local/state/brindle-recorder/state.json"},
+             {"", "/home/user/.local/state/brindle-recorder/state.json"},
+             {"relative", "/home/user/.local/state/brindle-recorder/state.json"},
+             {"/elsewhere", "/elsewhere/brindle-recorder/state.json"}}) {
+        const ScopedVariable variable{"XDG_STATE_HOME", state};
+        EXPECT_EQ(JsonDefaultsStore::standardStateFile(), file);
+    }
+}
+
 TEST(JsonDefaultsStoreFile, WithoutAHomeInTheEnvironmentTheUserDatabaseKnows) {
     const ScopedVariable configuration{"XDG_CONFIG_HOME", nullptr};
     const ScopedVariable home{"HOME", nullptr};

@@ -95,6 +95,7 @@ ProgramRun::ProgramRun(Scene& scene, const Desktop& desktop)
             .movieExporter = exporter_,
             .notifications = notifications_,
             .defaults = desktop.defaults,
+            .state = state_,
             .loginItems = loginItems_,
             .workspace = workspace_,
             .systemEvents = &systemEvents_,

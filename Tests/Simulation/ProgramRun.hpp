@@ -13,6 +13,7 @@
 #include "Support/FakeSystemEvents.hpp"
 #include "Support/FakeUserNotifications.hpp"
 #include "Support/FakeWorkspace.hpp"
+#include "Support/InMemoryDefaultsStore.hpp"
 
 #include <memory>
 
@@ -54,6 +55,7 @@ class ProgramRun {
     SimulatedCaptureSystem capture_;
     SimulatedExporter exporter_;
     test::FakeUserNotifications notifications_;
+    test::InMemoryDefaultsStore state_;
     test::FakeLoginItems loginItems_;
     test::FakeWorkspace workspace_;
     test::FakeSystemEvents systemEvents_;

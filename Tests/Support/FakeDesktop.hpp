@@ -26,6 +26,7 @@ struct FakeDesktop {
     FakeDateProvider clock;
     InMemoryFileManager files{clock};
     InMemoryDefaultsStore defaults;
+    InMemoryDefaultsStore state;
     FakeAudioObjects audio;
     FakeProcessRegistry processes;
     FakeWindowList windows;
@@ -58,6 +59,7 @@ struct FakeRun {
               .movieExporter = exporter,
               .notifications = desktop.notifications,
               .defaults = desktop.defaults,
+              .state = desktop.state,
               .loginItems = desktop.loginItems,
               .workspace = desktop.workspace,
               .systemEvents = &desktop.systemEvents,

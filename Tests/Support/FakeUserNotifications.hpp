@@ -14,6 +14,8 @@ namespace brindle::test {
 class FakeUserNotifications final : public UserNotifications {
   public:
     bool available = true;
+    /// Whether the desktop shows what is posted.
+    bool shows = true;
 
     std::vector<NotificationCategory> categories;
     /// Everything that was posted, in order.
@@ -57,9 +59,16 @@ class FakeUserNotifications final : public UserNotifications {
     void requestAuthorization(std::function<void(bool granted)> answer) override {
         authorizationRequests.push_back(std::move(answer));
     }
-    void post(const NotificationRequest& request) override {
+    using UserNotifications::post;
+    void post(const NotificationRequest& request, std::function<void()> whenShown) override {
         posted.push_back(request);
+        if (!shows) {
+            return;
+        }
         shown.insert_or_assign(request.identifier, request);
+        if (whenShown) {
+            whenShown();
+        }
     }
     void removeDelivered(const std::string& identifier) override {
         removed.push_back(identifier);

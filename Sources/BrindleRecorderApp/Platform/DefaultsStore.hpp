@@ -1,4 +1,4 @@
-// The seam to the user's stored preferences: typed values by key.
+// The seam to what is kept from one launch to the next: typed values by key.
 #pragma once
 
 #include <optional>

@@ -53,8 +53,11 @@ class UserNotifications {
     virtual void setCategories(std::vector<NotificationCategory> categories) = 0;
     /// Asks for permission to show alerts with sound; `answer` says whether it was given.
     virtual void requestAuthorization(std::function<void(bool granted)> answer) = 0;
-    /// Shows the notification at once. What cannot be shown is dropped.
-    virtual void post(const NotificationRequest& request) = 0;
+    /// Shows the notification at once. What cannot be shown is dropped. `whenShown`, which may be
+    /// empty, is called when the desktop has taken it to show, from within or later; never for what
+    /// was dropped, or replaced before that.
+    virtual void post(const NotificationRequest& request, std::function<void()> whenShown) = 0;
+    void post(const NotificationRequest& request) { post(request, {}); }
     /// Takes a shown notification back; one that is not shown any more is no error.
     virtual void removeDelivered(const std::string& identifier) = 0;
 };

@@ -6,8 +6,12 @@
 
 namespace brindle {
 
-void TerminalNotifications::post(const NotificationRequest& request) {
+void TerminalNotifications::post(
+    const NotificationRequest& request, std::function<void()> whenShown) {
     printLine(stream_, fmt::format("{}: {}", request.title, request.body));
+    if (whenShown) {
+        whenShown();
+    }
 }
 
 } // namespace brindle

@@ -4,6 +4,7 @@
 #include "BrindleRecorderApp/Platform/UserNotifications.hpp"
 
 #include <cstdio>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -19,7 +20,8 @@ class TerminalNotifications final : public UserNotifications {
     void setResponseHandler(std::function<void(const NotificationResponse&)>) override {}
     void setCategories(std::vector<NotificationCategory>) override {}
     void requestAuthorization(std::function<void(bool granted)> answer) override { answer(true); }
-    void post(const NotificationRequest& request) override;
+    using UserNotifications::post;
+    void post(const NotificationRequest& request, std::function<void()> whenShown) override;
     void removeDelivered(const std::string&) override {}
 
   private:

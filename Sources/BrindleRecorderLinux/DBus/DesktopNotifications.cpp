@@ -62,12 +62,14 @@ void DesktopNotifications::setCategories(std::vector<NotificationCategory> categ
     categories_ = std::move(categories);
 }
 
-void DesktopNotifications::post(const NotificationRequest& request) {
+void DesktopNotifications::post(
+    const NotificationRequest& request, std::function<void()> whenShown) {
     auto& shown = shown_[request.identifier];
     if (!shown) {
         shown = std::make_shared<Shown>();
     }
     shown->request = request;
+    shown->whenShown = std::move(whenShown);
     shown->isCurrent = false;
     shown->mayStartServer = true;
     advance(ShownHandle{shown});
@@ -165,8 +167,13 @@ void DesktopNotifications::notify(const ShownHandle& shown, const QStringList& c
                 shown->number = 0; // it answered with its last breath
                 shown->isCurrent = false;
             }
+            const auto whenShown =
+                shown->isCurrent ? std::exchange(shown->whenShown, nullptr) : nullptr;
             advance(shown);
             replayEarlySignals();
+            if (whenShown) {
+                whenShown();
+            }
         });
 }
 

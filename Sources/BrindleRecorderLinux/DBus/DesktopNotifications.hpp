@@ -39,7 +39,8 @@ class DesktopNotifications final : public QObject, public UserNotifications {
     void setCategories(std::vector<NotificationCategory> categories) override;
     /// The session's notifications need no permission: the answer comes at once.
     void requestAuthorization(std::function<void(bool granted)> answer) override { answer(true); }
-    void post(const NotificationRequest& request) override;
+    using UserNotifications::post;
+    void post(const NotificationRequest& request, std::function<void()> whenShown) override;
     void removeDelivered(const std::string& identifier) override;
 
   private Q_SLOTS:
@@ -51,6 +52,7 @@ class DesktopNotifications final : public QObject, public UserNotifications {
     /// One notification, from its posting until it is over.
     struct Shown {
         NotificationRequest request;
+        std::function<void()> whenShown;
         bool isWanted = true;       ///< false: taken back
         bool isCurrent = false;     ///< the server shows what the request says
         bool mayStartServer = true; ///< once for each posting, so that a server that cannot live is

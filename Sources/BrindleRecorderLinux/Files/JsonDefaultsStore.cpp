@@ -47,6 +47,10 @@ std::filesystem::path JsonDefaultsStore::standardFile() {
     return UserFolders::configuration() / "brindle-recorder" / "preferences.json";
 }
 
+std::filesystem::path JsonDefaultsStore::standardStateFile() {
+    return UserFolders::state() / "brindle-recorder" / "state.json";
+}
+
 JsonDefaultsStore::JsonDefaultsStore(FileManager& fileManager, std::filesystem::path file, Log log)
     : fileManager_{fileManager}, file_{std::move(file)}, log_{std::move(log)},
       members_{std::make_unique<Json>(Json::object())} {
@@ -54,8 +58,8 @@ JsonDefaultsStore::JsonDefaultsStore(FileManager& fileManager, std::filesystem::
         *members_ = *std::move(members);
     } else if (const auto moved = setAside(members.error()); !moved) {
         log_(fmt::format(
-            "preferences unreadable: {} reason={} not set aside={}", file_.filename().string(),
-            members.error(), moved.error()));
+            "{} unreadable: {} reason={} not set aside={}", file_.stem().string(),
+            file_.filename().string(), members.error(), moved.error()));
     }
 }
 
@@ -71,7 +75,7 @@ Expected<nlohmann::ordered_json, JsonDefaultsStore::Reason> JsonDefaultsStore::r
     }
     auto members = parseObject(*text);
     if (!members) {
-        return unexpected{Reason{"not an object of preferences"}};
+        return unexpected{Reason{"not an object of " + file_.stem().string()}};
     }
     return *std::move(members);
 }
@@ -94,7 +98,7 @@ Expected<void, JsonDefaultsStore::Reason> JsonDefaultsStore::setAside(const Reas
     damageInPlace_.reset();
     fileManager_.syncDirectory(file_.parent_path());
     log_(fmt::format(
-        "preferences set aside: {} as={} reason={}", file_.filename().string(),
+        "{} set aside: {} as={} reason={}", file_.stem().string(), file_.filename().string(),
         aside.filename().string(), damage));
     return {};
 }
@@ -150,7 +154,8 @@ void JsonDefaultsStore::write() {
     const auto written = tryToWrite();
     if (!written && !writeFailureLogged_) {
         log_(fmt::format(
-            "preferences not saved: {} reason={}", file_.filename().string(), written.error()));
+            "{} not saved: {} reason={}", file_.stem().string(), file_.filename().string(),
+            written.error()));
     }
     writeFailureLogged_ = !written;
 }

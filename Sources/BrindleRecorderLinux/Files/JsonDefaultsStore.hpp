@@ -1,4 +1,4 @@
-// The user's preferences in one JSON file.
+// The user's preferences in one JSON file; in another what the program remembers for itself.
 #pragma once
 
 #include "BrindleRecorderApp/Platform/DefaultsStore.hpp"
@@ -40,6 +40,8 @@ class JsonDefaultsStore final : public DefaultsStore {
 
     /// preferences.json in this application's folder in the user's configuration folder.
     static std::filesystem::path standardFile();
+    /// state.json in this application's folder in the user's folder for state.
+    static std::filesystem::path standardStateFile();
 
     /// The file manager must outlive the store. The file and its folder need not be there.
     JsonDefaultsStore(FileManager& fileManager, std::filesystem::path file, Log log);

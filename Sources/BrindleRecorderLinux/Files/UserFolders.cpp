@@ -30,4 +30,8 @@ std::filesystem::path UserFolders::configuration() {
     return absolutePath(std::getenv("XDG_CONFIG_HOME")).value_or(home() / ".config");
 }
 
+std::filesystem::path UserFolders::state() {
+    return absolutePath(std::getenv("XDG_STATE_HOME")).value_or(home() / ".local" / "state");
+}
+
 } // namespace brindle

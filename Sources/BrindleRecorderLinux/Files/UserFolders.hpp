@@ -11,6 +11,8 @@ struct UserFolders {
     static std::filesystem::path home();
     /// $XDG_CONFIG_HOME, or ~/.config where that is missing or not absolute.
     static std::filesystem::path configuration();
+    /// $XDG_STATE_HOME, or ~/.local/state where that is missing or not absolute.
+    static std::filesystem::path state();
 };
 
 } // namespace brindle

@@ -68,6 +68,10 @@ class RecorderServices::Implementation {
         files, JsonDefaultsStore::standardFile(), [this](std::string_view line) {
             log.diagnostic(line);
         }};
+    JsonDefaultsStore programState{
+        files, JsonDefaultsStore::standardStateFile(), [this](std::string_view line) {
+            log.diagnostic(line);
+        }};
     SerialQueue captureSessionQueue{Recorder::sessionQueueLabel};
 
     /// None outside a sandbox.
@@ -118,6 +122,7 @@ AppEnvironment RecorderServices::environment(
         .movieExporter = own.exporter,
         .notifications = notifications,
         .defaults = own.defaults,
+        .state = own.programState,
         .loginItems = loginItems,
         .workspace = workspace,
         .systemEvents = &own.systemEvents,
