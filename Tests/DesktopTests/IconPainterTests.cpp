@@ -3,9 +3,14 @@
 #include "BrindleRecorderApp/MenuBarIconRenderer.hpp"
 
 #include <QColor>
+#include <QPainter>
 #include <QPoint>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numbers>
 #include <string>
 #include <vector>
 
@@ -36,6 +41,8 @@ constexpr Spot hub{9.0, 9.9};
 constexpr Spot hand{9.0, 6.6};
 constexpr Spot insideTheRing{6.4, 9.9};
 constexpr Spot ringAtTheLeft{2.6, 9.9};
+constexpr Spot besideTheRing{1.3, 9.9};
+constexpr Spot awayFromTheRing{0.4, 9.9};
 constexpr Spot dot{14.5, 14.5};
 constexpr Spot corner{0.2, 0.2};
 
@@ -47,20 +54,20 @@ TEST_P(IconPainterTest, DrawsTheStopwatch) {
     EXPECT_EQ(picture.height(), GetParam());
     for (const Spot& spot : {knob, hub, hand, ringAtTheLeft}) {
         const QColor found = at(picture, spot.x, spot.y);
-        EXPECT_EQ(found.rgb(), QColor(Qt::black).rgb()) << spot.x << ", " << spot.y;
         // The hand is thinner than two pixels at the smallest size.
-        EXPECT_GT(found.alpha(), 150) << spot.x << ", " << spot.y;
+        EXPECT_LT(found.lightness(), 110) << spot.x << ", " << spot.y;
+        EXPECT_EQ(found.alpha(), 255) << spot.x << ", " << spot.y;
     }
     for (const Spot& spot : {insideTheRing, corner}) {
         EXPECT_EQ(at(picture, spot.x, spot.y).alpha(), 0) << spot.x << ", " << spot.y;
     }
-    EXPECT_LT(at(picture, gapBesideTheKnob.x, gapBesideTheKnob.y).alpha(), 150);
+    EXPECT_GT(at(picture, gapBesideTheKnob.x, gapBesideTheKnob.y).lightness(), 100);
 }
 
-TEST_P(IconPainterTest, IsWhiteOnADarkPanel) {
+TEST_P(IconPainterTest, IsWhiteUnderTheDarkScheme) {
     const QImage picture = paint(MenuBarIconState::idle(), GetParam(), 0, Appearance::dark);
-    EXPECT_EQ(at(picture, hub.x, hub.y).rgb(), QColor(Qt::white).rgb());
-    EXPECT_GT(at(picture, hub.x, hub.y).alpha(), 240);
+    EXPECT_GT(at(picture, hub.x, hub.y).lightness(), 240);
+    EXPECT_EQ(at(picture, hub.x, hub.y).alpha(), 255);
 }
 
 TEST_P(IconPainterTest, TheDotTellsTheState) {
@@ -80,6 +87,63 @@ TEST_P(IconPainterTest, TheDotPulses) {
     EXPECT_NEAR(alphaAt(0.25), 0.675, 0.01);
     EXPECT_NEAR(alphaAt(0.5), 0.35, 0.01);
 }
+
+/// Relative luminance and contrast as the Web Content Accessibility Guidelines define them (2.1).
+double luminance(const QColor& colour) {
+    const auto linear = [](double part) {
+        return part <= 0.03928 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) +
+           0.0722 * linear(colour.blueF());
+}
+double contrast(const QColor& one, const QColor& other) {
+    const double a = luminance(one) + 0.05;
+    const double b = luminance(other) + 0.05;
+    return std::max(a, b) / std::min(a, b);
+}
+
+/// How clearly the stopwatch's ring can be told from the panel where it is the hardest to see.
+double weakestPartOfTheRing(const QImage& onPanel, const QColor& panel) {
+    constexpr double centreX = 9.0;
+    constexpr double centreY = 9.87;
+    constexpr double wholeTurn = 360;
+    double weakest = std::numeric_limits<double>::max();
+    // From above, clockwise. The knob stands at the top, the dot at the lower right.
+    for (int degrees = 35; degrees <= 325; degrees += 5) {
+        if (degrees > 85 && degrees < 175) {
+            continue;
+        }
+        const double angle = degrees / wholeTurn * 2 * std::numbers::pi;
+        double strongest = 0;
+        for (double radius = 4.5; radius < 8.0; radius += 0.1) {
+            const double x = centreX + radius * std::sin(angle);
+            const double y = centreY - radius * std::cos(angle);
+            strongest = std::max(strongest, contrast(at(onPanel, x, y), panel));
+        }
+        weakest = std::min(weakest, strongest);
+    }
+    return weakest;
+}
+
+class IconOnAPanelTest : public testing::TestWithParam<int> {};
+
+TEST_P(IconOnAPanelTest, CanBeReadOnAnyPanelUnderEitherColourScheme) {
+    constexpr double readable = 3; // what the guidelines ask of graphics
+    for (const Appearance scheme : {Appearance::light, Appearance::dark}) {
+        for (const char* panel :
+             {"#ffffff", "#f6f5f4", "#808080", "#31363b", "#1e1e1e", "#000000"}) {
+            QImage onPanel{GetParam(), GetParam(), QImage::Format_ARGB32_Premultiplied};
+            onPanel.fill(QColor{panel});
+            QPainter{&onPanel}.drawImage(
+                0, 0, paint(MenuBarIconState::idle(), GetParam(), 0, scheme));
+            EXPECT_GE(weakestPartOfTheRing(onPanel, QColor{panel}), readable)
+                << panel << (scheme == Appearance::dark ? ", dark scheme" : ", light scheme");
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    SizesOfPanels, IconOnAPanelTest, testing::Values(16, 18, 22, 24, 32, 36, 44, 48, 64));
 
 INSTANTIATE_TEST_SUITE_P(OneAndTwoPixelsAPoint, IconPainterTest, testing::Values(18, 36, 64));
 
@@ -134,6 +198,16 @@ TEST(IconPainter, LooksAsItDidWhenItWasLookedAt) {
                 }
             }
         }
+    }
+}
+
+TEST(IconPainter, HasAThinOutlineInTheContrastingColour) {
+    for (const Appearance scheme : {Appearance::light, Appearance::dark}) {
+        const QImage picture = paint(MenuBarIconState::idle(), 36, 0, scheme);
+        const QColor found = at(picture, besideTheRing.x, besideTheRing.y);
+        EXPECT_NEAR(found.lightness(), scheme == Appearance::light ? 255 : 0, 30);
+        EXPECT_GT(found.alpha(), 40);
+        EXPECT_EQ(at(picture, awayFromTheRing.x, awayFromTheRing.y).alpha(), 0);
     }
 }
 

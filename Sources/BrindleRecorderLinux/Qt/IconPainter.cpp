@@ -1,5 +1,7 @@
 #include "BrindleRecorderLinux/Qt/IconPainter.hpp"
 
+#include "BrindleRecorderLinux/Qt/IconOutline.hpp"
+
 #include <QColor>
 #include <QPainter>
 #include <QPen>
@@ -116,7 +118,7 @@ QImage IconPainter::paint(const IconImage& image, int pixels) {
         return {};
     }
     Drawing drawing{image, pixels};
-    for (const auto& operation : image.operations) {
+    for (const auto& operation : IconOutline::around(image).operations) {
         std::visit(drawing, operation);
     }
     return drawing.finish();

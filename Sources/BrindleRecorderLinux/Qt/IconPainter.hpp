@@ -1,4 +1,5 @@
-// Carries out the drawing steps of the program's icon with Qt's painter.
+// Carries out the drawing steps of the program's icon with Qt's painter, on the outline that makes
+// the icon readable on any panel.
 #pragma once
 
 #include "BrindleRecorderApp/Platform/IconImage.hpp"
