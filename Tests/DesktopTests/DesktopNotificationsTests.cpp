@@ -90,6 +90,29 @@ TEST_F(DesktopNotificationsTest, AsksWithTwoButtonsAndAClickOnTheNotificationIts
     EXPECT_EQ(shown.expireTimeout, 0) << "a question does not go by itself";
 }
 
+TEST_F(DesktopNotificationsTest, IsOfNormalUrgencyAndCarriesTheProgramsName) {
+    startServer();
+    const auto hints = ask("zoom#1").hints;
+    const QVariant urgency = hints.value(QStringLiteral("urgency"));
+    EXPECT_EQ(urgency.typeId(), QMetaType::UChar) << "servers read a byte and nothing else";
+    EXPECT_EQ(urgency.toInt(), 1) << "low may stay unseen, critical may break into everything";
+    EXPECT_EQ(
+        hints.value(QStringLiteral("desktop-entry")),
+        QStringLiteral("com.tamsworth.brindlerecorder"));
+}
+
+TEST_F(DesktopNotificationsTest, IsHeardOnServersThatCanSound) {
+    startServer(everything + QStringList{QStringLiteral("sound")});
+    EXPECT_EQ(
+        ask("zoom#1").hints.value(QStringLiteral("sound-name")),
+        QStringLiteral("message-new-instant"));
+    notifications_->post(news());
+    ASSERT_TRUE(waitUntil([&] { return server_->notified.size() == 2; }));
+    EXPECT_TRUE(server_->notified[1].hints.contains(QStringLiteral("sound-name")));
+    server_->capabilities.removeAll(QStringLiteral("sound"));
+    EXPECT_FALSE(ask("meet#2").hints.contains(QStringLiteral("sound-name")));
+}
+
 TEST_F(DesktopNotificationsTest, PlainNotificationsHaveNoButtons) {
     startServer();
     notifications_->post(news());
