@@ -38,7 +38,9 @@ NotificationRequest news() {
 
 class DesktopNotificationsTest : public testing::Test {
   protected:
-    DesktopNotificationsTest() {
+    DesktopNotificationsTest() { startProgram(); }
+
+    void startProgram() {
         notifications_.emplace(program_.bus());
         notifications_->setCategories(
             {{"brindle.ask-record", {{"brindle.record", "Record"}, {"brindle.skip", "Skip"}}}});
@@ -132,6 +134,16 @@ TEST_F(DesktopNotificationsTest, EveryAnswerCarriesItsLabel) {
         // An answered question leaves the screen on every server.
         EXPECT_TRUE(waitUntil([&] { return server_->closed.contains(shown.number); }));
     }
+}
+
+TEST_F(DesktopNotificationsTest, AServerThatWasThereBeforeTheProgramAsksAndAnswers) {
+    notifications_.reset();
+    startServer();
+    startProgram();
+    const auto shown = ask("zoom#1");
+    server_->invoke(shown.number, QStringLiteral("brindle.record"));
+    ASSERT_TRUE(waitUntil([&] { return !answers_.empty(); }));
+    EXPECT_THAT(answers_, ElementsAre(Answer("zoom#1", "brindle.record")));
 }
 
 TEST_F(DesktopNotificationsTest, ClosingIsDismissingAndExpiringIsNothing) {

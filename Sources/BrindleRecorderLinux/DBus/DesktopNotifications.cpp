@@ -43,6 +43,7 @@ DesktopNotifications::DesktopNotifications(QDBusConnection bus)
     bus_.connect(
         QString{}, objectPath(), serviceName(), QStringLiteral("NotificationClosed"), this,
         SLOT(notificationClosed(QDBusMessage)));
+    askForServer();
 }
 
 DesktopNotifications::~DesktopNotifications() {
@@ -87,6 +88,25 @@ void DesktopNotifications::removeDelivered(const std::string& identifier) {
     advance(shown);
 }
 
+/// The watcher tells of changes only. Nothing depends on when the answer comes: the bus gives it
+/// before any server's.
+void DesktopNotifications::askForServer() {
+    auto call = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetNameOwner"));
+    call << serviceName();
+    auto* answer = new QDBusPendingCallWatcher{bus_.asyncCall(call), this};
+    connect(
+        answer, &QDBusPendingCallWatcher::finished, this,
+        [this](QDBusPendingCallWatcher* finished) {
+            finished->deleteLater();
+            const QDBusPendingReply<QString> owner = *finished;
+            if (serversSeen_ == 0 && !owner.isError()) {
+                server_ = owner.value();
+            }
+        });
+}
+
 /// Brings the screen one step nearer to what is wanted, unless a step is on its way.
 void DesktopNotifications::advance(const ShownHandle& shown) {
     if (shown->isBusy) {
@@ -104,7 +124,7 @@ void DesktopNotifications::advance(const ShownHandle& shown) {
 
 void DesktopNotifications::askCapabilities(const ShownHandle& shown) {
     shown->isBusy = true;
-    auto call = makeCall("GetCapabilities");
+    auto call = makeCall(serviceName(), "GetCapabilities");
     call.setAutoStartService(std::exchange(shown->mayStartServer, false));
     auto* answer = new QDBusPendingCallWatcher{bus_.asyncCall(call), this};
     connect(
@@ -113,7 +133,7 @@ void DesktopNotifications::askCapabilities(const ShownHandle& shown) {
             finished->deleteLater();
             shown->isBusy = false;
             const QDBusPendingReply<QStringList> reply = *finished;
-            if (!reply.isError() && shown->isWanted) {
+            if (!reply.isError() && shown->isWanted && !server_.isEmpty()) {
                 notify(shown, reply.value());
             } else {
                 settleFailure(shown, asked);
@@ -144,7 +164,9 @@ void DesktopNotifications::notify(const ShownHandle& shown, const QStringList& c
         hints.insert(QStringLiteral("sound-name"), QStringLiteral("message-new-instant"));
     }
 
-    auto call = makeCall("Notify");
+    // By the server's own name on the bus, so that it is known whose number the answer holds: newer
+    // versions of Qt do not tell who answered.
+    auto call = makeCall(server_, "Notify");
     call << QStringLiteral("Brindle Recorder") << shown->number << QStringLiteral("camera-video")
          << text.summary << text.body << actions << hints
          << (category != nullptr ? neverExpires : serverDecides);
@@ -153,7 +175,7 @@ void DesktopNotifications::notify(const ShownHandle& shown, const QStringList& c
     auto* answer = new QDBusPendingCallWatcher{bus_.asyncCall(call), this};
     connect(
         answer, &QDBusPendingCallWatcher::finished, this,
-        [this, shown, asked = serversSeen_](QDBusPendingCallWatcher* finished) {
+        [this, shown, asked = serversSeen_, server = server_](QDBusPendingCallWatcher* finished) {
             finished->deleteLater();
             shown->isBusy = false;
             const QDBusPendingReply<uint> reply = *finished;
@@ -162,7 +184,7 @@ void DesktopNotifications::notify(const ShownHandle& shown, const QStringList& c
                 return;
             }
             shown->number = reply.value();
-            shown->server = reply.reply().service();
+            shown->server = server;
             if (serversSeen_ != asked && shown->server != server_) {
                 shown->number = 0; // it answered with its last breath
                 shown->isCurrent = false;
@@ -189,7 +211,7 @@ void DesktopNotifications::settleFailure(const ShownHandle& shown, int serversSe
 }
 
 void DesktopNotifications::close(const Shown& shown) {
-    auto call = makeCall("CloseNotification");
+    auto call = makeCall(shown.server, "CloseNotification");
     call.setAutoStartService(false);
     call << shown.number;
     bus_.send(call);
@@ -310,9 +332,9 @@ DesktopNotifications::categoryOf(const NotificationRequest& request) const {
     return found != categories_.end() ? &*found : nullptr;
 }
 
-QDBusMessage DesktopNotifications::makeCall(const char* method) const {
+QDBusMessage DesktopNotifications::makeCall(const QString& destination, const char* method) const {
     return QDBusMessage::createMethodCall(
-        serviceName(), objectPath(), serviceName(), QString::fromLatin1(method));
+        destination, objectPath(), serviceName(), QString::fromLatin1(method));
 }
 
 void DesktopNotifications::respond(const Shown& shown, const std::string& action) {

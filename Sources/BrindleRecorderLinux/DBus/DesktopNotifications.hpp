@@ -63,6 +63,7 @@ class DesktopNotifications final : public QObject, public UserNotifications {
     };
     using ShownHandle = std::shared_ptr<Shown>;
 
+    void askForServer();
     void advance(const ShownHandle& shown);
     void askCapabilities(const ShownHandle& shown);
     void notify(const ShownHandle& shown, const QStringList& capabilities);
@@ -74,7 +75,7 @@ class DesktopNotifications final : public QObject, public UserNotifications {
     void replayEarlySignals();
     [[nodiscard]] ShownHandle find(const QDBusMessage& signal) const;
     [[nodiscard]] const NotificationCategory* categoryOf(const NotificationRequest& request) const;
-    [[nodiscard]] QDBusMessage makeCall(const char* method) const;
+    [[nodiscard]] QDBusMessage makeCall(const QString& destination, const char* method) const;
     void respond(const Shown& shown, const std::string& action);
 
     QDBusConnection bus_;
@@ -83,9 +84,9 @@ class DesktopNotifications final : public QObject, public UserNotifications {
     std::vector<NotificationCategory> categories_;
     std::map<std::string, ShownHandle> shown_; ///< by the request's identifier
     std::vector<ShownHandle> leaving_;         ///< taken back while the server is still being asked
-    QString server_;                           ///< the last that appeared; empty when it went
-    int serversSeen_ = 0;                      ///< since the start
-    QList<QDBusMessage> earlySignals_;         ///< about numbers that may be ours a moment later
+    QString server_;                   ///< its own name on the bus; empty while there is none
+    int serversSeen_ = 0;              ///< since the start
+    QList<QDBusMessage> earlySignals_; ///< about numbers that may be ours a moment later
 };
 
 } // namespace brindle
