@@ -342,6 +342,30 @@ TEST_F(MenuContentTest, AChosenDeviceThatIsGoneLeavesNothingChecked) {
     EXPECT_THAT(linesOf("Camera"), ElementsAre("(System default (none))", "(Webcam)"));
 }
 
+TEST_F(MenuContentTest, TwoDevicesThatAreCalledAlikeAreChosenApart) {
+    capture.addCamera({"cam-2", "Integrated Camera", false});
+    capture.addMicrophone({"mic-2", "Integrated Microphone", false});
+    capture.fireDevicesChanged();
+    settle();
+    for (const std::string kind : {"Camera", "Microphone"}) {
+        const bool isCamera = kind == "Camera";
+        const std::string plain = fmt::format("(Integrated {})", kind);
+        const std::string checked = fmt::format("(✓ Integrated {})", kind);
+        const std::string systemDefault = fmt::format("(System default (Integrated {}))", kind);
+        const std::string first = isCamera ? "cam-1" : "mic-1";
+        const std::string second = isCamera ? "cam-2" : "mic-2";
+        const std::string key = isCamera ? "preferredVideoDeviceID" : "preferredAudioDeviceID";
+        const std::string item = isCamera ? "camera.device." : "microphone.device.";
+
+        content->activate(item + second);
+        EXPECT_EQ(defaults.string(key), second);
+        EXPECT_THAT(linesOf(kind), ElementsAre(systemDefault, plain, checked));
+        content->activate(item + first);
+        EXPECT_EQ(defaults.string(key), first);
+        EXPECT_THAT(linesOf(kind), ElementsAre(systemDefault, checked, plain));
+    }
+}
+
 TEST_F(MenuContentTest, WithoutDevicesSaysSoAndNothingElse) {
     capture.removeDevice("cam-1");
     capture.removeDevice("mic-1");

@@ -1,6 +1,7 @@
 // Servers that come late, go and come again, each test with servers of its own.
 #include "BrindleRecorderLinux/PipeWire/AudioServer.hpp"
 
+#include "BrindleRecorderLinux/PipeWire/DeviceDiscovery.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "BrindleRecorderLinux/PipeWire/PulseAudioTraces.hpp"
@@ -14,6 +15,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -106,6 +108,22 @@ TEST_F(AudioServerTest, WaitsForALateServerAndFollowsItsEndAndReturn) {
     EXPECT_THAT(
         states_,
         ElementsAre(unreachable, withoutAudio, serving, unreachable, withoutAudio, serving));
+}
+
+TEST_F(AudioServerTest, PermitsTwoMicrophonesOfOneNameWhichAreOneDevice) {
+    const auto server = startServer();
+    watch();
+    ASSERT_TRUE(becomes(AudioServerState::withoutAudio));
+    ASSERT_EQ(addMicrophone(), 0);
+    ASSERT_EQ(addMicrophone(), 0);
+    const auto isMicrophoneNode = [](const NodeRecord& node) {
+        return property(node.properties, "node.name") == "late-mic";
+    };
+    ASSERT_TRUE(waitUntil(loop_, [&] {
+        const auto graph = server_->graph();
+        return graph && std::ranges::count_if(graph->nodes, isMicrophoneNode) == 2;
+    }));
+    EXPECT_EQ(discoverDevices(*server_->graph()).microphones.size(), 1U);
 }
 
 TEST_F(AudioServerTest, SaysOnceThatNoServerAnswersHoweverOftenItTries) {

@@ -66,6 +66,31 @@ TEST(DeviceDiscovery, VirtualMicrophonesCountAndLoudspeakersDoNot) {
     EXPECT_EQ(devices.microphones[1].uniqueID, "headset");
 }
 
+TEST(DeviceDiscovery, OfTwoMicrophonesOfOneNameTheFirstIsListed) {
+    const Properties microphone{{"media.class", "Audio/Source"}, {"node.name", "mic"}};
+    const auto devices = discoverDevices(graphOf({
+        node(1, {{"media.class", "Audio/Sink"}, {"node.name", "mic"}}),
+        node(2, with(microphone, {{"node.description", "First"}})),
+        node(3, with(microphone, {{"node.description", "Second"}})),
+        node(4, with(microphone, {{"node.name", "other"}, {"node.description", "Other"}})),
+    }));
+    EXPECT_EQ(
+        devices.microphones,
+        (std::vector<CaptureDeviceInfo>{
+            {.uniqueID = "mic", .localizedName = "First", .isBuiltIn = false},
+            {.uniqueID = "other", .localizedName = "Other", .isBuiltIn = false}}));
+}
+
+TEST(DeviceDiscovery, OfTwoCamerasOfOneNameTheFirstIsListed) {
+    const auto devices = discoverDevices(graphOf({
+        node(1, camera("cam", "First")),
+        node(2, with(camera("cam", "Second"), {{"device.api", "v4l2"}})),
+    }));
+    EXPECT_EQ(
+        devices.cameras, (std::vector<CaptureDeviceInfo>{
+                             {.uniqueID = "cam", .localizedName = "First", .isBuiltIn = false}}));
+}
+
 TEST(DeviceDiscovery, ACapturedScreenIsNoCamera) {
     const auto devices = discoverDevices(
         graphOf({node(1, {{"media.class", "Video/Source"}, {"node.name", "screen-cast"}})}));

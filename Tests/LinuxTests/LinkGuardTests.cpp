@@ -63,12 +63,27 @@ TEST_F(LinkGuardTest, RefusesWhatAProgramPlays) {
     EXPECT_FALSE(guard_.isGenuine(7, 8, 17));
 }
 
-TEST_F(LinkGuardTest, FindsNodesByName) {
-    ASSERT_TRUE(guard_.nodeNamed("microphone"));
-    EXPECT_EQ(guard_.nodeNamed("microphone")->first, 1U);
-    EXPECT_FALSE(guard_.nodeNamed("nobody"));
+TEST_F(LinkGuardTest, FindsMicrophonesByName) {
+    ASSERT_TRUE(guard_.nodeNamed("microphone", isMicrophoneClass));
+    EXPECT_EQ(guard_.nodeNamed("microphone", isMicrophoneClass)->first, 1U);
+    EXPECT_FALSE(guard_.nodeNamed("nobody", isMicrophoneClass));
     guard_.remove(1);
-    EXPECT_FALSE(guard_.nodeNamed("microphone"));
+    EXPECT_FALSE(guard_.nodeNamed("microphone", isMicrophoneClass));
+}
+
+TEST_F(LinkGuardTest, FindsTheFirstOfTwoMicrophonesOfOneName) {
+    // The id of an object that has gone is free for a younger one.
+    guard_.addNode(0, {.serial = 21, .name = "microphone", .mediaClass = "Audio/Source"});
+    ASSERT_TRUE(guard_.nodeNamed("microphone", isMicrophoneClass));
+    EXPECT_EQ(guard_.nodeNamed("microphone", isMicrophoneClass)->second.serial, 11U);
+}
+
+TEST_F(LinkGuardTest, AStreamThatIsCalledLikeTheMicrophoneIsNotTakenForIt) {
+    guard_.addNode(0, {.serial = 5, .name = "microphone", .mediaClass = "Stream/Output/Audio"});
+    ASSERT_TRUE(guard_.nodeNamed("microphone", isMicrophoneClass));
+    EXPECT_EQ(guard_.nodeNamed("microphone", isMicrophoneClass)->first, 1U);
+    EXPECT_FALSE(guard_.nodeNamed("speakers", isMicrophoneClass));
+    EXPECT_FALSE(guard_.nodeNamed("microphone", isCameraClass));
 }
 
 } // namespace

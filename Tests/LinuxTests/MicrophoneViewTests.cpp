@@ -113,6 +113,33 @@ TEST(MicrophoneView, TheDefaultDeviceIsTheMicrophoneOfThatName) {
     EXPECT_FALSE(viewOf(&graph, numbers).defaultDevice);
 }
 
+TEST(MicrophoneView, OfTwoMicrophonesOfOneNameTheFirstIsTheDefault) {
+    NodeRecord twin = microphone;
+    twin.serial = twin.id = 43;
+    AudioGraph graph;
+    graph.nodes = {microphone, twin};
+    graph.defaultSourceName = "mic";
+    ObjectNumbers numbers;
+    const auto view = viewOf(&graph, numbers);
+    ASSERT_EQ(view.devices.size(), 1U);
+    EXPECT_EQ(view.defaultDevice, view.devices.front().id);
+    graph.nodes = {twin};
+    EXPECT_NE(viewOf(&graph, numbers).defaultDevice, view.defaultDevice);
+}
+
+TEST(MicrophoneView, WhoRecordsFromATwinIsRecording) {
+    NodeRecord twin = microphone;
+    twin.serial = twin.id = 43;
+    AudioGraph graph;
+    graph.clients = {nativeClient(1, 31, 500)};
+    graph.nodes = {microphone, twin, streamOf(71, 31)};
+    graph.links = {{1, 43, 71, true}};
+    ObjectNumbers numbers;
+    const auto view = viewOf(&graph, numbers);
+    ASSERT_EQ(view.processes.size(), 1U);
+    EXPECT_TRUE(view.processes.front().isRecording);
+}
+
 TEST(MicrophoneView, IsEmptyWithoutAServer) {
     ObjectNumbers numbers;
     const auto view = viewOf(nullptr, numbers);

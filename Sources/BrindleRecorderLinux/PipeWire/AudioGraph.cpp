@@ -1,6 +1,7 @@
 #include "BrindleRecorderLinux/PipeWire/AudioGraph.hpp"
 
 #include <algorithm>
+#include <set>
 
 namespace brindle::pipewire {
 
@@ -20,6 +21,18 @@ const NodeRecord* nodeWithID(const AudioGraph& graph, std::uint32_t id) {
             return node.id == id;
         });
     return found == graph.nodes.end() ? nullptr : &*found;
+}
+
+std::vector<const NodeRecord*>
+devicesOf(const AudioGraph& graph, bool (*isWanted)(const NodeRecord&)) {
+    std::vector<const NodeRecord*> devices;
+    std::set<std::string_view> names{std::string_view{}};
+    for (const NodeRecord& node : graph.nodes) {
+        if (isWanted(node) && names.insert(property(node.properties, "node.name")).second) {
+            devices.push_back(&node);
+        }
+    }
+    return devices;
 }
 
 } // namespace brindle::pipewire

@@ -72,4 +72,10 @@ struct AudioGraph {
 /// Nothing when no node has that id.
 const NodeRecord* nodeWithID(const AudioGraph& graph, std::uint32_t id);
 
+/// The wanted nodes, in the server's order. A device is known by its node's name, which the server
+/// does not keep unique: of several nodes of one name only the first is a device, and one without a
+/// name is none.
+std::vector<const NodeRecord*>
+devicesOf(const AudioGraph& graph, bool (*isWanted)(const NodeRecord&));
+
 } // namespace brindle::pipewire

@@ -258,8 +258,8 @@ bool CaptureConnection::Implementation::connectToServer() {
 }
 
 std::optional<PlatformError> CaptureConnection::Implementation::openMicrophone() {
-    const auto found = guard_.nodeNamed(*devices_.microphone);
-    if (!found || !isMicrophoneClass(found->second.mediaClass)) {
+    const auto found = guard_.nodeNamed(*devices_.microphone, isMicrophoneClass);
+    if (!found) {
         return captureError("the microphone was disconnected");
     }
     microphone_ = std::make_unique<MicrophoneStream>(
@@ -274,8 +274,8 @@ std::optional<PlatformError> CaptureConnection::Implementation::openMicrophone()
 }
 
 std::optional<PlatformError> CaptureConnection::Implementation::openCamera() {
-    const auto found = guard_.nodeNamed(*devices_.camera);
-    if (!found || !isCameraClass(found->second.mediaClass)) {
+    const auto found = guard_.nodeNamed(*devices_.camera, isCameraClass);
+    if (!found) {
         return captureError("the camera was disconnected");
     }
     const auto best = bestFormat(offersOf(found->first), devices_.pictures);
@@ -370,9 +370,7 @@ void CaptureConnection::Implementation::linkAdded(const spa_dict* properties) {
 
 void CaptureConnection::Implementation::removed(std::uint32_t id) {
     for (const CaptureStream* stream : streams()) {
-        const auto& name = stream == camera_.get() ? devices_.camera : devices_.microphone;
-        const auto node = guard_.nodeNamed(*name);
-        if (node && node->first == id && node->second.serial == stream->device().serial) {
+        if (guard_.isNode(id, stream->device().serial)) {
             fail(captureError("the " + stream->device().role + " was disconnected"));
         }
     }

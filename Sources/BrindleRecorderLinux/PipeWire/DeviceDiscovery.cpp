@@ -127,12 +127,9 @@ std::vector<const NodeRecord*> camerasOf(const AudioGraph& graph) {
         bool isKernels; ///< offered by the kernel's own interface, which programs know it by
     };
     std::vector<Camera> cameras;
-    for (const NodeRecord& node : graph.nodes) {
-        if (!isCamera(node) || property(node.properties, "node.name").empty()) {
-            continue;
-        }
-        const Properties properties = withHardware(node, graph);
-        Camera camera{&node, hardwareOf(properties), property(properties, "device.api") == "v4l2"};
+    for (const NodeRecord* node : devicesOf(graph, isCamera)) {
+        const Properties properties = withHardware(*node, graph);
+        Camera camera{node, hardwareOf(properties), property(properties, "device.api") == "v4l2"};
         const auto twin = std::ranges::find_if(cameras, [&camera](const Camera& other) {
             return std::ranges::any_of(camera.hardware, [&other](const std::string& mark) {
                 return other.hardware.contains(mark);
@@ -192,10 +189,8 @@ DiscoveredDevices discoverDevices(const AudioGraph& graph, const FixedHardware& 
         devices.cameras.push_back(deviceInfo(*camera, graph, isFixed));
     }
     devices.defaultCameraID = defaultCameraID(graph, cameras);
-    for (const NodeRecord& node : graph.nodes) {
-        if (isMicrophone(node) && !property(node.properties, "node.name").empty()) {
-            devices.microphones.push_back(deviceInfo(node, graph, isFixed));
-        }
+    for (const NodeRecord* microphone : devicesOf(graph, isMicrophone)) {
+        devices.microphones.push_back(deviceInfo(*microphone, graph, isFixed));
     }
     return devices;
 }

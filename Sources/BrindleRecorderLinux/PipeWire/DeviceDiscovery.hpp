@@ -30,9 +30,9 @@ using FixedHardware = std::function<std::optional<bool>(std::string_view sysfsPa
 std::optional<bool> isFixedHardware(std::string_view sysfsPath);
 
 /// A camera that the server offers through several interfaces appears once, by the kernel's own
-/// where that is one of them. Loudspeakers' monitors and captured screens never appear. Without a
-/// choice of the session manager the default camera is the one with the highest priority there, the
-/// first of equals.
+/// where that is one of them, and of several devices of one name the first. Loudspeakers' monitors
+/// and captured screens never appear. Without a choice of the session manager the default camera is
+/// the one with the highest priority there, the first of equals.
 DiscoveredDevices
 discoverDevices(const AudioGraph& graph, const FixedHardware& isFixed = isFixedHardware);
 

@@ -27,13 +27,20 @@ void LinkGuard::remove(std::uint32_t id) {
 }
 
 std::optional<std::pair<std::uint32_t, SourceNode>>
-LinkGuard::nodeNamed(std::string_view name) const {
+LinkGuard::nodeNamed(std::string_view name, bool (*isWantedClass)(std::string_view)) const {
+    std::optional<std::pair<std::uint32_t, SourceNode>> first;
     for (const auto& [id, node] : nodes_) {
-        if (node.name == name) {
-            return std::pair{id, node};
+        if (node.name == name && isWantedClass(node.mediaClass) &&
+            (!first || node.serial < first->second.serial)) {
+            first = std::pair{id, node};
         }
     }
-    return std::nullopt;
+    return first;
+}
+
+bool LinkGuard::isNode(std::uint32_t id, std::uint64_t serial) const {
+    const auto node = nodes_.find(id);
+    return node != nodes_.end() && node->second.serial == serial;
 }
 
 bool LinkGuard::isGenuine(

@@ -29,9 +29,13 @@ class LinkGuard {
     void addPort(std::uint32_t id, std::uint32_t node, bool isMonitor);
     void remove(std::uint32_t id);
 
-    /// The node with that name, and its id.
+    /// The node of that name among those whose class suits, and its id. Where several share the
+    /// name, the one that the server made first, as in the list of devices.
     [[nodiscard]] std::optional<std::pair<std::uint32_t, SourceNode>>
-    nodeNamed(std::string_view name) const;
+    nodeNamed(std::string_view name, bool (*isWantedClass)(std::string_view)) const;
+
+    /// Whether that id stands for the node with that serial now.
+    [[nodiscard]] bool isNode(std::uint32_t id, std::uint64_t serial) const;
 
     /// Whether a connection from this port of this node carries the device's own sound or picture.
     /// False whenever that is not certain.

@@ -49,16 +49,13 @@ void addProcesses(MicrophoneView& view, const AudioGraph& graph, ObjectNumbers& 
 }
 
 void addDevices(MicrophoneView& view, const AudioGraph& graph, ObjectNumbers& numbers) {
-    for (const NodeRecord& node : graph.nodes) {
-        if (!isMicrophone(node)) {
-            continue;
-        }
-        const AudioObjectID id = numbers.numberOf(DeviceKey{node.serial});
-        std::string name{property(node.properties, "node.name")};
-        if (!name.empty() && name == graph.defaultSourceName) {
+    for (const NodeRecord* microphone : devicesOf(graph, isMicrophone)) {
+        const AudioObjectID id = numbers.numberOf(DeviceKey{microphone->serial});
+        std::string name{property(microphone->properties, "node.name")};
+        if (name == graph.defaultSourceName) {
             view.defaultDevice = id;
         }
-        view.devices.push_back({id, std::move(name), isRecordedFrom(node, graph)});
+        view.devices.push_back({id, std::move(name), isRecordedFrom(*microphone, graph)});
     }
 }
 
