@@ -1,8 +1,10 @@
 // How a process and its relatives lead to an application. The programs themselves are in the corpus
 // of microphone users.
+#include "BrindleRecorderApp/AppInfo.hpp"
 #include "BrindleRecorderCore/CallCatalog.hpp"
 #include "BrindleRecorderLinux/Processes/ApplicationIdentity.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
+#include "BrindleRecorderLinux/Program/SiblingProgram.hpp"
 #include "LinuxTests/FakeProc.hpp"
 
 #include <gtest/gtest.h>
@@ -71,6 +73,17 @@ TEST(ApplicationIdentity, EveryRowLeadsToAFamilyOrToAnIgnoredIdentifier) {
         EXPECT_FALSE(row.name.empty());
         EXPECT_FALSE(row.evidence.empty()) << row.name;
         EXPECT_TRUE(seen.emplace(row.source, row.name).second) << row.name << " is there twice";
+    }
+}
+
+TEST(ApplicationIdentity, KnowsItselfInEveryProgramThatItIsMadeOf) {
+    for (const std::string name : {SiblingProgram::commandLine, SiblingProgram::desktop}) {
+        EXPECT_EQ(identified(program("/usr/bin/" + name)), AppInfo::bundleIdentifier) << name;
+        ClientClaims claims;
+        claims.binary = name;
+        const auto fromElsewhere = identityOfClient(claims, std::nullopt);
+        ASSERT_TRUE(fromElsewhere) << name;
+        EXPECT_EQ(fromElsewhere->identifier, AppInfo::bundleIdentifier) << name;
     }
 }
 

@@ -288,6 +288,7 @@ const std::vector<ApplicationRow>& ApplicationTable::rows() {
         {flatpak, "org.gnome.SoundRecorder", recorder, known},
         {executable, "ardour", recorder, known},
         {executable, "brindle-recorder", ourselves, upstream},
+        {executable, "brindle-recorder-desktop", ourselves, upstream},
     };
     return table;
 }
