@@ -131,6 +131,9 @@ std::optional<std::vector<MicUser>> MicActivityMonitor::perProcessSnapshot() {
     if (!processes) {
         return std::nullopt;
     }
+    std::erase_if(resolved_, [&processes](const auto& known) {
+        return std::ranges::find(*processes, known.first) == processes->end();
+    });
     std::vector<MicUser> users;
     for (const AudioObjectID process : *processes) {
         if (!audioObjects_.isRunningInput(process).value_or(false)) {
@@ -162,13 +165,15 @@ std::string MicActivityMonitor::bundleIDOf(AudioObjectID process, std::int32_t p
     if (isOfKnownFamily(bundleID)) {
         return bundleID;
     }
-    return resolveBundleID(pid).value_or(std::move(bundleID));
+    return resolveBundleID(process, pid).value_or(std::move(bundleID));
 }
 
 /// Maps helper processes to the application that they work for.
-std::optional<std::string> MicActivityMonitor::resolveBundleID(std::int32_t pid) {
-    if (const auto cached = bundleCache_.find(pid); cached != bundleCache_.end()) {
-        return cached->second;
+std::optional<std::string>
+MicActivityMonitor::resolveBundleID(AudioObjectID process, std::int32_t pid) {
+    if (const auto known = resolved_.find(process);
+        known != resolved_.end() && known->second.pid == pid) {
+        return known->second.bundleID;
     }
     auto bundleID = processRegistry_.bundleIdentifier(pid);
     if (!bundleID || !isOfKnownFamily(*bundleID)) {
@@ -177,7 +182,7 @@ std::optional<std::string> MicActivityMonitor::resolveBundleID(std::int32_t pid)
         }
     }
     if (bundleID) {
-        bundleCache_.emplace(pid, *bundleID);
+        resolved_.insert_or_assign(process, Resolved{.pid = pid, .bundleID = *bundleID});
     }
     return bundleID;
 }

@@ -87,7 +87,7 @@ class MicActivityMonitor {
     titlesOf(const CallAppFamily& family, const std::vector<WindowRecord>& windows) const;
 
     std::string bundleIDOf(AudioObjectID process, std::int32_t pid);
-    std::optional<std::string> resolveBundleID(std::int32_t pid);
+    std::optional<std::string> resolveBundleID(AudioObjectID process, std::int32_t pid);
     [[nodiscard]] std::optional<std::string> enclosingApplicationID(std::int32_t pid) const;
 
     AudioObjects& audioObjects_;
@@ -95,7 +95,12 @@ class MicActivityMonitor {
     const WindowList& windowList_;
     const std::int32_t ownPid_;
 
-    std::map<std::int32_t, std::string> bundleCache_;
+    struct Resolved {
+        std::int32_t pid = 0;
+        std::string bundleID;
+    };
+    /// Kept as long as the audio server lists the process: its pid is free for another afterwards.
+    std::map<AudioObjectID, Resolved> resolved_;
 
     // Last, so that they are gone first: an observation that is gone calls nobody.
     std::optional<SystemListener> systemListener_;

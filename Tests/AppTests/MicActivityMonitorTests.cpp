@@ -281,6 +281,27 @@ TEST_F(MicActivityMonitorTest, WhatCouldNotBeResolvedIsTriedAgain) {
     EXPECT_EQ(onlyBundleID(), "us.zoom.xos");
 }
 
+TEST_F(MicActivityMonitorTest, AProcessNumberThatIsUsedAgainBelongsToTheProcessThatHasItNow) {
+    addRecording(1, 10);
+    registry_.bundleIDs[10] = "com.apple.replayd";
+    EXPECT_EQ(onlyBundleID(), "com.apple.replayd");
+    audio_.fake.removeProcess(1);
+    addRecording(2, 10);
+    registry_.bundleIDs[10] = "us.zoom.xos";
+    EXPECT_EQ(onlyBundleID(), "us.zoom.xos");
+}
+
+TEST_F(MicActivityMonitorTest, AProcessIsResolvedOnceEvenIfOthersComeAndGo) {
+    addRecording(1, 10);
+    registry_.bundleIDs[10] = "com.example.unknown";
+    EXPECT_EQ(onlyBundleID(), "com.example.unknown");
+    audio_.fake.setProcess(2, {.runningInput = false, .pid = 20});
+    EXPECT_EQ(onlyBundleID(), "com.example.unknown");
+    audio_.fake.removeProcess(2);
+    EXPECT_EQ(onlyBundleID(), "com.example.unknown");
+    EXPECT_THAT(registry_.lookups, ElementsAre(10));
+}
+
 TEST_F(MicActivityMonitorTest, TheCacheOutlivesStopping) {
     addRecording(1, 10);
     registry_.bundleIDs[10] = "us.zoom.xos";

@@ -96,6 +96,27 @@ TEST(MicrophoneView, ANumberStaysWithItsObjectAndIsNeverGivenAgain) {
     EXPECT_GT(later.devices[0].id, first.devices[0].id);
 }
 
+TEST(MicrophoneView, AProcessIsTheSameAsLongAsOneOfItsClientsStays) {
+    AudioGraph graph;
+    graph.clients = {nativeClient(1, 31, 500), nativeClient(2, 32, 500)};
+    ObjectNumbers numbers;
+    const auto before = viewOf(&graph, numbers).processes.at(0).id;
+    graph.clients = {nativeClient(2, 32, 500), nativeClient(3, 33, 500)};
+    EXPECT_EQ(viewOf(&graph, numbers).processes.at(0).id, before);
+    graph.clients = {nativeClient(3, 33, 500)};
+    EXPECT_EQ(viewOf(&graph, numbers).processes.at(0).id, before);
+}
+
+TEST(MicrophoneView, AProcessNumberThatIsUsedAgainBelongsToAnotherProcess) {
+    AudioGraph graph;
+    graph.clients = {nativeClient(1, 31, 500)};
+    ObjectNumbers numbers;
+    const auto before = viewOf(&graph, numbers).processes.at(0).id;
+    // The one has gone and the other has come between two looks, and calls itself the same.
+    graph.clients = {nativeClient(2, 31, 500)};
+    EXPECT_NE(viewOf(&graph, numbers).processes.at(0).id, before);
+}
+
 TEST(MicrophoneView, TheDefaultDeviceIsTheMicrophoneOfThatName) {
     AudioGraph graph;
     graph.nodes = {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <set>
+#include <utility>
 
 namespace brindle::pipewire {
 
@@ -31,20 +32,31 @@ std::set<std::uint32_t> recordingClients(const AudioGraph& graph) {
 }
 
 void addProcesses(MicrophoneView& view, const AudioGraph& graph, ObjectNumbers& numbers) {
+    struct Process {
+        ProcessKey key;
+        ProcessView view;
+        ObjectNumbers::Serials clients;
+    };
+    std::vector<Process> processes;
     const auto recording = recordingClients(graph);
     for (const ClientRecord& client : graph.clients) {
-        ClientProcess process = processOf(client);
-        const AudioObjectID id = numbers.numberOf(keyOf(client, process));
-        auto found = std::find_if(
-            view.processes.begin(), view.processes.end(),
-            [id](const ProcessView& known) { return known.id == id; });
-        if (found == view.processes.end()) {
-            found =
-                view.processes.insert(view.processes.end(), ProcessView{id, process, {}, false});
+        const ClientProcess process = processOf(client);
+        const ProcessKey key = keyOf(client, process);
+        auto found = std::ranges::find(processes, key, &Process::key);
+        if (found == processes.end()) {
+            found = processes.insert(
+                processes.end(),
+                Process{.key = key, .view = {0, process, {}, false}, .clients = {}});
         }
-        found->process.pidIsCertain = found->process.pidIsCertain || process.pidIsCertain;
-        found->clients.push_back(client.properties);
-        found->isRecording = found->isRecording || recording.contains(client.id);
+        ProcessView& known = found->view;
+        known.process.pidIsCertain = known.process.pidIsCertain || process.pidIsCertain;
+        known.clients.push_back(client.properties);
+        known.isRecording = known.isRecording || recording.contains(client.id);
+        found->clients.insert(client.serial);
+    }
+    for (Process& process : processes) {
+        process.view.id = numbers.numberOf(process.key, std::move(process.clients));
+        view.processes.push_back(std::move(process.view));
     }
 }
 
@@ -61,13 +73,26 @@ void addDevices(MicrophoneView& view, const AudioGraph& graph, ObjectNumbers& nu
 
 } // namespace
 
-AudioObjectID ObjectNumbers::numberOf(const Key& key) {
+AudioObjectID ObjectNumbers::numberOf(const ProcessKey& key, Serials clients) {
+    Number& process = number(key);
+    const bool isAnother =
+        !process.clients.empty() && std::ranges::none_of(clients, [&process](std::uint64_t client) {
+            return process.clients.contains(client);
+        });
+    if (isAnother) {
+        process.id = next_++;
+    }
+    process.clients = std::move(clients);
+    return process.id;
+}
+
+ObjectNumbers::Number& ObjectNumbers::number(const Key& key) {
     const auto [entry, isNew] = numbers_.try_emplace(key);
     if (isNew) {
         entry->second.id = next_++;
     }
     entry->second.isUsed = true;
-    return entry->second.id;
+    return entry->second;
 }
 
 void ObjectNumbers::forgetUnused() {

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <variant>
 #include <vector>
@@ -36,17 +37,24 @@ struct DeviceKey {
 /// although servers restart and count from the beginning.
 class ObjectNumbers {
   public:
-    using Key = std::variant<ProcessKey, DeviceKey>;
+    using Serials = std::set<std::uint64_t>;
 
-    AudioObjectID numberOf(const Key& key);
+    /// A process is the same while one of its clients stays: a process number that is free is given
+    /// to others.
+    AudioObjectID numberOf(const ProcessKey& key, Serials clients);
+    AudioObjectID numberOf(const DeviceKey& key) { return number(key).id; }
     /// Forgets all that `numberOf` was not asked for since the last call.
     void forgetUnused();
 
   private:
+    using Key = std::variant<ProcessKey, DeviceKey>;
     struct Number {
         AudioObjectID id = 0;
         bool isUsed = false;
+        Serials clients;
     };
+    Number& number(const Key& key);
+
     AudioObjectID next_ = 1;
     std::map<Key, Number> numbers_;
 };
