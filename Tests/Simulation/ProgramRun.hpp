@@ -40,6 +40,7 @@ class ProgramRun {
     [[nodiscard]] SimulatedQueue& queue() { return queue_; }
     [[nodiscard]] SimulatedDisk& disk() { return disk_; }
     [[nodiscard]] SimulatedCaptureSystem& capture() { return capture_; }
+    [[nodiscard]] const ExportWorker& exportWorker() const { return exporter_.worker(); }
     [[nodiscard]] test::FakeUserNotifications& notifications() { return notifications_; }
     [[nodiscard]] test::FakeSystemEvents& systemEvents() { return systemEvents_; }
 

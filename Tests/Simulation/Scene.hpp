@@ -100,8 +100,12 @@ struct Scene {
     std::map<MediaType, AuthorizationStatus> authorization;
     unsigned captureFailurePercent = 0; ///< how many captures come to grief
     unsigned exportFailurePercent = 0;
+    unsigned slowExportPercent = 0; ///< how many conversions take longer than most calls
 
     // --- The account ---
+    std::uint64_t launches = 0; ///< so many runs of the program have begun
+    /// By base name: the run that last began to record under it, even if nothing came of that.
+    std::map<std::string, std::uint64_t> recordedBy;
     std::vector<Segment> segments;
     std::set<std::string> ending;  ///< base names of the movies that the program was told to end
     std::set<std::string> touched; ///< base names whose files changed since last looked at

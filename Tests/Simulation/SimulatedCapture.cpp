@@ -60,6 +60,7 @@ void SimulatedOutput::startRecording(const std::filesystem::path& path, FinishCa
     onFinish_ = std::move(onFinish);
     fate_ = chooseFate(scene, session && session->hasCamera());
     const std::string baseName = path.stem().native();
+    scene.recordedBy[baseName] = scene.launches;
     if (fate_ == Fate::startFails || !context_->disk.createSyncedFile(path, "") ||
         !context_->disk.syncDirectory(path.parent_path())) {
         scene.note("capture: {} cannot be started", baseName);

@@ -1,5 +1,7 @@
 #include "Simulation/SimulatedExporter.hpp"
 
+#include <algorithm>
+#include <cstddef>
 #include <string>
 #include <utility>
 #include <vector>
@@ -9,6 +11,13 @@ namespace brindle::simulation {
 namespace {
 
 using Status = ExportSession::Status;
+
+/// Of a movie, or of the hidden file that becomes one.
+std::string baseNameOf(const std::filesystem::path& movie) {
+    const std::string name = movie.filename().native();
+    const std::size_t begin = name.starts_with('.') ? 1 : 0;
+    return name.substr(begin, name.find('.', begin) - begin);
+}
 
 class SimulatedExport final : public ExportSession,
                               public std::enable_shared_from_this<SimulatedExport> {
@@ -54,20 +63,25 @@ class SimulatedExport final : public ExportSession,
 void SimulatedExport::exportAsynchronously(std::function<void()> completion) {
     Scene& scene = context_->scene;
     status_ = Status::exporting;
-    const Seconds duration =
-        scene.random.chance(4) ? scene.between(20, 90) : scene.between(0.01, 1.5);
-    // Something of the output is there from the beginning.
-    context_->disk.createSyncedFile(output_, "");
-    scene.timeline.after(
-        duration,
-        [weakly = weak_from_this(), waited = scene.outside, completion = std::move(completion)] {
-            const auto self = weakly.lock();
-            if (!self || self->context_->disk.isDead()) {
-                return;
-            }
-            self->copy();
-            self->context_->mainLoop.post(completion);
-        });
+    const Seconds duration = scene.random.chance(scene.slowExportPercent)
+                                 ? scene.between(20, 200)
+                                 : scene.between(0.01, 1.5);
+    auto piece = context_->pieceFor(source_, duration);
+    piece.begin = [weakly = weak_from_this()] {
+        if (const auto self = weakly.lock()) {
+            // Something of the output is there from the beginning.
+            self->context_->disk.createSyncedFile(self->output_, "");
+        }
+    };
+    piece.end = [weakly = weak_from_this(), completion = std::move(completion)] {
+        const auto self = weakly.lock();
+        if (!self || self->context_->disk.isDead()) {
+            return;
+        }
+        self->copy();
+        self->context_->mainLoop.post(completion);
+    };
+    context_->worker->add(std::move(piece));
 }
 
 void SimulatedExport::copy() {
@@ -113,9 +127,25 @@ void SimulatedExport::copy() {
 
 } // namespace
 
+ExportWorker::Piece
+SimulatedExporter::Context::pieceFor(const std::filesystem::path& movie, Seconds duration) const {
+    const std::string baseName = baseNameOf(movie);
+    const auto began = conversionBegan.find(baseName);
+    const auto recordedBy = scene.recordedBy.find(baseName);
+    return {
+        .isRepair = recordedBy == scene.recordedBy.end() || recordedBy->second != scene.launches,
+        .conversionBegan = began == conversionBegan.end() ? scene.timeline.now() : began->second,
+        .duration = duration,
+        .begin = nullptr,
+        .end = nullptr,
+        .reason = scene.outside,
+    };
+}
+
 std::shared_ptr<ExportSession>
 SimulatedExporter::makePassthroughExport(const std::filesystem::path& source) {
     Scene& scene = context_->scene;
+    context_->conversionBegan[baseNameOf(source)] = scene.timeline.now();
     bool shortened = false;
     bool supported = true;
     Status outcome = Status::completed;
@@ -147,21 +177,24 @@ SimulatedExporter::makePassthroughExport(const std::filesystem::path& source) {
 
 void SimulatedExporter::loadDuration(
     const std::filesystem::path& movie, std::function<void(std::optional<Seconds>)> answer) {
-    Scene& scene = context_->scene;
-    scene.timeline.after(
-        scene.between(0, 0.2), [weakly = std::weak_ptr{context_}, waited = scene.outside,
-                                sceneAt = &scene, movie, answer = std::move(answer)] {
-            const auto context = weakly.lock();
-            if (!context || context->disk.isDead()) {
-                return;
-            }
-            std::optional<Seconds> duration;
-            const auto contents = sceneAt->files.contents(movie);
-            if (contents && !sceneAt->random.chance(sceneAt->exportFailurePercent / 4)) {
-                duration = durationOf(readableFragments(*contents));
-            }
-            context->mainLoop.post([answer, duration] { answer(duration); });
-        });
+    Scene& world = context_->scene;
+    const Seconds takes = world.random.chance(world.slowExportPercent / 2) ? world.between(2, 30)
+                                                                           : world.between(0, 0.2);
+    auto piece = context_->pieceFor(movie, takes);
+    piece.end = [weakly = std::weak_ptr{context_}, movie, answer = std::move(answer)] {
+        const auto context = weakly.lock();
+        if (!context || context->disk.isDead()) {
+            return;
+        }
+        Scene& scene = context->scene;
+        std::optional<Seconds> duration;
+        const auto contents = scene.files.contents(movie);
+        if (contents && !scene.random.chance(scene.exportFailurePercent / 4)) {
+            duration = durationOf(readableFragments(*contents));
+        }
+        context->mainLoop.post([answer, duration] { answer(duration); });
+    };
+    context_->worker->add(std::move(piece));
 }
 
 } // namespace brindle::simulation

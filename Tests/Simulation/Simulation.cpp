@@ -3,8 +3,10 @@
 #include "Simulation/World.hpp"
 
 #include <algorithm>
+#include <functional>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 namespace brindle::simulation {
 
@@ -45,17 +47,22 @@ Outcome replay(std::uint64_t seed) {
     return outcome;
 }
 
-Outcome simulate(std::uint64_t firstSeed, std::uint64_t calls) {
+namespace {
+
+/// Lives worlds of seeds that count up on all processors, until there were so many calls or
+/// `broken`, which is called by one thread at a time, has had enough of it.
+void liveWorlds(
+    std::uint64_t firstSeed, std::uint64_t calls, Statistics& statistics,
+    const std::function<bool(const Scene& scene, std::uint64_t seed)>& broken) {
     std::mutex mutex;
-    Outcome outcome;
     std::uint64_t next = 0;
-    std::optional<std::uint64_t> brokenSeed;
+    bool enough = false;
     const auto work = [&] {
         for (;;) {
             std::uint64_t seed = 0;
             {
                 const std::lock_guard lock{mutex};
-                if (brokenSeed || outcome.statistics.calls >= calls) {
+                if (enough || statistics.calls >= calls) {
                     return;
                 }
                 seed = worldSeed(firstSeed, next++);
@@ -63,9 +70,9 @@ Outcome simulate(std::uint64_t firstSeed, std::uint64_t calls) {
             World world{seed, false};
             const bool well = world.live(callsPerWorld);
             const std::lock_guard lock{mutex};
-            outcome.statistics.add(world.scene().statistics);
-            if (!well && !brokenSeed) {
-                brokenSeed = seed;
+            statistics.add(world.scene().statistics);
+            if (!well && !enough) {
+                enough = broken(world.scene(), seed);
             }
         }
     };
@@ -76,6 +83,18 @@ Outcome simulate(std::uint64_t firstSeed, std::uint64_t calls) {
     for (std::thread& thread : threads) {
         thread.join();
     }
+}
+
+} // namespace
+
+Outcome simulate(std::uint64_t firstSeed, std::uint64_t calls) {
+    Outcome outcome;
+    std::optional<std::uint64_t> brokenSeed;
+    liveWorlds(
+        firstSeed, calls, outcome.statistics, [&](const Scene& /*scene*/, std::uint64_t seed) {
+            brokenSeed = seed;
+            return true;
+        });
     if (brokenSeed) {
         // Once more, now with its history.
         outcome.finding = replay(*brokenSeed).finding;
@@ -85,6 +104,21 @@ Outcome simulate(std::uint64_t firstSeed, std::uint64_t calls) {
         outcome.finding->callsUntilThen = outcome.statistics.calls;
     }
     return outcome;
+}
+
+std::map<std::string, Kind>
+survey(std::uint64_t firstSeed, std::uint64_t calls, Statistics& statistics) {
+    std::map<std::string, Kind> kinds;
+    liveWorlds(firstSeed, calls, statistics, [&](const Scene& scene, std::uint64_t seed) {
+        std::string words = *scene.violation;
+        std::erase_if(words, [](char letter) { return letter >= '0' && letter <= '9'; });
+        Kind& kind = kinds[words];
+        ++kind.worlds;
+        kind.seed = seed;
+        kind.example = *scene.violation;
+        return false;
+    });
+    return kinds;
 }
 
 } // namespace brindle::simulation

@@ -55,6 +55,7 @@ void World::setUp() {
     const std::vector<unsigned> climates{0, 10, 30, 60};
     scene_.captureFailurePercent = scene_.random.oneOf(climates);
     scene_.exportFailurePercent = scene_.random.oneOf(climates) / 2;
+    scene_.slowExportPercent = scene_.random.oneOf(std::vector<unsigned>{4, 4, 20, 50});
     audio_.setDevice(microphoneObject, {.uniqueID = "mic-1", .runningSomewhere = false});
     audio_.setDefaultInputDevice(microphoneObject);
     windows_.permitted = scene_.random.chance(80);
@@ -293,8 +294,8 @@ void World::sleep() {
     ledger_.endWasAskedFor();
     run_->systemEvents().announceSleep();
     pausedBySleep_ = lastSession_.isRecording();
-    scene_.timeline.after(patience, [this, launch = launches_] {
-        if (launch != launches_) {
+    scene_.timeline.after(patience, [this, launch = scene_.launches] {
+        if (launch != scene_.launches) {
             return; // another program runs, which nobody told of any sleep
         }
         if (scene_.writing == 0) {
@@ -395,8 +396,9 @@ void World::answerPrompts() {
         }
         moment_.asked = true;
         scene_.timeline.after(
-            scene_.between(0.2, 30), [this, launch = launches_, label = *request.label] {
-                if (launch != launches_ || !run_->notifications().shown.contains("ask-" + label)) {
+            scene_.between(0.2, 30), [this, launch = scene_.launches, label = *request.label] {
+                if (launch != scene_.launches ||
+                    !run_->notifications().shown.contains("ask-" + label)) {
                     return;
                 }
                 const std::vector<const char*> answers{
@@ -415,7 +417,7 @@ void World::answerPrompts() {
 // --- The program ---
 
 void World::launch() {
-    ++launches_;
+    ++scene_.launches;
     scene_.note("program: launched");
     oracle_ = DetectionOracle{};
     scene_.asleep = false;
@@ -428,16 +430,16 @@ void World::launch() {
     run_->model().launch();
     // A question that nobody answers does not hold the program up for long.
     constexpr Seconds patience{20};
-    scene_.timeline.after(patience, [this, launch = launches_] {
-        if (launch == launches_ && !oracle_.watchingSince()) {
+    scene_.timeline.after(patience, [this, launch = scene_.launches] {
+        if (launch == scene_.launches && !oracle_.watchingSince()) {
             oracle_.beginWatching(scene_.timeline.now());
         }
     });
     scene_.timeline.after(
         scene_.random.chance(70) ? Seconds{0.1} : scene_.between(0, 40),
-        [this, launch = launches_] {
+        [this, launch = scene_.launches] {
             auto& notifications = run_->notifications();
-            if (launch == launches_ && !notifications.authorizationRequests.empty()) {
+            if (launch == scene_.launches && !notifications.authorizationRequests.empty()) {
                 scene_.note("user: answers about notifications");
                 if (!oracle_.watchingSince()) {
                     oracle_.beginWatching(scene_.timeline.now());
@@ -568,10 +570,15 @@ void World::watchSession(Seconds passed) {
         disagreement_ = {};
     }
     disagreed_ = !agree && !scene_.isWaitedFor() && !run_->queue().hasWork();
-    if (disagreement_ > mostDisagreement) {
-        scene_.violate(
-            lastSession_.isRecording() ? "the session records, and nothing is captured"
-                                       : "a capture runs that the session knows nothing of");
+    if (disagreement_ <= mostDisagreement) {
+        return;
+    }
+    if (!lastSession_.isRecording()) {
+        scene_.violate("a capture runs that the session knows nothing of");
+    } else if (run_->exportWorker().repairsHoldARecordingUp()) {
+        scene_.violate("the session records, and nothing is captured until a repair is done");
+    } else {
+        scene_.violate("the session records, and nothing is captured");
     }
 }
 
@@ -631,6 +638,7 @@ bool World::quit() {
 bool World::settle() {
     constexpr Seconds longEnough{200};
     calm_ = true;
+    scene_.slowExportPercent = 0;
     const auto heal = [this] {
         run_->disk().setSickness(0, 0);
         run_->disk().dieAfter(std::nullopt);

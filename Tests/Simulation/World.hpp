@@ -93,7 +93,6 @@ class World {
 
     std::vector<Program> programs_;
     std::uint64_t nextObject_ = 100;
-    std::uint64_t launches_ = 0;
     /// Only the use of the microphone can be seen, not by whom.
     bool usersAreUnknown_ = false;
     /// Since a sleep the session has nothing captured, until somebody is in the call again.
