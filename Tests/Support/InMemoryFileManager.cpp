@@ -145,10 +145,13 @@ void InMemoryFileManager::losePower() {
 void InMemoryFileManager::losePower(std::uint64_t seed) {
     const std::lock_guard lock{mutex_};
     std::mt19937_64 random{seed};
-    // A file system keeps the order of what it does to folders, so what survives is the beginning.
-    const std::size_t surviving = random() % (unsynced_.size() + 1);
-    for (std::size_t index = 0; index < surviving; ++index) {
-        apply(unsynced_[index], durable_);
+    // A file system may write what changed in folders in any order, each change whole or not at all.
+    constexpr std::uint64_t shares = 4;
+    const std::uint64_t survivingShares = random() % (shares + 1);
+    for (const Change& change : unsynced_) {
+        if (random() % shares < survivingShares) {
+            apply(change, durable_);
+        }
     }
     tree_ = durable_;
     unsynced_.clear();

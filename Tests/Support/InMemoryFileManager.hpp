@@ -81,7 +81,7 @@ class InMemoryFileManager final : public FileManager {
     /// Loses whatever was not synced: files hold what they held when they were last synced, and
     /// folders list what they listed when they were last synced.
     void losePower();
-    /// Loses a part of what was not synced, chosen by the seed: the later changes to folders, and
+    /// Loses a part of what was not synced, chosen by the seed: any of the changes to folders, and
     /// of each file any number of its last bytes.
     void losePower(std::uint64_t seed);
 
