@@ -41,6 +41,8 @@ class DetectionOracle {
   public:
     /// The program begins to watch.
     void beginWatching(Date now) { watchingSince_ = now; }
+    /// It is on the way to its end.
+    void stopWatching() { watchingSince_.reset(); }
     [[nodiscard]] const std::optional<Date>& watchingSince() const { return watchingSince_; }
     /// What the moment shows to be wrong; nothing when all is well.
     std::optional<std::string> judge(const Moment& moment);

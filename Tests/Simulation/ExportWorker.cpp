@@ -22,6 +22,10 @@ void ExportWorker::add(Piece piece) {
     }
 }
 
+bool ExportWorker::worksOnARecording() const {
+    return std::ranges::any_of(entries_, [](const Entry& entry) { return !entry.piece.isRepair; });
+}
+
 bool ExportWorker::repairsHoldARecordingUp() const {
     return std::ranges::any_of(entries_, [](const Entry& entry) {
         return !entry.piece.isRepair && !entry.held && !entry.piece.reason.expired();

@@ -25,6 +25,7 @@ class ExportWorker : public std::enable_shared_from_this<ExportWorker> {
     explicit ExportWorker(Timeline& timeline) : timeline_{timeline} {}
 
     void add(Piece piece);
+    [[nodiscard]] bool worksOnARecording() const;
     /// A recording's movie waits for a repair that should have let it go first.
     [[nodiscard]] bool repairsHoldARecordingUp() const;
 

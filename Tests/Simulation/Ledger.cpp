@@ -149,6 +149,18 @@ void Ledger::programDied(bool powerFailed) {
     discardedRooms_.clear(); // the next run counts its rooms from one again
 }
 
+void Ledger::checkClosed(const char* when) {
+    for (const Segment& segment : scene_.segments) {
+        if (segment.launch != scene_.launches || segment.sidecarExcused || segment.mayBeDiscarded) {
+            continue;
+        }
+        const auto sidecar = sidecarOf(segment.baseName);
+        if (!segment.closed || (sidecar && !sidecar->endedAt)) {
+            scene_.violate(fmt::format("{} is not done with {}", segment.baseName, when));
+        }
+    }
+}
+
 void Ledger::checkSettled() {
     checkAll();
     for (const Segment& segment : scene_.segments) {

@@ -26,6 +26,8 @@ class Ledger {
     void excuse();
     /// The program has died; with `powerFailed`, the disk has lost what was not synced.
     void programDied(bool powerFailed);
+    /// The program says that it does nothing any more: it has no recording open.
+    void checkClosed(const char* when);
     /// All is done and repaired: everything must agree.
     void checkSettled();
     /// Adds up what became of the media.

@@ -6,6 +6,10 @@
 #include "Support/ForwardingFileManager.hpp"
 #include "Support/InlineExecutor.hpp"
 
+#include <optional>
+#include <string>
+#include <utility>
+
 namespace brindle::simulation {
 
 /// The diagnostic log's lines become a part of the history, and tell which movie is being ended.
@@ -69,12 +73,11 @@ ProgramRun::ProgramRun(Scene& scene, const Desktop& desktop)
                   return state.isRecording() && state.roomCode() == room;
               },
           .sessionRecords = [this] { return model_ && model_->sessionState.get().isRecording(); },
-          .roomOf =
-              [sceneAt = &scene](const std::string& baseName) {
-                  const auto sidecar =
-                      SidecarStore::read(sceneAt->files, sceneAt->root / (baseName + ".json"));
-                  return sidecar ? sidecar->roomCode : std::string{};
-              }}},
+          .sidecarOf = [sceneAt = &scene](const std::string& baseName) -> std::optional<Sidecar> {
+              auto sidecar =
+                  SidecarStore::read(sceneAt->files, sceneAt->root / (baseName + ".json"));
+              return sidecar ? std::optional{*std::move(sidecar)} : std::nullopt;
+          }}},
       exporter_{scene, disk_, mainLoop_}, logFiles_{std::make_unique<LogToHistory>(scene)},
       diagnosticLog_{std::make_unique<DiagnosticLog>(
           "/log", "recorder.log", 1'000'000, *logFiles_, std::make_unique<test::InlineExecutor>())},

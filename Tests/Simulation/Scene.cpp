@@ -26,6 +26,7 @@ void Statistics::add(const Statistics& other) {
     steps += other.steps;
     calls += other.calls;
     recordings += other.recordings;
+    quits += other.quits;
     crashes += other.crashes;
     powerFailures += other.powerFailures;
     captureFailures += other.captureFailures;
@@ -42,14 +43,15 @@ void Statistics::add(const Statistics& other) {
 
 std::string Statistics::summary() const {
     return fmt::format(
-        "{:.0f} simulated hours, {} worlds, {} steps, {} calls, {} recordings, {} crashes, "
+        "{:.0f} simulated hours, {} worlds, {} steps, {} calls, {} recordings, {} quits, {} "
+        "crashes, "
         "{} power failures, {} capture failures, {} failed conversions, {} disk faults, "
         "{} clicks of the user, {} jumps of the clock, {} sleeps, {} repairs, "
         "{:.0f} s of media kept, "
         "{:.0f} s lost with power or program, {:.0f} s discarded by the user",
-        simulatedSeconds / secondsPerHour, worlds, steps, calls, recordings, crashes, powerFailures,
-        captureFailures, exportFailures, diskFaults, clicks, clockJumps, sleeps, repairs,
-        secondsKept, secondsLost, secondsDiscarded);
+        simulatedSeconds / secondsPerHour, worlds, steps, calls, recordings, quits, crashes,
+        powerFailures, captureFailures, exportFailures, diskFaults, clicks, clockJumps, sleeps,
+        repairs, secondsKept, secondsLost, secondsDiscarded);
 }
 
 std::vector<Fragment> readableFragments(const std::string& movie) {

@@ -31,6 +31,7 @@ struct Statistics {
     std::uint64_t steps = 0;
     std::uint64_t calls = 0;
     std::uint64_t recordings = 0; ///< movie files begun
+    std::uint64_t quits = 0;
     std::uint64_t crashes = 0;
     std::uint64_t powerFailures = 0;
     std::uint64_t captureFailures = 0;
@@ -68,8 +69,10 @@ Seconds durationOf(const std::vector<Fragment>& fragments);
 /// The truth about one movie file that a capture began.
 struct Segment {
     unsigned id = 0;
+    std::uint64_t launch = 0; ///< the run of the program that recorded it
     std::string baseName;
-    std::string room; ///< as the sidecar says that was there before it
+    std::string room;    ///< as the sidecar says that was there before it
+    Date sidecarStart{}; ///< likewise
     Date startedAt{};
     std::vector<unsigned> written; ///< milliseconds of each fragment in the file
     std::size_t safe = 0;          ///< so many of them are synced
@@ -79,7 +82,12 @@ struct Segment {
     bool failureMustShow = false;  ///< it did while nobody had asked for the end
     bool cutOff = false;           ///< the program died before it had finished the sidecar
     bool sidecarExcused = false;   ///< the disk failed while the sidecar was written
-    std::optional<std::string> lastSidecar; ///< what it was when last looked at
+
+    // What became of the user's wish to throw it away.
+    bool discardIsDue = false; ///< nothing but the end of the world can keep it
+    Date discardAskedAt{};
+    std::optional<Date> goneSince; ///< nothing of it is in the folder
+    bool discarded = false;        ///< for good
 };
 
 struct Scene {
@@ -110,7 +118,8 @@ struct Scene {
     std::set<std::string> ending;  ///< base names of the movies that the program was told to end
     std::set<std::string> touched; ///< base names whose files changed since last looked at
     bool asleep = false;           ///< from the announcement to the waking
-    int writing = 0;               ///< movie files being written now
+    std::optional<Date> sleepAnnouncedAt; ///< when it last was
+    int writing = 0;                      ///< movie files being written now
     /// Copied by every answer of the world that a job may be waiting for.
     std::shared_ptr<int> outside = std::make_shared<int>();
     bool answersAccess = false;           ///< the user's answer about access is being handed over

@@ -78,9 +78,13 @@ void SimulatedOutput::startRecording(const std::filesystem::path& path, FinishCa
     segmentIndex_ = scene.segments.size();
     Segment made;
     made.id = static_cast<unsigned>(segmentIndex_);
+    made.launch = scene.launches;
     made.baseName = baseName;
     made.startedAt = scene.timeline.now();
-    made.room = context_->roomOf(baseName);
+    if (const auto sidecar = context_->sidecarOf(baseName)) {
+        made.room = sidecar->roomCode;
+        made.sidecarStart = sidecar->startedAt;
+    }
     // The sidecar is older than the movie: it may be from when the disk was sick.
     constexpr Seconds sidecarAge{10};
     made.sidecarExcused =

@@ -4,6 +4,7 @@
 
 #include "BrindleRecorderApp/Platform/CaptureSystem.hpp"
 #include "BrindleRecorderApp/Platform/MainLoop.hpp"
+#include "BrindleRecorderCore/Sidecar.hpp"
 #include "Simulation/Scene.hpp"
 #include "Simulation/SimulatedDisk.hpp"
 #include "Support/FakeListeners.hpp"
@@ -11,6 +12,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,8 +40,8 @@ struct CaptureContext {
     std::function<bool(const std::string& room)> programRecords;
     /// Whether the session records, which is also so on the way into sleep.
     std::function<bool()> sessionRecords;
-    /// The room that the sidecar of that base name tells.
-    std::function<std::string(const std::string&)> roomOf;
+    /// The sidecar of that base name, where one can be read.
+    std::function<std::optional<Sidecar>(const std::string&)> sidecarOf;
 };
 
 class SimulatedSession;

@@ -1,7 +1,5 @@
 #include "Simulation/World.hpp"
 
-#include "BrindleRecorderCore/InterruptedScan.hpp"
-
 #include <algorithm>
 #include <cstdio>
 #include <string_view>
@@ -25,7 +23,6 @@ const std::vector<Kind> kinds{
 };
 
 constexpr AudioObjectID microphoneObject = 1;
-constexpr std::int64_t plenty = 500'000'000'000;
 /// How long session and capture may tell different things while nobody is waited for.
 constexpr Seconds mostDisagreement{4};
 
@@ -35,7 +32,8 @@ CaptureDeviceInfo device(const char* id) {
 
 } // namespace
 
-World::World(std::uint64_t seed, bool keepHistory) : scene_{seed, keepHistory}, ledger_{scene_} {}
+World::World(std::uint64_t seed, bool keepHistory)
+    : scene_{seed, keepHistory}, ledger_{scene_}, folderAccount_{scene_} {}
 
 World::~World() {
     run_.reset();
@@ -180,7 +178,11 @@ void World::scheduleMishap() {
         if (calm_) {
             return;
         }
-        switch (scene_.random.below(16)) {
+        switch (scene_.random.below(18)) {
+        case 16:
+        case 17:
+            askToQuit();
+            break;
         case 12:
         case 13:
             setTheClock();
@@ -254,7 +256,7 @@ void World::troubleTheDisk() {
         scene_.timeline.after(scene_.between(5, 60), [this] {
             diskIsLow_ = false;
             scene_.files.setRoomLeft(std::nullopt);
-            scene_.files.setAvailableCapacity(plenty);
+            scene_.files.setAvailableCapacity(plentyOfRoom);
             scene_.note("disk: has room again");
         });
         break;
@@ -278,38 +280,6 @@ void World::setTheClock() {
     ++scene_.statistics.clockJumps;
     scene_.note("clock: jumps by {} s", by.count());
     scene_.wallClock.jump(by);
-}
-
-/// The machine sleeps as soon as the program is ready, and stays awake where it is not in time.
-void World::sleep() {
-    constexpr Seconds patience{5};
-    if (scene_.asleep) {
-        return;
-    }
-    scene_.note("machine: is about to sleep");
-    ++scene_.statistics.sleeps;
-    scene_.asleep = true;
-    // The program does not watch now, which is as good as being slow.
-    scene_.lastSlow = scene_.timeline.now();
-    ledger_.endWasAskedFor();
-    run_->systemEvents().announceSleep();
-    pausedBySleep_ = lastSession_.isRecording();
-    scene_.timeline.after(patience, [this, launch = scene_.launches] {
-        if (launch != scene_.launches) {
-            return; // another program runs, which nobody told of any sleep
-        }
-        if (scene_.writing == 0) {
-            const Seconds asleep = scene_.between(1, 7200);
-            scene_.note("machine: sleeps for {} s", asleep.count());
-            scene_.timeline.pass(asleep);
-            scene_.blocked += asleep;
-        }
-        scene_.note("machine: is awake");
-        scene_.asleep = false;
-        moment_.woke = true;
-        lastSlept_ = scene_.lastSlow = scene_.timeline.now();
-        run_->systemEvents().announceWaking();
-    });
 }
 
 bool World::isStandingTrouble() const {
@@ -337,7 +307,9 @@ void World::click() {
     case 0:
     case 1:
         scene_.note("user: record now");
-        moment_.userStarted = true;
+        // On the way to its end or into sleep the program need not take the command.
+        moment_.userStarted = !quitting_ && !scene_.asleep;
+        moment_.userAccepted = scene_.asleep;
         model.recordNowFromMenu();
         break;
     case 2:
@@ -354,6 +326,9 @@ void World::click() {
             room && model.sessionState.get().isRecording()) {
             moment_.userStopped = true;
             ledger_.mayDiscard(*room);
+            if (!scene_.asleep) { // else the recording was ended before, and is being kept
+                folderAccount_.discardIsAskedFor(*room);
+            }
         }
         model.stopAndDiscard();
         break;
@@ -426,12 +401,22 @@ void World::launch() {
     lastSession_ = {};
     disagreement_ = {};
     disagreed_ = false;
+    quitting_ = false;
+    left_ = false;
+    isLate_ = false;
+    quitDelay_ = {};
+    readySeen_ = 0;
+    isReadyToSleep_ = false;
+    folderAccount_.programLaunched();
     run_ = std::make_unique<ProgramRun>(scene_, Desktop{audio_, registry_, windows_, defaults_});
+    run_->model().onQuitRequest = [this] {
+        quitIsAskedFor();
+    };
     run_->model().launch();
     // A question that nobody answers does not hold the program up for long.
     constexpr Seconds patience{20};
     scene_.timeline.after(patience, [this, launch = scene_.launches] {
-        if (launch == scene_.launches && !oracle_.watchingSince()) {
+        if (launch == scene_.launches && !quitting_ && !oracle_.watchingSince()) {
             oracle_.beginWatching(scene_.timeline.now());
         }
     });
@@ -441,38 +426,12 @@ void World::launch() {
             auto& notifications = run_->notifications();
             if (launch == scene_.launches && !notifications.authorizationRequests.empty()) {
                 scene_.note("user: answers about notifications");
-                if (!oracle_.watchingSince()) {
+                if (!quitting_ && !oracle_.watchingSince()) {
                     oracle_.beginWatching(scene_.timeline.now());
                 }
                 notifications.answerAuthorization(scene_.random.chance(90));
             }
         });
-}
-
-void World::planDeath() {
-    powerFailsAtDeath_ = scene_.random.chance(50);
-    if (scene_.random.chance(50)) {
-        run_->disk().die();
-    } else {
-        run_->disk().dieAfter(static_cast<int>(scene_.random.below(8)) + 1);
-    }
-}
-
-void World::killProgram(bool powerFails) {
-    run_.reset();
-    if (powerFails) {
-        scene_.note("the power fails");
-        ++scene_.statistics.powerFailures;
-        scene_.files.losePower(scene_.random.below(1'000'000'000));
-    } else {
-        scene_.note("the program is killed");
-        ++scene_.statistics.crashes;
-    }
-    ledger_.programDied(powerFails);
-    ledger_.checkAll();
-    scene_.files.forgetCalls();
-    scene_.timeline.pass(scene_.between(0, 5));
-    launch();
 }
 
 bool World::step() {
@@ -530,13 +489,21 @@ bool World::afterStep() {
             if (!moment_.session.isRecording()) {
                 ledger_.endWasAskedFor();
             }
-            pausedBySleep_ = false;
+            pausedBySleep_ = scene_.asleep && moment_.session.isRecording();
+            if (quitting_ && moment_.session.isRecording()) {
+                scene_.violate("a recording begins while the program comes to its end");
+            }
             recordingSince_ = moment_.now;
             lastSession_ = moment_.session;
         }
         ledger_.checkTouched();
-        watchSession(secondsBetween(lastLook_, moment_.now));
+        folderAccount_.look();
+        const Seconds passed = secondsBetween(lastLook_, moment_.now);
+        const Seconds blocked = std::exchange(scene_.blocked, Seconds{0});
+        watchSession(passed - blocked);
         watchElapsedTime();
+        watchSleep();
+        watchQuit(passed - blocked);
         lastLook_ = moment_.now;
         moment_ = Moment{.asksFirst = moment_.asksFirst};
         // The worst moment for a click or the end of the world is when something has just begun.
@@ -548,6 +515,17 @@ bool World::afterStep() {
             if (scene_.random.chance(2)) {
                 planDeath();
             }
+            if (scene_.random.chance(1)) {
+                askToQuit();
+                return afterStep();
+            }
+            if (scene_.random.chance(1)) {
+                sleep();
+                return afterStep();
+            }
+        }
+        if (left_ && !calm_ && !scene_.violation) {
+            endRun();
         }
     }
     return !scene_.violation;
@@ -555,9 +533,8 @@ bool World::afterStep() {
 
 /// A recording runs exactly when the session says so, as soon as nobody else is waited for.
 void World::watchSession(Seconds passed) {
-    const Seconds blocked = std::exchange(scene_.blocked, Seconds{0});
     if (disagreed_) {
-        disagreement_ += passed - blocked;
+        disagreement_ += passed;
     }
     const bool captures = scene_.writing > 0;
     if (captures && !scene_.asleep && !moment_.holders.empty() && !usersAreUnknown_) {
@@ -606,81 +583,6 @@ void World::watchElapsedTime() {
         scene_.violate(fmt::format(
             "the status line says \"{}\" after {:.1f} s of recording", line, elapsed.count()));
     }
-}
-
-void World::runFor(Seconds duration) {
-    const Date end =
-        scene_.timeline.now() + std::chrono::duration_cast<std::chrono::nanoseconds>(duration);
-    while (scene_.timeline.now() < end && step()) {
-    }
-}
-
-/// The user ends the program, which must come to its end.
-bool World::quit() {
-    constexpr Seconds mostPatience{600};
-    scene_.note("user: quits");
-    bool done = false;
-    ledger_.endWasAskedFor();
-    moment_.userStopped = true;
-    run_->model().prepareToQuit([&done] { done = true; });
-    const Date begun = scene_.timeline.now();
-    while (!done && afterStep() && step()) {
-        if (secondsBetween(begun, scene_.timeline.now()) > mostPatience) {
-            scene_.violate("the program does not come to its end");
-        }
-    }
-    if (!scene_.violation && scene_.writing > 0) {
-        scene_.violate("a capture runs on when the program has come to its end");
-    }
-    return !scene_.violation;
-}
-
-bool World::settle() {
-    constexpr Seconds longEnough{200};
-    calm_ = true;
-    scene_.slowExportPercent = 0;
-    const auto heal = [this] {
-        run_->disk().setSickness(0, 0);
-        run_->disk().dieAfter(std::nullopt);
-        scene_.files.setRoomLeft(std::nullopt);
-        scene_.files.setAvailableCapacity(plenty);
-        scene_.files.stopFailing();
-        diskIsLow_ = false;
-        while (!programs_.empty()) {
-            endCall(programs_.front().id);
-        }
-    };
-    heal();
-    killProgram(scene_.random.chance(50));
-    if (scene_.random.chance(50)) {
-        // The repair itself is cut off.
-        runFor(scene_.between(0, 3));
-        killProgram(scene_.random.chance(50));
-    }
-    runFor(longEnough);
-    if (scene_.violation || !quit()) {
-        return false;
-    }
-    const auto left = InterruptedScan::scan(RecordingsFolder{scene_.root}, scene_.files);
-    if (!left || !left->empty()) {
-        scene_.violate("an interrupted recording is left after a launch in peace");
-    }
-    ledger_.checkSettled();
-    const auto contents = [this] {
-        std::map<std::filesystem::path, std::string> all;
-        for (const auto& path : scene_.files.files()) {
-            all[path] = scene_.files.contents(path).value_or("");
-        }
-        return all;
-    };
-    const auto before = contents();
-    run_.reset();
-    launch();
-    runFor(Seconds{30});
-    if (!scene_.violation && contents() != before) {
-        scene_.violate("another launch changed something");
-    }
-    return !scene_.violation;
 }
 
 bool World::live(unsigned calls) {

@@ -1,9 +1,12 @@
 // One simulated world: a user with a computer, programs that come and go, and the real application
 // running on it, being killed, losing power, and being launched again.
+//
+// Its parts are two files: World.cpp is what goes on, and WorldEndings.cpp how it comes to an end.
 #pragma once
 
 #include "BrindleRecorderApp/AppModel.hpp"
 #include "Simulation/DetectionOracle.hpp"
+#include "Simulation/FolderAccount.hpp"
 #include "Simulation/Ledger.hpp"
 #include "Simulation/ProgramRun.hpp"
 #include "Simulation/Scene.hpp"
@@ -35,6 +38,8 @@ class World {
     [[nodiscard]] const Scene& scene() const { return scene_; }
 
   private:
+    static constexpr std::int64_t plentyOfRoom = 500'000'000'000;
+
     /// A program that uses the microphone.
     struct Program {
         AudioObjectID id = 0;
@@ -58,7 +63,6 @@ class World {
     void troubleTheDisk();
     void changePermissions();
     void setTheClock();
-    void sleep();
     [[nodiscard]] bool isStandingTrouble() const;
     [[nodiscard]] std::vector<Moment::Holder> holders() const;
 
@@ -70,19 +74,30 @@ class World {
 
     // The program
     void launch();
-    void afterLaunch();
-    void killProgram(bool powerFails);
-    void planDeath();
     bool step();
     bool afterStep();
-    void runFor(Seconds duration);
-    bool quit();
     void watchSession(Seconds passed);
     void watchElapsedTime();
+
+    // Endings (WorldEndings.cpp)
+    void planDeath();
+    void killProgram(bool powerFails);
+    void bury(bool powerFailed);
+    void askToQuit();
+    void quitIsAskedFor();
+    void watchQuit(Seconds passed);
+    void endRun();
+    void checkNothingRuns(const char* when);
+    void sleep();
+    void fallAsleepAfter(Seconds delay);
+    void fallAsleep();
+    void watchSleep();
+    void runFor(Seconds duration);
     bool settle();
 
     Scene scene_;
     Ledger ledger_;
+    FolderAccount folderAccount_;
     test::FakeAudioObjects audio_;
     test::FakeProcessRegistry registry_;
     test::FakeWindowList windows_;
@@ -101,6 +116,12 @@ class World {
     Date recordingSince_{}; ///< the session that records
     bool calm_ = false;     ///< nothing happens any more but what the program does itself
     bool powerFailsAtDeath_ = false;
+    bool quitting_ = false;       ///< the program was asked to
+    bool left_ = false;           ///< it has
+    bool isLate_ = false;         ///< it does not, and nobody is waited for
+    Seconds quitDelay_{0};        ///< for how long
+    bool isReadyToSleep_ = false; ///< the program says so
+    int readySeen_ = 0;           ///< how often it has
     bool diskIsLow_ = false;
     std::size_t promptsSeen_ = 0;
     SessionState lastSession_;
