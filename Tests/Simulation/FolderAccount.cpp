@@ -55,7 +55,7 @@ void FolderAccount::discardIsAskedFor(const std::string& room) {
         // What is being ended already, because of a sleep, is kept.
         const bool isEnding =
             scene_.ending.contains(segment.baseName) ||
-            (scene_.sleepAnnouncedAt && *scene_.sleepAnnouncedAt >= segment.startedAt);
+            (scene_.sleepAnnouncedAt && *scene_.sleepAnnouncedAt >= segment.opening.at);
         if (segment.launch == scene_.launches && segment.room == room && !segment.closed &&
             !segment.captureFailed && !isEnding) {
             segment.discardIsDue = true;
@@ -107,7 +107,7 @@ void FolderAccount::checkWhyItBegan(const Segment& segment) {
         }
     }
     const bool slept = before != nullptr && scene_.sleepAnnouncedAt &&
-                       *scene_.sleepAnnouncedAt >= before->startedAt;
+                       *scene_.sleepAnnouncedAt >= before->opening.at;
     if (before != nullptr && !before->captureFailed && !slept) {
         scene_.violate(fmt::format(
             "{} is begun for a call that {} was being recorded into", segment.baseName,

@@ -73,6 +73,11 @@ ProgramRun::ProgramRun(Scene& scene, const Desktop& desktop)
                   return state.isRecording() && state.roomCode() == room;
               },
           .sessionRecords = [this] { return model_ && model_->sessionState.get().isRecording(); },
+          .sessionRoom =
+              [this] {
+                  const SessionState state = model_ ? model_->sessionState.get() : SessionState{};
+                  return state.isRecording() ? state.roomCode().value_or("") : std::string{};
+              },
           .sidecarOf = [sceneAt = &scene](const std::string& baseName) -> std::optional<Sidecar> {
               auto sidecar =
                   SidecarStore::read(sceneAt->files, sceneAt->root / (baseName + ".json"));

@@ -80,6 +80,15 @@ Scene::Scene(std::uint64_t seed, bool keepHistory)
     : random{seed}, timeline{dateFromUnixSeconds(startOfTime)}, files{wallClock},
       keepHistory_{keepHistory}, start_{timeline.now()} {}
 
+Segment* Scene::segmentNamed(const std::string& baseName) {
+    for (auto segment = segments.rbegin(); segment != segments.rend(); ++segment) {
+        if (segment->baseName == baseName) {
+            return &*segment;
+        }
+    }
+    return nullptr;
+}
+
 std::string Scene::clockText() const {
     return fmt::format("{:10.3f}", secondsBetween(start_, timeline.now()).count());
 }

@@ -66,6 +66,21 @@ struct Fragment {
 std::vector<Fragment> readableFragments(const std::string& movie);
 Seconds durationOf(const std::vector<Fragment>& fragments);
 
+/// What was so when the program opened the devices for a recording.
+struct Opening {
+    Date at{};
+    std::string room; ///< that the session recorded; empty when it had come to its end meanwhile
+    std::vector<Seconds> clocksAhead; ///< how far the program's clock may be ahead of the timeline
+    std::optional<std::string> preferredCamera; ///< names, as all of these
+    std::optional<std::string> preferredMicrophone;
+    std::optional<std::string> defaultCamera;
+    std::vector<std::string> triedCameras; ///< in this order
+    std::optional<std::string> camera;     ///< that was opened
+    std::optional<std::string> microphone; ///< likewise
+    bool cameraIsDenied = false;
+    bool refused = false; ///< a device did not let itself be opened
+};
+
 /// The truth about one movie file that a capture began.
 struct Segment {
     unsigned id = 0;
@@ -81,7 +96,16 @@ struct Segment {
     bool captureFailed = false;    ///< something happened to it that the program may report
     bool failureMustShow = false;  ///< it did while nobody had asked for the end
     bool cutOff = false;           ///< the program died before it had finished the sidecar
-    bool sidecarExcused = false;   ///< the disk failed while the sidecar was written
+    Opening opening = {};
+    std::optional<std::string> before; ///< the name that was recorded under before, in this run
+    Date beforeAt{};                   ///< when its devices were opened
+    bool beforeFailed = false;         ///< its capture did
+    std::optional<Date> failedAt;
+    std::vector<std::string> failureWords; ///< what a note about it must contain, one of these
+    std::optional<Date> conversionBegan;
+    bool conversionFailed = false;   ///< the last one
+    std::optional<Date> lastWritten; ///< by the machine's clock
+    bool sidecarExcused = false;     ///< the disk failed while the sidecar was written
 
     // What became of the user's wish to throw it away.
     bool discardIsDue = false; ///< nothing but the end of the world can keep it
@@ -106,7 +130,9 @@ struct Scene {
     std::vector<CaptureDeviceInfo> microphones;
     std::set<std::string> brokenDevices; ///< there, but cannot be opened
     std::map<MediaType, AuthorizationStatus> authorization;
-    unsigned captureFailurePercent = 0; ///< how many captures come to grief
+    unsigned captureFailurePercent = 0;         ///< how many captures come to grief
+    std::map<MediaType, std::string> preferred; ///< names
+    std::vector<Seconds> clocksAhead; ///< how far the program's clock may be ahead of the timeline
     unsigned exportFailurePercent = 0;
     unsigned slowExportPercent = 0; ///< how many conversions take longer than most calls
 
@@ -136,6 +162,8 @@ struct Scene {
             violation = std::move(what);
         }
     }
+    /// The last recording under that name; null for one that never came to be.
+    Segment* segmentNamed(const std::string& baseName);
     /// A random span between two.
     Seconds between(double least, double most) {
         return Seconds{least + (most - least) * static_cast<double>(random.below(100'001)) / 1e5};

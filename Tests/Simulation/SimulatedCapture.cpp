@@ -1,6 +1,7 @@
 #include "Simulation/SimulatedCapture.hpp"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 #include <utility>
 
@@ -58,12 +59,17 @@ void SimulatedOutput::startRecording(const std::filesystem::path& path, FinishCa
     const auto session = session_.lock();
     path_ = path;
     onFinish_ = std::move(onFinish);
-    fate_ = chooseFate(scene, session && session->hasCamera());
+    const Opening opening = session ? session->opening() : Opening{};
+    fate_ = chooseFate(scene, opening.camera.has_value());
     const std::string baseName = path.stem().native();
     scene.recordedBy[baseName] = scene.launches;
     if (fate_ == Fate::startFails || !context_->disk.createSyncedFile(path, "") ||
         !context_->disk.syncDirectory(path.parent_path())) {
         scene.note("capture: {} cannot be started", baseName);
+        context_->memory.baseName = baseName;
+        context_->memory.room = opening.room;
+        context_->memory.at = opening.at;
+        context_->memory.startFailed = true;
         ++scene.statistics.captureFailures;
         scene.trouble();
         onFinish_(path, errorOf("cannot start"));
@@ -85,6 +91,19 @@ void SimulatedOutput::startRecording(const std::filesystem::path& path, FinishCa
         made.room = sidecar->roomCode;
         made.sidecarStart = sidecar->startedAt;
     }
+    made.opening = opening;
+    made.lastWritten = scene.wallClock.now();
+    if (CaptureMemory& memory = context_->memory;
+        !memory.baseName.empty() && memory.room == opening.room) {
+        const Segment* const before = scene.segmentNamed(memory.baseName);
+        made.before = memory.baseName;
+        made.beforeAt = memory.at;
+        made.beforeFailed = memory.startFailed || (before != nullptr && before->captureFailed);
+    }
+    context_->memory.baseName = baseName;
+    context_->memory.room = opening.room;
+    context_->memory.at = opening.at;
+    context_->memory.startFailed = false;
     // The sidecar is older than the movie: it may be from when the disk was sick.
     constexpr Seconds sidecarAge{10};
     made.sidecarExcused =
@@ -104,7 +123,8 @@ void SimulatedOutput::begin() {
     }
     if (fate_ == Fate::noFrames) {
         frozen_ = true;
-        noteFailure("no frames");
+        noteFailure(
+            "no frames", {"The camera delivered no frames.", "Nothing was written for 10 s."});
         return;
     }
     scene.timeline.after(fragmentInterval_, [weakly = weak_from_this()] {
@@ -121,11 +141,13 @@ void SimulatedOutput::begin() {
     }
 }
 
-void SimulatedOutput::noteFailure(const char* what) {
+void SimulatedOutput::noteFailure(const char* what, std::vector<std::string> words) {
     Scene& scene = context_->scene;
     ++scene.statistics.captureFailures;
     scene.trouble();
     segment().captureFailed = true;
+    segment().failedAt = segment().failedAt.value_or(scene.timeline.now());
+    std::ranges::move(words, std::back_inserter(segment().failureWords));
     scene.note("capture: {} of {}", what, segment().baseName);
 }
 
@@ -136,10 +158,11 @@ void SimulatedOutput::meetFate(Fate fate) {
     case Fate::stalls:
         captured_ = recordedDuration();
         frozen_ = true;
-        noteFailure("stall");
+        noteFailure("stall", {"Nothing was written for 10 s.", "The camera delivered no frames."});
         return;
     case Fate::runtimeError:
-        noteFailure("runtime error");
+        noteFailure(
+            "runtime error", {"Capture stopped: device gone", "Capture stopped: unknown error"});
         segment().failureMustShow = mustShow;
         if (const auto session = session_.lock()) {
             session->reportRuntimeError(
@@ -148,19 +171,19 @@ void SimulatedOutput::meetFate(Fate fate) {
         }
         return;
     case Fate::endsWithError:
-        noteFailure("unexpected end with an error");
+        noteFailure("unexpected end with an error", {"Capture stopped: encoder failed"});
         segment().failureMustShow = mustShow;
         closeFile();
         finish(errorOf("encoder failed"));
         return;
     case Fate::endsWithoutError:
-        noteFailure("unexpected end");
+        noteFailure("unexpected end", {"Recording stopped on its own (no error reported)."});
         segment().failureMustShow = mustShow;
         closeFile();
         finish(std::nullopt);
         return;
     case Fate::endsThoughComplete: {
-        noteFailure("unexpected end of a complete file");
+        noteFailure("unexpected end of a complete file", {"limit reached"});
         segment().failureMustShow = mustShow;
         closeFile();
         auto error = errorOf("limit reached");
@@ -184,7 +207,7 @@ void SimulatedOutput::nextFragment() {
         if (stopAsked_) {
             return;
         }
-        noteFailure("the disk refuses a fragment");
+        noteFailure("the disk refuses a fragment", {"Capture stopped: no space left"});
         closeFile();
         finish(errorOf("no space left"));
         return;
@@ -209,6 +232,7 @@ bool SimulatedOutput::writeFragment(bool syncAtOnce) {
         return false;
     }
     inFragments_ += fresh;
+    segment.lastWritten = context_->scene.wallClock.now();
     segment.written.push_back(fragment.milliseconds);
     const auto sync = [weakly = weak_from_this(), count = segment.written.size()] {
         if (const auto self = weakly.lock();
@@ -281,11 +305,18 @@ Seconds SimulatedOutput::recordedDuration() const {
 
 Expected<std::shared_ptr<CaptureInput>, PlatformError>
 SimulatedSession::makeInput(const std::shared_ptr<CaptureDevice>& device) {
-    if (context_->scene.brokenDevices.contains(device->info().uniqueID)) {
+    const std::string name = device->info().localizedName;
+    const bool isCamera = device->mediaType() == MediaType::video;
+    if (isCamera) {
+        opening_.triedCameras.push_back(name);
+    }
+    opening_.refused = context_->scene.brokenDevices.contains(device->info().uniqueID);
+    context_->memory.opening = opening_;
+    if (opening_.refused) {
         context_->scene.trouble();
         return unexpected(errorOf("busy"));
     }
-    hasCamera_ = hasCamera_ || device->mediaType() == MediaType::video;
+    (isCamera ? opening_.camera : opening_.microphone) = name;
     return std::make_shared<SimulatedInput>();
 }
 
@@ -318,7 +349,32 @@ std::shared_ptr<CaptureSession> SimulatedCaptureSystem::makeSession() {
     if (!context_->sessionRecords() && !context_->scene.answersAccess) {
         context_->scene.violate("a capture begins although the session does not record");
     }
-    return std::make_shared<SimulatedSession>(context_);
+    return std::make_shared<SimulatedSession>(context_, openingNow());
+}
+
+Opening SimulatedCaptureSystem::openingNow() const {
+    const Scene& scene = context_->scene;
+    const auto preferred = [&](MediaType mediaType) {
+        const auto found = scene.preferred.find(mediaType);
+        return found == scene.preferred.end() ? std::nullopt : std::optional{found->second};
+    };
+    Opening opening;
+    opening.at = scene.timeline.now();
+    opening.room = context_->sessionRoom();
+    opening.clocksAhead = scene.clocksAhead;
+    opening.preferredCamera = preferred(MediaType::video);
+    opening.preferredMicrophone = preferred(MediaType::audio);
+    if (!scene.cameras.empty()) {
+        opening.defaultCamera = scene.cameras.front().localizedName;
+    }
+    opening.cameraIsDenied =
+        scene.authorization.at(MediaType::video) != AuthorizationStatus::authorized;
+    // After a camera that cannot be opened the next one is tried.
+    if (const Opening& last = context_->memory.opening;
+        last.refused && last.at == opening.at && last.room == opening.room) {
+        opening.triedCameras = last.triedCameras;
+    }
+    return opening;
 }
 
 AuthorizationStatus SimulatedCaptureSystem::authorizationStatus(MediaType mediaType) const {

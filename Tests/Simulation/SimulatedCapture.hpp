@@ -30,6 +30,15 @@ enum class Fate {
     endsThoughComplete, ///< after a while the file is closed, complete, with an error
 };
 
+/// What the capture of one run of the program last tried.
+struct CaptureMemory {
+    Opening opening;
+    std::string baseName;     ///< of the last movie
+    std::string room;         ///< likewise
+    Date at{};                ///< when its devices were opened
+    bool startFailed = false; ///< nothing came of it
+};
+
 /// What the capture of one run of the program shares.
 struct CaptureContext {
     Scene& scene;
@@ -40,8 +49,11 @@ struct CaptureContext {
     std::function<bool(const std::string& room)> programRecords;
     /// Whether the session records, which is also so on the way into sleep.
     std::function<bool()> sessionRecords;
+    /// The room that it records, or nothing.
+    std::function<std::string()> sessionRoom;
     /// The sidecar of that base name, where one can be read.
     std::function<std::optional<Sidecar>(const std::string&)> sidecarOf;
+    CaptureMemory memory = {};
 };
 
 class SimulatedSession;
@@ -74,7 +86,8 @@ class SimulatedOutput final : public MovieFileOutput,
     bool writeFragment(bool syncAtOnce);
     void closeFile();
     void finish(const std::optional<PlatformError>& error);
-    void noteFailure(const char* what);
+    void noteFailure(const char* what, std::vector<std::string> words);
+
     [[nodiscard]] Segment& segment() const { return context_->scene.segments[segmentIndex_]; }
 
     std::shared_ptr<CaptureContext> context_;
@@ -95,15 +108,15 @@ class SimulatedOutput final : public MovieFileOutput,
 class SimulatedSession final : public CaptureSession,
                                public std::enable_shared_from_this<SimulatedSession> {
   public:
-    explicit SimulatedSession(std::shared_ptr<CaptureContext> context)
-        : context_{std::move(context)} {}
+    SimulatedSession(std::shared_ptr<CaptureContext> context, Opening opening)
+        : context_{std::move(context)}, opening_{std::move(opening)} {}
 
     void reportRuntimeError(const std::optional<PlatformError>& error) const {
         listeners_.call(error);
     }
     /// Nobody listens any more once the program has given the capture up.
     [[nodiscard]] bool isListenedTo() const { return listeners_.count() > 0; }
-    [[nodiscard]] bool hasCamera() const { return hasCamera_; }
+    [[nodiscard]] const Opening& opening() const { return opening_; }
 
     void beginConfiguration() override {}
     void commitConfiguration() override {}
@@ -131,7 +144,7 @@ class SimulatedSession final : public CaptureSession,
   private:
     std::shared_ptr<CaptureContext> context_;
     test::FakeListeners<std::optional<PlatformError>> listeners_;
-    bool hasCamera_ = false;
+    Opening opening_;
 };
 
 class SimulatedCaptureSystem final : public CaptureSystem {
@@ -156,6 +169,8 @@ class SimulatedCaptureSystem final : public CaptureSystem {
     void requestAccess(MediaType mediaType, std::function<void(bool granted)> answer) override;
 
   private:
+    [[nodiscard]] Opening openingNow() const;
+
     std::shared_ptr<CaptureContext> context_;
     test::FakeListeners<> deviceListeners_;
 };

@@ -45,6 +45,7 @@ class SimulatedExport final : public ExportSession,
   private:
     void copy();
     void failWith(const char* description) {
+        context_->noteFailure(source_);
         status_ = Status::failed;
         error_ = PlatformError{
             .domain = "Simulation", .code = 2, .description = description, .underlying = {}};
@@ -87,6 +88,7 @@ void SimulatedExport::exportAsynchronously(std::function<void()> completion) {
 void SimulatedExport::copy() {
     Scene& scene = context_->scene;
     if (outcome_ != Status::completed) {
+        context_->noteFailure(source_);
         ++scene.statistics.exportFailures;
         scene.note(
             "export: of {} ends with status {}", source_.filename().native(),
@@ -103,6 +105,7 @@ void SimulatedExport::copy() {
         return;
     }
     if (shortened_ && durationOf(fragments) > Seconds{1.1}) {
+        context_->noteFailure(source_);
         // More is missing than a rounding of durations explains.
         double missing = 0;
         while (missing <= 1000) {
@@ -127,6 +130,12 @@ void SimulatedExport::copy() {
 
 } // namespace
 
+void SimulatedExporter::Context::noteFailure(const std::filesystem::path& movie) const {
+    if (Segment* const segment = scene.segmentNamed(baseNameOf(movie))) {
+        segment->conversionFailed = true;
+    }
+}
+
 ExportWorker::Piece
 SimulatedExporter::Context::pieceFor(const std::filesystem::path& movie, Seconds duration) const {
     const std::string baseName = baseNameOf(movie);
@@ -146,6 +155,10 @@ std::shared_ptr<ExportSession>
 SimulatedExporter::makePassthroughExport(const std::filesystem::path& source) {
     Scene& scene = context_->scene;
     context_->conversionBegan[baseNameOf(source)] = scene.timeline.now();
+    if (Segment* const segment = scene.segmentNamed(baseNameOf(source))) {
+        segment->conversionBegan = scene.timeline.now();
+        segment->conversionFailed = false;
+    }
     bool shortened = false;
     bool supported = true;
     Status outcome = Status::completed;
@@ -154,10 +167,12 @@ SimulatedExporter::makePassthroughExport(const std::filesystem::path& source) {
         case 0:
             ++scene.statistics.exportFailures;
             scene.note("export: of {} cannot be made", source.filename().native());
+            context_->noteFailure(source);
             return nullptr;
         case 1:
             ++scene.statistics.exportFailures;
             scene.note("export: of {} to mp4 is not supported", source.filename().native());
+            context_->noteFailure(source);
             supported = false;
             break;
         case 2:
@@ -191,6 +206,8 @@ void SimulatedExporter::loadDuration(
         const auto contents = scene.files.contents(movie);
         if (contents && !scene.random.chance(scene.exportFailurePercent / 4)) {
             duration = durationOf(readableFragments(*contents));
+        } else {
+            context->noteFailure(movie);
         }
         context->mainLoop.post([answer, duration] { answer(duration); });
     };

@@ -26,6 +26,8 @@ class SimulatedExporter final : public MovieExporter {
         std::shared_ptr<ExportWorker> worker = std::make_shared<ExportWorker>(scene.timeline);
         std::map<std::string, Date> conversionBegan = {}; ///< by base name
 
+        /// The conversion of that movie comes to nothing.
+        void noteFailure(const std::filesystem::path& movie) const;
         /// A piece of work on that movie, or on what becomes of it.
         [[nodiscard]] ExportWorker::Piece
         pieceFor(const std::filesystem::path& movie, Seconds duration) const;

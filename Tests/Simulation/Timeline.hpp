@@ -60,6 +60,8 @@ class WallClock final : public DateProvider {
     explicit WallClock(const Timeline& timeline) : timeline_{timeline} {}
 
     [[nodiscard]] Date now() const override { return timeline_.now() + ahead_; }
+    /// How far it is ahead of the timeline.
+    [[nodiscard]] Seconds ahead() const { return ahead_; }
     void jump(Seconds by) { ahead_ += std::chrono::duration_cast<std::chrono::nanoseconds>(by); }
 
   private:

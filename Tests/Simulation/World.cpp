@@ -33,7 +33,7 @@ CaptureDeviceInfo device(const char* id) {
 } // namespace
 
 World::World(std::uint64_t seed, bool keepHistory)
-    : scene_{seed, keepHistory}, ledger_{scene_}, folderAccount_{scene_} {}
+    : scene_{seed, keepHistory}, ledger_{scene_}, folderAccount_{scene_}, sidecarAccount_{scene_} {}
 
 World::~World() {
     run_.reset();
@@ -59,6 +59,9 @@ void World::setUp() {
     windows_.permitted = scene_.random.chance(80);
     usersAreUnknown_ = scene_.random.chance(5);
     audio_.setCanListProcesses(!usersAreUnknown_);
+    if (usersAreUnknown_) {
+        sidecarAccount_.callersAreUnknown();
+    }
     defaults_.setBoolean("askBeforeRecording", scene_.random.chance(20));
     if (scene_.random.chance(30)) {
         defaults_.setStringArray("disabledCallFamilies", {});
@@ -173,6 +176,34 @@ std::vector<Moment::Holder> World::holders() const {
     return holders;
 }
 
+std::vector<Caller> World::callers() const {
+    const auto& disabled = run_->model().settings.disabledCallFamilies.get();
+    std::vector<Caller> callers;
+    for (const Program& program : programs_) {
+        callers.push_back(
+            {program.bundleID, !program.family.empty() && !disabled.contains(program.family),
+             program.showsMeeting});
+    }
+    return callers;
+}
+
+/// The program's clock is set between calls only: what it may show until then is remembered.
+void World::followClock() {
+    constexpr Seconds surely{30};
+    const bool calm = oracle_.watchingSince() && *oracle_.watchingSince() < moment_.now &&
+                      lastSession_.isIdle() && moment_.holders.empty() && !scene_.asleep &&
+                      !scene_.isWaitedFor() && !run_->model().pendingAskLabel.get();
+    if (!calm) {
+        calmSince_.reset();
+        return;
+    }
+    calmSince_ = calmSince_.value_or(moment_.now);
+    if (secondsBetween(*calmSince_, moment_.now) > surely) {
+        scene_.clocksAhead = {scene_.wallClock.ahead()};
+        calmSince_ = moment_.now;
+    }
+}
+
 void World::scheduleMishap() {
     scene_.timeline.after(scene_.between(1, 120), [this] {
         if (calm_) {
@@ -280,6 +311,7 @@ void World::setTheClock() {
     ++scene_.statistics.clockJumps;
     scene_.note("clock: jumps by {} s", by.count());
     scene_.wallClock.jump(by);
+    scene_.clocksAhead.push_back(scene_.wallClock.ahead());
 }
 
 bool World::isStandingTrouble() const {
@@ -350,10 +382,14 @@ void World::changeSettings() {
         const bool enabled = scene_.random.chance(60);
         scene_.note("user: family {} {}", family, enabled ? "on" : "off");
         model.setAutoRecord(family, enabled);
+        sidecarAccount_.settingsChanged();
     } else {
         scene_.note("user: prefers another device");
         model.settings.preferredVideoDeviceID.set("cam-2");
         model.settings.preferredAudioDeviceID.set("mic-2");
+        scene_.preferred = {
+            {MediaType::video, device("cam-2").localizedName},
+            {MediaType::audio, device("mic-2").localizedName}};
     }
 }
 
@@ -384,6 +420,7 @@ void World::answerPrompts() {
                 moment_.userAccepted = answer == Notifier::recordAction ||
                                        answer == NotificationResponse::defaultAction;
                 moment_.userDeclined = answer == Notifier::skipAction;
+                acceptedAsleep_ = scene_.asleep && moment_.userAccepted;
                 run_->notifications().respondToAsk(label, answer);
             });
     }
@@ -407,7 +444,11 @@ void World::launch() {
     quitDelay_ = {};
     readySeen_ = 0;
     isReadyToSleep_ = false;
+    acceptedAsleep_ = false;
+    scene_.clocksAhead = {scene_.wallClock.ahead()};
+    calmSince_.reset();
     folderAccount_.programLaunched();
+    sidecarAccount_.programLaunched();
     run_ = std::make_unique<ProgramRun>(scene_, Desktop{audio_, registry_, windows_, defaults_});
     run_->model().onQuitRequest = [this] {
         quitIsAskedFor();
@@ -496,7 +537,11 @@ bool World::afterStep() {
             recordingSince_ = moment_.now;
             lastSession_ = moment_.session;
         }
+        sidecarAccount_.look(
+            callers(), lastSession_.isRecording() ? lastSession_.roomCode().value_or("") : "",
+            oracle_.watchingSince());
         ledger_.checkTouched();
+        followClock();
         folderAccount_.look();
         const Seconds passed = secondsBetween(lastLook_, moment_.now);
         const Seconds blocked = std::exchange(scene_.blocked, Seconds{0});

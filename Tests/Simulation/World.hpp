@@ -10,6 +10,7 @@
 #include "Simulation/Ledger.hpp"
 #include "Simulation/ProgramRun.hpp"
 #include "Simulation/Scene.hpp"
+#include "Simulation/SidecarAccount.hpp"
 #include "Support/FakeAudioObjects.hpp"
 #include "Support/FakeProcessRegistry.hpp"
 #include "Support/FakeWindowList.hpp"
@@ -65,6 +66,8 @@ class World {
     void setTheClock();
     [[nodiscard]] bool isStandingTrouble() const;
     [[nodiscard]] std::vector<Moment::Holder> holders() const;
+    [[nodiscard]] std::vector<Caller> callers() const;
+    void followClock();
 
     // The user
     void scheduleClick();
@@ -98,6 +101,7 @@ class World {
     Scene scene_;
     Ledger ledger_;
     FolderAccount folderAccount_;
+    SidecarAccount sidecarAccount_;
     test::FakeAudioObjects audio_;
     test::FakeProcessRegistry registry_;
     test::FakeWindowList windows_;
@@ -120,12 +124,14 @@ class World {
     bool left_ = false;           ///< it has
     bool isLate_ = false;         ///< it does not, and nobody is waited for
     Seconds quitDelay_{0};        ///< for how long
+    bool acceptedAsleep_ = false; ///< the user answered the prompt before the machine slept
     bool isReadyToSleep_ = false; ///< the program says so
     int readySeen_ = 0;           ///< how often it has
     bool diskIsLow_ = false;
     std::size_t promptsSeen_ = 0;
     SessionState lastSession_;
     Date lastLook_{};
+    std::optional<Date> calmSince_; ///< no call goes on, so the program follows the wall clock
     bool disagreed_ = false;
     Seconds disagreement_{0}; ///< how long session and capture have told different things
 };

@@ -150,6 +150,8 @@ void World::fallAsleep() {
     scene_.note("machine: is awake");
     scene_.asleep = false;
     moment_.woke = true;
+    // What was answered on the way into sleep counts now.
+    moment_.userAccepted = std::exchange(acceptedAsleep_, false);
     lastSlept_ = scene_.lastSlow = scene_.timeline.now();
     run_->systemEvents().announceWaking();
 }
