@@ -5,8 +5,9 @@ PRESET ?= dev
 SCENE ?= call
 SEED ?=
 CALLS ?=
+COUNT ?=
 
-.PHONY: help demo pictures run test test-long simulate coverage bench lint analyze format install-dependencies clean
+.PHONY: help demo pictures run test test-long simulate mutate coverage bench lint analyze format install-dependencies clean
 
 help:
 	@echo 'make demo [SCENE=crash]    watch a call being recorded, in a private desktop session; with'
@@ -16,6 +17,9 @@ help:
 	@echo 'make run                   run the recorder here, in this desktop session'
 	@echo 'make simulate [CALLS=10000] [SEED=7]  live through calls, crashes and power failures; with SEED'
 	@echo '                            alone repeat that one world'
+	@echo 'make mutate [COUNT=200] [SEED=1]  plant so many single faults into the rules, one at a time, and'
+	@echo '                            print those that no test notices (an hour or more; goes on where it was'
+	@echo '                            ended)'
 	@echo 'make coverage              line coverage of the core by its own tests'
 	@echo 'make pictures              take the pictures of docs/ from the program on a private desktop'
 	@echo 'make bench [LONG=1]        print the measured claims; with LONG=1 also what takes half an hour'
@@ -54,6 +58,10 @@ simulate:
 	@scripts/build $(PRESET) Simulation
 	@build/$(PRESET)/Tests/Simulation/Simulation $(if $(SEED),--seed $(SEED)) \
 		$(if $(CALLS),--calls $(CALLS),$(if $(SEED),--replay))
+
+mutate:
+	@scripts/install-dependencies build
+	@scripts/mutate $(if $(SEED),--seed $(SEED)) $(if $(COUNT),--count $(COUNT))
 
 coverage:
 	@scripts/install-dependencies build test coverage
