@@ -223,6 +223,7 @@ void AppModel::driveSession() {
 }
 
 void AppModel::sessionStateDidChange(const SessionState& newState) {
+    const auto roomBefore = sessionState.get().roomCode();
     sessionState.set(newState);
     if (newState.isRecording()) {
         lastRecordingError.set(std::nullopt);
@@ -231,7 +232,8 @@ void AppModel::sessionStateDidChange(const SessionState& newState) {
         // again by itself.
         static_cast<void>(callDetector_.manualStop(environment_.dateProvider.now()));
     }
-    if (newState.isIdle()) {
+    if (newState.roomCode() != roomBefore) {
+        // One call may follow another without a moment of rest between them.
         failureCountByRoom_.clear();
         blockedCameraIDs_.clear();
         captureWarning.set(std::nullopt);

@@ -355,6 +355,20 @@ TEST_F(AppModelFailure, ANewCallStartsWithACleanFailureHistory) {
     EXPECT_EQ(camerasUsed().back(), "Integrated Camera");
 }
 
+TEST_F(AppModelFailure, ARecordingThatFollowsAtOnceStartsWithACleanFailureHistory) {
+    capture.addCamera(webcam);
+    recordZoomCall();
+    deviceDies();
+    settle();
+    ASSERT_NE(model().captureWarning.get(), std::nullopt);
+    model().stopAndDiscard();
+    model().recordNowFromMenu(); // before the next pass
+    settle();
+    EXPECT_EQ(sessionInWords(), "recording manual#2");
+    EXPECT_EQ(model().captureWarning.get(), std::nullopt);
+    EXPECT_EQ(camerasUsed().back(), "Integrated Camera");
+}
+
 TEST_F(AppModelFailure, TheSecondPassWithoutACallForgetsItsFailures) {
     capture.addCamera(webcam);
     recordZoomCall();
