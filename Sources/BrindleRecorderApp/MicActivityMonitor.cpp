@@ -204,21 +204,29 @@ std::optional<std::string> MicActivityMonitor::enclosingApplicationID(std::int32
 std::optional<std::vector<std::string>>
 MicActivityMonitor::windowTitlesForFamilyOf(const std::string& bundleID) const {
     const CallAppFamily* family = CallCatalog::family(bundleID);
-    if (family == nullptr) {
-        return std::nullopt;
-    }
-    const auto windows = readableWindows();
-    return windows ? std::optional{titlesOf(*family, *windows)} : std::nullopt;
+    return family == nullptr ? std::nullopt : titlesOf(*family, readTitles());
 }
 
-std::optional<std::vector<WindowRecord>> MicActivityMonitor::readableWindows() const {
-    return windowList_.titlesPermitted() ? windowList_.windows() : std::nullopt;
+MicActivityMonitor::Titles MicActivityMonitor::readTitles() const {
+    return {
+        .ofWindows = windowList_.titlesPermitted() ? windowList_.windows() : std::nullopt,
+        .toldOtherwise = windowList_.titlesToldOtherwise()};
 }
 
-std::vector<std::string> MicActivityMonitor::titlesOf(
-    const CallAppFamily& family, const std::vector<WindowRecord>& windows) const {
+std::optional<std::vector<std::string>>
+MicActivityMonitor::titlesOf(const CallAppFamily& family, const Titles& all) const {
     std::vector<std::string> titles;
-    for (const WindowRecord& window : windows) {
+    if (all.ofWindows) {
+        addTitles(titles, family, *all.ofWindows);
+    }
+    addTitles(titles, family, all.toldOtherwise);
+    return all.ofWindows || !titles.empty() ? std::optional{std::move(titles)} : std::nullopt;
+}
+
+void MicActivityMonitor::addTitles(
+    std::vector<std::string>& titles, const CallAppFamily& family,
+    const std::vector<WindowRecord>& records) const {
+    for (const WindowRecord& window : records) {
         if (titles.size() == maxTitles) {
             break;
         }
@@ -231,27 +239,22 @@ std::vector<std::string> MicActivityMonitor::titlesOf(
             titles.push_back(boundedTitle(*window.name));
         }
     }
-    return titles;
 }
 
 std::vector<MicUser> MicActivityMonitor::withWindowTitles(std::vector<MicUser> users) const {
-    std::optional<std::optional<std::vector<WindowRecord>>> windows;
-    std::map<std::string_view, std::vector<std::string>> titles;
+    std::optional<Titles> all;
+    std::map<std::string_view, std::optional<std::vector<std::string>>> titles;
     for (MicUser& user : users) {
         const CallAppFamily* const family = CallCatalog::family(user.bundleID);
         if (family == nullptr || !family->isBrowser) {
             continue;
         }
-        if (!windows) {
-            windows = readableWindows();
-        }
-        if (!*windows) {
-            user.windowTitles = std::nullopt;
-            continue;
+        if (!all) {
+            all = readTitles();
         }
         const auto [known, isNew] = titles.try_emplace(family->id);
         if (isNew) {
-            known->second = titlesOf(*family, **windows);
+            known->second = titlesOf(*family, *all);
         }
         user.windowTitles = known->second;
     }

@@ -56,8 +56,9 @@ class MicActivityMonitor {
     [[nodiscard]] std::vector<MicUser> snapshot();
 
     /// The titles of all windows of all processes of the family that the identifier belongs to, in
-    /// the desktop's order, within the limits above. Absent, which is not the same as none, when
-    /// titles may not or cannot be read, and for an identifier of no known family.
+    /// the desktop's order, then those that the family tells otherwise, within the limits above.
+    /// Absent, which is not the same as none, when titles may not or cannot be read and the family
+    /// tells none, and for an identifier of no known family.
     [[nodiscard]] std::optional<std::vector<std::string>>
     windowTitlesForFamilyOf(const std::string& bundleID) const;
     /// The users, each browser with its window titles. The windows are read once for all of them.
@@ -81,10 +82,16 @@ class MicActivityMonitor {
 
     std::optional<std::vector<MicUser>> perProcessSnapshot();
     [[nodiscard]] std::vector<MicUser> deviceSnapshot() const;
-    /// Nothing when they may not or cannot be read.
-    [[nodiscard]] std::optional<std::vector<WindowRecord>> readableWindows() const;
-    [[nodiscard]] std::vector<std::string>
-    titlesOf(const CallAppFamily& family, const std::vector<WindowRecord>& windows) const;
+    struct Titles {
+        std::optional<std::vector<WindowRecord>> ofWindows; ///< absent when they cannot be read
+        std::vector<WindowRecord> toldOtherwise;
+    };
+    [[nodiscard]] Titles readTitles() const;
+    [[nodiscard]] std::optional<std::vector<std::string>>
+    titlesOf(const CallAppFamily& family, const Titles& all) const;
+    void addTitles(
+        std::vector<std::string>& titles, const CallAppFamily& family,
+        const std::vector<WindowRecord>& records) const;
 
     std::string bundleIDOf(AudioObjectID process, std::int32_t pid);
     std::optional<std::string> resolveBundleID(AudioObjectID process, std::int32_t pid);

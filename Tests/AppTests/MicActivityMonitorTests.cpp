@@ -416,6 +416,24 @@ TEST_F(MicActivityMonitorTest, WithoutPermissionTheTitlesAreAbsentNotEmpty) {
     EXPECT_THAT(monitor_->windowTitlesForFamilyOf("com.google.Chrome"), Optional(IsEmpty()));
 }
 
+TEST_F(MicActivityMonitorTest, ATitleThatABrowserTellsOtherwiseIsNoOtherBrowsers) {
+    windows_.toldOtherwise = {
+        {.ownerPid = {}, .ownerBundleID = "org.mozilla.firefox", .name = "Weekly sync"}};
+    const std::vector<MicUser> users{
+        {.bundleID = "com.google.Chrome", .pid = 1, .windowTitles = {}},
+        {.bundleID = "org.mozilla.firefox", .pid = 2, .windowTitles = {}}};
+    windows_.permitted = false;
+    auto known = monitor_->withWindowTitles(users);
+    EXPECT_EQ(known.at(0).windowTitles, std::nullopt);
+    EXPECT_THAT(known.at(1).windowTitles, Optional(ElementsAre("Weekly sync")));
+
+    windows_.permitted = true;
+    windows_.records = {{.ownerPid = {}, .ownerBundleID = "org.mozilla.firefox", .name = "Inbox"}};
+    known = monitor_->withWindowTitles(users);
+    EXPECT_THAT(known.at(0).windowTitles, Optional(IsEmpty()));
+    EXPECT_THAT(known.at(1).windowTitles, Optional(ElementsAre("Inbox", "Weekly sync")));
+}
+
 TEST_F(MicActivityMonitorTest, ForAnUnknownFamilyTheTitlesAreAbsent) {
     EXPECT_EQ(monitor_->windowTitlesForFamilyOf("com.example.unknown"), std::nullopt);
     EXPECT_EQ(monitor_->windowTitlesForFamilyOf(""), std::nullopt);

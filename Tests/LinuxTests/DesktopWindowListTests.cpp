@@ -1,10 +1,12 @@
 #include "BrindleRecorderLinux/Windows/DesktopWindowList.hpp"
 
+#include "BrindleRecorderApp/MicActivityMonitor.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
 #include "LinuxTests/ToplevelCompositor.hpp"
 #include "LinuxTests/XServer.hpp"
 #include "Support/EnvironmentVariable.hpp"
+#include "Support/FakeAudioObjects.hpp"
 #include "Support/TemporaryFolder.hpp"
 
 #include <gmock/gmock.h>
@@ -70,34 +72,39 @@ class DesktopWindowListTest : public testing::Test {
     std::optional<test::EnvironmentVariable> display_;
 };
 
-TEST_F(DesktopWindowListTest, HasTheXServersWindowsAndThenTheStreams) {
+TEST_F(DesktopWindowListTest, HasTheXServersWindowsBesideTheTitlesInStreams) {
     const DesktopWindowList windows{processes_, loop_.loop(), callOfFirefox};
     EXPECT_TRUE(windows.titlesPermitted());
-    EXPECT_THAT(windows.windows(), Optional(ElementsAre(onX11_, inStream_)));
+    EXPECT_THAT(windows.windows(), Optional(ElementsAre(onX11_)));
+    EXPECT_THAT(windows.titlesToldOtherwise(), ElementsAre(inStream_));
 }
 
 TEST_F(DesktopWindowListTest, HasTheCompositorsWindowsInsteadWhereItListsThem) {
     ToplevelCompositor compositor{socket_, {0}};
     compositor.open("on Wayland", "chromium");
     const DesktopWindowList windows{processes_, loop_.loop(), callOfFirefox};
-    EXPECT_THAT(windows.windows(), Optional(ElementsAre(onWayland_, inStream_)));
+    EXPECT_THAT(windows.windows(), Optional(ElementsAre(onWayland_)));
+    EXPECT_THAT(windows.titlesToldOtherwise(), ElementsAre(inStream_));
 }
 
 TEST_F(DesktopWindowListTest, HasTheXServersWindowsWhereTheCompositorListsNone) {
     const ToplevelCompositor compositor{socket_, {}};
     const DesktopWindowList windows{processes_, loop_.loop(), callOfFirefox};
-    EXPECT_THAT(windows.windows(), Optional(ElementsAre(onX11_, inStream_)));
+    EXPECT_THAT(windows.windows(), Optional(ElementsAre(onX11_)));
+    EXPECT_THAT(windows.titlesToldOtherwise(), ElementsAre(inStream_));
 }
 
-TEST_F(DesktopWindowListTest, HasTheStreamsAloneWhereNoWindowsAreShown) {
+TEST_F(DesktopWindowListTest, TheTitleInAStreamIsThatBrowsersAloneWhereNoWindowsAreShown) {
     const test::EnvironmentVariable none{"DISPLAY", nobody};
     const DesktopWindowList windows{processes_, loop_.loop(), callOfFirefox};
-    EXPECT_TRUE(windows.titlesPermitted());
-    EXPECT_THAT(windows.windows(), Optional(ElementsAre(inStream_)));
-    const DesktopWindowList silent{processes_, loop_.loop(), [] {
-                                       return std::make_shared<const AudioGraph>();
-                                   }};
-    EXPECT_FALSE(silent.titlesPermitted());
+    EXPECT_FALSE(windows.titlesPermitted());
+    test::FakeAudioObjects audio;
+    const MicActivityMonitor monitor{audio, processes_, windows};
+    const auto users = monitor.withWindowTitles(
+        {{.bundleID = "com.google.Chrome", .pid = 1, .windowTitles = {}},
+         {.bundleID = "org.mozilla.firefox", .pid = 2, .windowTitles = {}}});
+    EXPECT_EQ(users.at(0).windowTitles, std::nullopt);
+    EXPECT_THAT(users.at(1).windowTitles, Optional(ElementsAre("in a stream")));
 }
 
 } // namespace

@@ -127,7 +127,7 @@ std::vector<MicUser> usersIn(const json& row) {
                          .bundleID = identity.bundleIdentifier});
     }
     test::FakeWindowList windows;
-    windows.records = pageTitlesIn(graph);
+    windows.toldOtherwise = pageTitlesIn(graph);
     for (const std::string& title : row.value("titles", std::vector<std::string>{})) {
         windows.records->push_back(
             {std::nullopt, row.at("expected").at("identifier").get<std::string>(), title});

@@ -27,6 +27,9 @@ class WindowList {
     [[nodiscard]] virtual bool titlesPermitted() const = 0;
     /// All windows but the desktop's own; nothing when they cannot be read.
     [[nodiscard]] virtual std::optional<std::vector<WindowRecord>> windows() const = 0;
+    /// Titles that single applications tell by another way, whether or not the windows may be read.
+    /// They say nothing about applications that have none here.
+    [[nodiscard]] virtual std::vector<WindowRecord> titlesToldOtherwise() const { return {}; }
 };
 
 } // namespace brindle

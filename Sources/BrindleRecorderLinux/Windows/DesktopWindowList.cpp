@@ -6,20 +6,26 @@ namespace brindle {
 
 DesktopWindowList::DesktopWindowList(
     const ProcessRegistry& processes, pw_loop* loop, StreamTitles::GraphSource graph)
-    : wayland_{loop}, x11_{processes}, streams_{std::move(graph)},
-      onWayland_{{wayland_, streams_}}, onX11_{{x11_, streams_}} {}
+    : wayland_{loop}, x11_{processes}, streams_{std::move(graph)} {}
 
-const WindowList& DesktopWindowList::sources() const {
+const WindowList& DesktopWindowList::source() const {
     // The X server is not even asked where it is not needed: a compositor may have to start it.
-    return wayland_.titlesPermitted() ? onWayland_ : onX11_;
+    if (wayland_.titlesPermitted()) {
+        return wayland_;
+    }
+    return x11_;
 }
 
 bool DesktopWindowList::titlesPermitted() const {
-    return sources().titlesPermitted();
+    return source().titlesPermitted();
 }
 
 std::optional<std::vector<WindowRecord>> DesktopWindowList::windows() const {
-    return sources().windows();
+    return source().windows();
+}
+
+std::vector<WindowRecord> DesktopWindowList::titlesToldOtherwise() const {
+    return streams_.titles();
 }
 
 } // namespace brindle

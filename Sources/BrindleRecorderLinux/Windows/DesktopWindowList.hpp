@@ -1,7 +1,6 @@
 // Every window title that this desktop lets us read, from wherever it can be had.
 #pragma once
 
-#include "BrindleRecorderLinux/Windows/CombinedWindowList.hpp"
 #include "BrindleRecorderLinux/Windows/StreamTitles.hpp"
 #include "BrindleRecorderLinux/Windows/WaylandWindowList.hpp"
 #include "BrindleRecorderLinux/Windows/X11WindowList.hpp"
@@ -11,8 +10,8 @@
 
 namespace brindle {
 
-/// The windows first, then the titles of streams. The windows are those that the compositor lists,
-/// among which are its X11 programs'; where there is none that lists any, the X server's.
+/// The windows are those that the compositor lists, among which are its X11 programs'; where there
+/// is none that lists any, the X server's. Titles of streams are told otherwise.
 class DesktopWindowList final : public WindowList {
   public:
     /// Connects to what the environment names. Registry and loop must outlive this.
@@ -21,15 +20,14 @@ class DesktopWindowList final : public WindowList {
 
     [[nodiscard]] bool titlesPermitted() const override;
     [[nodiscard]] std::optional<std::vector<WindowRecord>> windows() const override;
+    [[nodiscard]] std::vector<WindowRecord> titlesToldOtherwise() const override;
 
   private:
-    [[nodiscard]] const WindowList& sources() const;
+    [[nodiscard]] const WindowList& source() const;
 
     WaylandWindowList wayland_;
     X11WindowList x11_;
     StreamTitles streams_;
-    CombinedWindowList onWayland_;
-    CombinedWindowList onX11_;
 };
 
 } // namespace brindle

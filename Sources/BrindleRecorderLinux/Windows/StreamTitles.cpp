@@ -93,12 +93,4 @@ const std::vector<WindowRecord>& StreamTitles::titles() const {
     return titles_;
 }
 
-bool StreamTitles::titlesPermitted() const {
-    return !titles().empty();
-}
-
-std::optional<std::vector<WindowRecord>> StreamTitles::windows() const {
-    return titles().empty() ? std::nullopt : std::optional{titles()};
-}
-
 } // namespace brindle

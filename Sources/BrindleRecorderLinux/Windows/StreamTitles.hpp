@@ -6,7 +6,6 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <vector>
 
 namespace brindle {
@@ -16,21 +15,18 @@ namespace brindle {
 /// began. Each title once. Other programs put nothing of the kind there. Pure.
 std::vector<WindowRecord> pageTitlesIn(const pipewire::AudioGraph& graph);
 
-/// Titles are permitted only while there are any, so that a desktop that shows no windows does not
-/// pass for one that does.
-class StreamTitles final : public WindowList {
+/// Belongs to the main thread.
+class StreamTitles {
   public:
     /// Answers the same object until the graph changes; null while no sound server answers.
     using GraphSource = std::function<std::shared_ptr<const pipewire::AudioGraph>()>;
 
     explicit StreamTitles(GraphSource graph);
 
-    [[nodiscard]] bool titlesPermitted() const override;
-    [[nodiscard]] std::optional<std::vector<WindowRecord>> windows() const override;
-
-  private:
+    /// Those in what the server knows now.
     [[nodiscard]] const std::vector<WindowRecord>& titles() const;
 
+  private:
     GraphSource graph_;
     mutable std::shared_ptr<const pipewire::AudioGraph> readGraph_; ///< what `titles_` are from
     mutable std::vector<WindowRecord> titles_;
