@@ -84,7 +84,7 @@ void FolderAccount::look() {
             continue;
         }
         ++discards_;
-        if (hasFiles(segment)) {
+        if (!segment.closed || hasFiles(segment)) {
             segment.goneSince.reset();
         } else if (!segment.goneSince) {
             segment.goneSince = now;

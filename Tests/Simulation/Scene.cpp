@@ -80,6 +80,16 @@ Scene::Scene(std::uint64_t seed, bool keepHistory)
     : random{seed}, timeline{dateFromUnixSeconds(startOfTime)}, files{wallClock},
       keepHistory_{keepHistory}, start_{timeline.now()} {}
 
+std::uint64_t Scene::folderSize() const {
+    std::uint64_t bytes = 0;
+    for (const auto& path : files.files()) {
+        if (!path.filename().native().starts_with('.')) {
+            bytes += files.contents(path).value_or("").size();
+        }
+    }
+    return bytes;
+}
+
 Segment* Scene::segmentNamed(const std::string& baseName) {
     for (auto segment = segments.rbegin(); segment != segments.rend(); ++segment) {
         if (segment->baseName == baseName) {

@@ -114,6 +114,15 @@ struct Segment {
     bool discarded = false;        ///< for good
 };
 
+/// Something that happened to a capture.
+struct CaptureFailure {
+    std::uint64_t launch = 0;
+    std::string room;
+    std::optional<unsigned> segment; ///< nothing when no movie came of it
+    std::vector<std::string> words;  ///< what is said about it contains one of these
+    bool told = false;               ///< to the user
+};
+
 struct Scene {
     explicit Scene(std::uint64_t seed, bool keepHistory);
 
@@ -141,6 +150,11 @@ struct Scene {
     /// By base name: the run that last began to record under it, even if nothing came of that.
     std::map<std::string, std::uint64_t> recordedBy;
     std::vector<Segment> segments;
+    std::vector<CaptureFailure> failures;
+    Opening lastOpening;        ///< the last in which a recording began
+    std::int64_t freeBytes = 0; ///< on the disk
+    /// How large the folder's visible files were together after every change since last looked at.
+    std::vector<std::uint64_t> folderSizes;
     std::set<std::string> ending;  ///< base names of the movies that the program was told to end
     std::set<std::string> touched; ///< base names whose files changed since last looked at
     bool asleep = false;           ///< from the announcement to the waking
@@ -162,6 +176,8 @@ struct Scene {
             violation = std::move(what);
         }
     }
+    /// The folder's visible files together.
+    [[nodiscard]] std::uint64_t folderSize() const;
     /// The last recording under that name; null for one that never came to be.
     Segment* segmentNamed(const std::string& baseName);
     /// A random span between two.

@@ -70,6 +70,11 @@ void SimulatedOutput::startRecording(const std::filesystem::path& path, FinishCa
         context_->memory.room = opening.room;
         context_->memory.at = opening.at;
         context_->memory.startFailed = true;
+        scene.failures.push_back(
+            {.launch = scene.launches,
+             .room = opening.room,
+             .segment = std::nullopt,
+             .words = {"Capture stopped: cannot start"}});
         ++scene.statistics.captureFailures;
         scene.trouble();
         onFinish_(path, errorOf("cannot start"));
@@ -147,7 +152,12 @@ void SimulatedOutput::noteFailure(const char* what, std::vector<std::string> wor
     scene.trouble();
     segment().captureFailed = true;
     segment().failedAt = segment().failedAt.value_or(scene.timeline.now());
-    std::ranges::move(words, std::back_inserter(segment().failureWords));
+    std::ranges::copy(words, std::back_inserter(segment().failureWords));
+    scene.failures.push_back(
+        {.launch = scene.launches,
+         .room = segment().opening.room,
+         .segment = segment().id,
+         .words = std::move(words)});
     scene.note("capture: {} of {}", what, segment().baseName);
 }
 
@@ -317,6 +327,7 @@ SimulatedSession::makeInput(const std::shared_ptr<CaptureDevice>& device) {
         return unexpected(errorOf("busy"));
     }
     (isCamera ? opening_.camera : opening_.microphone) = name;
+    context_->scene.lastOpening = opening_;
     return std::make_shared<SimulatedInput>();
 }
 

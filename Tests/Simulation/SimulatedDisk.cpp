@@ -30,6 +30,7 @@ bool SimulatedDisk::enter() const {
 void SimulatedDisk::changed(const std::filesystem::path& path) {
     if (!path.filename().native().starts_with('.')) {
         scene_.touched.insert(path.stem().native());
+        scene_.folderSizes.push_back(scene_.folderSize());
     }
     if (changesLeft_ && --*changesLeft_ <= 0) {
         changesLeft_.reset();

@@ -33,7 +33,8 @@ CaptureDeviceInfo device(const char* id) {
 } // namespace
 
 World::World(std::uint64_t seed, bool keepHistory)
-    : scene_{seed, keepHistory}, ledger_{scene_}, folderAccount_{scene_}, sidecarAccount_{scene_} {}
+    : scene_{seed, keepHistory}, ledger_{scene_}, folderAccount_{scene_}, sidecarAccount_{scene_},
+      userAccount_{scene_} {}
 
 World::~World() {
     run_.reset();
@@ -42,6 +43,7 @@ World::~World() {
 // --- The computer ---
 
 void World::setUp() {
+    setFreeBytes(plentyOfRoom);
     scene_.cameras = {device("cam-1"), device("cam-2")};
     scene_.microphones = {device("mic-1"), device("mic-2")};
     const auto usual = [&] {
@@ -61,6 +63,7 @@ void World::setUp() {
     audio_.setCanListProcesses(!usersAreUnknown_);
     if (usersAreUnknown_) {
         sidecarAccount_.callersAreUnknown();
+        userAccount_.callersAreUnknown();
     }
     defaults_.setBoolean("askBeforeRecording", scene_.random.chance(20));
     if (scene_.random.chance(30)) {
@@ -264,6 +267,11 @@ void World::changeDevices() {
     run_->capture().fireDevicesChanged();
 }
 
+void World::setFreeBytes(std::int64_t bytes) {
+    scene_.freeBytes = bytes;
+    scene_.files.setAvailableCapacity(bytes);
+}
+
 void World::troubleTheDisk() {
     switch (scene_.random.below(3)) {
     case 0:
@@ -283,11 +291,11 @@ void World::troubleTheDisk() {
         scene_.note("disk: nearly full");
         diskIsLow_ = true;
         scene_.files.setRoomLeft(static_cast<std::int64_t>(scene_.random.below(600)));
-        scene_.files.setAvailableCapacity(scene_.random.chance(50) ? 900'000'000 : 3'000'000'000);
+        setFreeBytes(scene_.random.chance(50) ? 900'000'000 : 3'000'000'000);
         scene_.timeline.after(scene_.between(5, 60), [this] {
             diskIsLow_ = false;
             scene_.files.setRoomLeft(std::nullopt);
-            scene_.files.setAvailableCapacity(plentyOfRoom);
+            setFreeBytes(plentyOfRoom);
             scene_.note("disk: has room again");
         });
         break;
@@ -453,6 +461,7 @@ void World::launch() {
     run_->model().onQuitRequest = [this] {
         quitIsAskedFor();
     };
+    userAccount_.programLaunched(run_->model());
     run_->model().launch();
     // A question that nobody answers does not hold the program up for long.
     constexpr Seconds patience{20};
@@ -539,6 +548,9 @@ bool World::afterStep() {
         }
         sidecarAccount_.look(
             callers(), lastSession_.isRecording() ? lastSession_.roomCode().value_or("") : "",
+            oracle_.watchingSince());
+        userAccount_.look(
+            run_->model(), run_->notifications(), !moment_.holders.empty(),
             oracle_.watchingSince());
         ledger_.checkTouched();
         followClock();

@@ -11,6 +11,7 @@
 #include "Simulation/ProgramRun.hpp"
 #include "Simulation/Scene.hpp"
 #include "Simulation/SidecarAccount.hpp"
+#include "Simulation/UserAccount.hpp"
 #include "Support/FakeAudioObjects.hpp"
 #include "Support/FakeProcessRegistry.hpp"
 #include "Support/FakeWindowList.hpp"
@@ -61,6 +62,7 @@ class World {
     void tellDeviceUse();
     void scheduleMishap();
     void changeDevices();
+    void setFreeBytes(std::int64_t bytes);
     void troubleTheDisk();
     void changePermissions();
     void setTheClock();
@@ -102,6 +104,7 @@ class World {
     Ledger ledger_;
     FolderAccount folderAccount_;
     SidecarAccount sidecarAccount_;
+    UserAccount userAccount_;
     test::FakeAudioObjects audio_;
     test::FakeProcessRegistry registry_;
     test::FakeWindowList windows_;

@@ -104,6 +104,7 @@ void World::checkNothingRuns(const char* when) {
         scene_.violate(fmt::format("a recording is being converted {}", when));
     }
     ledger_.checkClosed(when);
+    userAccount_.checkAtRest(when);
     if (!run_->queue().hasWork()) {
         folderAccount_.checkAtRest(true);
     }
@@ -191,7 +192,7 @@ bool World::settle() {
         run_->disk().setSickness(0, 0);
         run_->disk().dieAfter(std::nullopt);
         scene_.files.setRoomLeft(std::nullopt);
-        scene_.files.setAvailableCapacity(plentyOfRoom);
+        setFreeBytes(plentyOfRoom);
         scene_.files.stopFailing();
         diskIsLow_ = false;
         while (!programs_.empty()) {
