@@ -34,6 +34,8 @@ KEPT = {
     "protected", "throw", "extern", "inline", "virtual", "explicit", "goto", "co_yield", "if", "for", "while",
     "switch", "do", "try", "catch", "else", "return", "co_return", "static_cast", "thread_local", "mutable",
 }
+# What looks like a call and is none, and calls to which the order of two values is all one.
+NOT_SWAPPED = {"if", "for", "while", "switch", "catch", "sizeof", "decltype", "max", "min", "minmax"}
 LOG = {"log_", "log", "diagnosticLog_", "systemLog_"}
 
 
@@ -339,7 +341,7 @@ class Source:
         for index in range(first, last):
             if self.word(index) != "(" or self.tokens[index - 1].kind != "word":
                 continue
-            if self.word(index - 1) in ("if", "for", "while", "switch", "catch", "sizeof", "decltype"):
+            if self.word(index - 1) in NOT_SWAPPED:
                 continue
             closing = self.tokens[index].mate
             if self.word(closing + 1) in ("{", "const", "mutable", "->"):
