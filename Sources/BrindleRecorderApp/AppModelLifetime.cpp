@@ -90,10 +90,9 @@ void AppModel::wakeUp() {
         return;
     }
     log_.diagnostic("the machine has woken");
-    if (!watchesWhenAwake_) {
-        return;
+    if (watchesWhenAwake_) {
+        startPolling();
     }
-    startPolling();
     evaluateCalls(true);
     const auto* recording = callDetector_.phase().asRecording();
     if (recordingIsPaused() && recording != nullptr && recording->isManual) {

@@ -107,6 +107,18 @@ TEST_F(AppModelSleep, ARecordingByHandEndsWithTheSleepWhereNobodyIsInACall) {
     EXPECT_THAT(captured, SizeIs(1));
 }
 
+TEST_F(AppModelSleep, ARecordingByHandEndsWithTheSleepAlsoBeforeTheProgramWatches) {
+    model().launch();
+    settle(); // the question about notifications is not answered yet
+    model().recordNowFromMenu();
+    settle();
+    ASSERT_TRUE(isCapturing());
+    fallAsleep();
+    systemEvents.announceWaking();
+    settle();
+    EXPECT_FALSE(model().sessionState.get().isRecording());
+}
+
 TEST_F(AppModelSleep, WatchingPausesDuringSleepAndGoesOnAfterwards) {
     launch();
     fallAsleep();
