@@ -703,6 +703,51 @@ TEST_F(MovieExport, WritesNoMoreMediaThanTheSourceHolds) {
     }
 }
 
+TEST_F(MovieExport, NothingInAnIndexMakesTheOutputHoldMoreThanTheSource) {
+    const auto original = fresh(".mov");
+    const Bytes movie = movieOfOnePicture(original);
+    const auto picture = readPackets(original).at(0).at(0);
+    auto random = test::seededRandom();
+    const auto oneOf = [&](std::uint32_t first, std::uint32_t last) {
+        return std::uniform_int_distribution<std::uint32_t>{first, last}(random);
+    };
+    int converted = 0;
+    for (int round = 0; round < 200; ++round) {
+        const std::uint32_t chunks = oneOf(1, 3);
+        const std::uint32_t perChunk = oneOf(1, 2);
+        const std::uint32_t edits = oneOf(1, 3);
+        std::vector<std::uint32_t> sizes{0, 0, chunks * perChunk};
+        std::vector<std::uint32_t> places{0, chunks};
+        std::vector<std::uint32_t> list{0, edits};
+        for (std::uint32_t sample = 0; sample < chunks * perChunk; ++sample) {
+            sizes.push_back(oneOf(0, 1) == 0 ? 0 : static_cast<std::uint32_t>(picture.size));
+        }
+        for (std::uint32_t chunk = 0; chunk < chunks; ++chunk) {
+            places.push_back(static_cast<std::uint32_t>(picture.position));
+        }
+        for (std::uint32_t edit = 0; edit < edits; ++edit) {
+            list.insert(list.end(), {oneOf(1, 200), oneOf(0, 1) * 512, 0x10000});
+        }
+        const Bytes changed = test::withBoxContents(
+            movie, {{"stsz", numbers(sizes)},
+                    {"stsc", numbers({0, 1, 1, perChunk, 1})},
+                    {"stts", numbers({0, 1, chunks * perChunk, 512})},
+                    {"stco", numbers(places)},
+                    {"elst", numbers(list)}});
+        const auto output = fresh(".mp4");
+        if (exportBytes(changed, output).status == Status::completed) {
+            ++converted;
+            for (const TopLevelBox& box : test::topLevelBoxes(test::readFile(output))) {
+                EXPECT_TRUE(
+                    box.type != "mdat" || box.size <= static_cast<std::int64_t>(changed.size()))
+                    << "round " << round;
+            }
+        }
+        std::filesystem::remove(output);
+    }
+    EXPECT_GT(converted, 0);
+}
+
 TEST_F(MovieExport, HasNoSessionForWhatIsNoFile) {
     EXPECT_EQ(exporter.makePassthroughExport(fresh(".mov")), nullptr);
     EXPECT_EQ(exporter.makePassthroughExport("/"), nullptr);
