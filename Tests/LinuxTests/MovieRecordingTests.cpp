@@ -264,6 +264,18 @@ TEST_F(MovieRecordingTest, ReportsTheFinishEvenWhenTheEncoderNeverAnswers) {
     *released = true;
 }
 
+TEST_F(MovieRecordingTest, CountsThePicturesThatWereLostOnTheWayToIt) {
+    FFmpegMovieRecording recording{movie_, bothTracks(), finish_.callback()};
+    const Moment begin = monotonicNow();
+    for (int index = 0; index < 10; ++index) {
+        auto picture = greyPicture(begin + Moment{seconds{1}} * index / 30, 100, 320, 240);
+        picture.lostBefore = index == 5 ? 7 : 0;
+        recording.addPicture(std::move(picture));
+    }
+    EXPECT_EQ(recording.droppedPictures(), 7);
+    recording.finish();
+}
+
 TEST_F(MovieRecordingTest, DropsPicturesInsteadOfWaitingForTheEncoder) {
     FFmpegMovieRecording recording{movie_, bothTracks(), finish_.callback()};
     const Moment begin = monotonicNow();

@@ -1,5 +1,6 @@
 #include "BrindleRecorderLinux/PipeWire/CaptureConnection.hpp"
 
+#include "BrindleRecorderLinux/PipeWire/WaitingMedia.hpp"
 #include "DesktopDevices.hpp"
 #include "MovieInspection.hpp"
 #include "ServerGate.hpp"
@@ -8,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <mutex>
@@ -67,6 +69,7 @@ class PipeWireCaptureConnectionTest : public testing::Test {
         return {
             .picture =
                 [this](media::CapturedPicture picture) {
+                    lostPictures_ += picture.lostBefore;
                     (failures_.count() == 0 ? pictures_ : late_).add(picture.time);
                 },
             .sound =
@@ -96,6 +99,7 @@ class PipeWireCaptureConnectionTest : public testing::Test {
         });
     }
 
+    std::atomic<std::int64_t> lostPictures_ = 0;
     HandedOn pictures_;
     HandedOn sounds_;
     HandedOn late_; ///< after the capture has failed
@@ -121,6 +125,29 @@ TEST_F(PipeWireCaptureConnectionTest, HandsNothingOnBeforeTheServerHasConfirmedW
         return pictures_.takenBetween(closed, opened) >= fewerThanThose &&
                sounds_.takenBetween(closed, opened) >= fewerThanThose;
     })) << "it had been there";
+    EXPECT_EQ(failures_.count(), 0U);
+}
+
+TEST_F(PipeWireCaptureConnectionTest, KeepsNoMoreThanThereIsRoomForWhileTheServerDoesNotAnswer) {
+    test::ServerGate gate;
+    const test::TestCamera camera{"large-cam", test::TestCamera::i420(1920, 1080, 30)};
+    auto wanted = devices("large-cam");
+    wanted.pictures = {.width = 1920, .height = 1080, .frameRate = 30};
+    CaptureConnection connection{wanted, handlers()};
+    ASSERT_TRUE(connection.start());
+    ASSERT_TRUE(someHaveBeenHandedOn());
+
+    gate.close();
+    const Moment closed = media::monotonicNow();
+    ASSERT_TRUE(deliversMany(camera));
+    ASSERT_TRUE(deliversMany(camera));
+    ASSERT_TRUE(deliversMany(camera));
+    const Moment opened = media::monotonicNow();
+    gate.open();
+    ASSERT_TRUE(eventually([this] { return lostPictures_ > 0; }));
+    constexpr std::size_t pictureBytes = 1920 * 1080 * 3 / 2;
+    EXPECT_LE(
+        pictures_.takenBetween(closed, opened), WaitingMedia::Room{}.pictures / pictureBytes + 1);
     EXPECT_EQ(failures_.count(), 0U);
 }
 

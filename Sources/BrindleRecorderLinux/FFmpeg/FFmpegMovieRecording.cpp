@@ -94,6 +94,7 @@ void FFmpegMovieRecording::Job::addPicture(CapturedPicture picture) {
         if (endAt_ || reporting_ || encoderDone_) {
             return;
         }
+        droppedPictures_ += picture.lostBefore;
         pictures_.push_back(std::move(picture));
         if (pictures_.size() > mostWaitingPictures) {
             pictures_.pop_front();

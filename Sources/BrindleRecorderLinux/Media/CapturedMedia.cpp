@@ -21,6 +21,11 @@ Moment monotonicNow() {
     return std::chrono::steady_clock::now().time_since_epoch();
 }
 
+Moment lengthOf(const CapturedSound& sound) {
+    return std::chrono::duration_cast<Moment>(
+        std::chrono::duration<double>{static_cast<double>(sound.count) / sound.format.sampleRate});
+}
+
 std::size_t rawPictureSize(const CapturedPicture& picture) {
     const PictureFormat& format = picture.format;
     if (format.width <= 0 || format.width > longestSide || format.height <= 0 ||

@@ -46,6 +46,7 @@ struct CapturedPicture {
     /// The planes one after the other, or the compressed picture.
     std::vector<std::uint8_t> bytes;
     Moment time{0};
+    std::int64_t lostBefore = 0; ///< how many were left out between the one before and this one
 };
 
 struct SoundFormat {
@@ -62,9 +63,13 @@ struct CapturedSound {
     /// Interleaved, or the channels one after the other when the format is planar.
     std::vector<std::uint8_t> bytes;
     Moment time{0}; ///< of the first sample
-    /// What, by the device's own count, is missing between the block before and this one.
+    /// What, by the device's own count or because it was left out, is missing between the block
+    /// before and this one.
     Moment lostBefore{0};
 };
+
+/// How long the sound lasts; its rate must be known.
+Moment lengthOf(const CapturedSound& sound);
 
 /// The bytes that the planes of a raw picture take, or nothing when the format makes no sense.
 std::size_t rawPictureSize(const CapturedPicture& picture);

@@ -45,7 +45,8 @@ class MovieRecording {
     /// How much media the file or its next fragment holds; stands still when the writer does.
     [[nodiscard]] virtual Seconds recordedDuration() const = 0;
 
-    /// How many pictures were dropped because the encoder did not keep up.
+    /// How many pictures were dropped because the encoder did not keep up, or before they came
+    /// here.
     [[nodiscard]] virtual std::int64_t droppedPictures() const = 0;
 };
 

@@ -1,11 +1,12 @@
 #include "BrindleRecorderLinux/PipeWire/CaptureConnection.hpp"
 
-#include "BrindleRecorderLinux/PipeWire/ArrivalQueue.hpp"
 #include "BrindleRecorderLinux/PipeWire/CaptureCalls.hpp"
 #include "BrindleRecorderLinux/PipeWire/CaptureStream.hpp"
 #include "BrindleRecorderLinux/PipeWire/Handles.hpp"
 #include "BrindleRecorderLinux/PipeWire/LinkGuard.hpp"
 #include "BrindleRecorderLinux/PipeWire/MicrophoneFormats.hpp"
+#include "BrindleRecorderLinux/PipeWire/ServerAnswers.hpp"
+#include "BrindleRecorderLinux/PipeWire/WaitingMedia.hpp"
 
 #include <spa/param/param.h>
 
@@ -14,7 +15,6 @@
 #include <cstring>
 #include <string_view>
 #include <utility>
-#include <variant>
 #include <vector>
 
 namespace brindle::pipewire {
@@ -90,8 +90,6 @@ class CaptureConnection::Implementation {
     void settle();
 
   private:
-    using Captured = std::variant<media::CapturedPicture, media::CapturedSound>;
-
     bool connectToServer();
     /// Waits until the server has handled everything that was asked of it before.
     bool askServer();
@@ -104,8 +102,8 @@ class CaptureConnection::Implementation {
     void linkAdded(const spa_dict* properties);
     void removed(std::uint32_t id);
     void answered(int sequence);
+    template <class Captured>
     void arrived(Captured captured);
-    void handOn(Captured captured);
     void checkSilence();
     void fail(PlatformError error);
 
@@ -122,12 +120,19 @@ class CaptureConnection::Implementation {
     bool starting_ = true;
     std::optional<PlatformError> startError_;
 
-    int lastAnswer_ = -1; ///< the newest of the server's answers
-    ArrivalQueue<Captured> arrivals_{
-        [this] { return calls::sync(core_.get()); },
-        [this](Captured captured) {
-            handOn(std::move(captured));
-        }};
+    ServerAnswers answers_;
+    WaitingMedia arrivals_{
+        {.ask = [this] { return calls::sync(core_.get()); },
+         .picture =
+             [this](media::CapturedPicture picture) {
+                 lastPicture_ = media::monotonicNow();
+                 handlers_.picture(std::move(picture));
+             },
+         .sound =
+             [this](media::CapturedSound sound) {
+                 lastSound_ = media::monotonicNow();
+                 handlers_.sound(std::move(sound));
+             }}};
     media::Moment lastPicture_{0};
     media::Moment lastSound_{0};
 
@@ -324,7 +329,7 @@ bool CaptureConnection::Implementation::askServer() {
     const int question = calls::sync(core_.get());
     return waitFor(
                loop_.get(), serverAnswersWithin,
-               [this, question] { return failed_ || lastAnswer_ == question; }) &&
+               [this, question] { return failed_ || answers_.haveReached(question); }) &&
            !failed_;
 }
 
@@ -378,24 +383,15 @@ void CaptureConnection::Implementation::removed(std::uint32_t id) {
 }
 
 void CaptureConnection::Implementation::answered(int sequence) {
-    lastAnswer_ = sequence;
+    answers_.answered(sequence);
     arrivals_.answered(sequence);
     pw_thread_loop_signal(loop_.get(), false);
 }
 
+template <class Captured>
 void CaptureConnection::Implementation::arrived(Captured captured) {
     if (!failed_) {
         arrivals_.arrived(std::move(captured));
-    }
-}
-
-void CaptureConnection::Implementation::handOn(Captured captured) {
-    if (auto* picture = std::get_if<media::CapturedPicture>(&captured)) {
-        lastPicture_ = media::monotonicNow();
-        handlers_.picture(std::move(*picture));
-    } else if (auto* sound = std::get_if<media::CapturedSound>(&captured)) {
-        lastSound_ = media::monotonicNow();
-        handlers_.sound(std::move(*sound));
     }
 }
 

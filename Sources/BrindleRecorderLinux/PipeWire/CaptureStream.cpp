@@ -110,11 +110,6 @@ rawPicture(const media::PictureFormat& format, const std::vector<Block>& blocks)
     return picture;
 }
 
-media::Moment lengthOf(const media::CapturedSound& sound) {
-    return std::chrono::duration_cast<media::Moment>(
-        std::chrono::duration<double>{static_cast<double>(sound.count) / sound.format.sampleRate});
-}
-
 } // namespace
 
 const pw_stream_events CaptureStream::events = [] {
@@ -284,13 +279,13 @@ void MicrophoneStream::batchTaken() {
             static_cast<double>(report.rate.num) / report.rate.denom};
         media::Moment arrived{0};
         for (const media::CapturedSound& sound : batch_) {
-            arrived += lengthOf(sound);
+            arrived += media::lengthOf(sound);
         }
         batch_.front().lostBefore = lost_.before(report.ticks, unit, arrived);
     }
     for (std::size_t index = batch_.size(); index-- > 0;) {
         if (index + 1 < batch_.size()) {
-            time -= lengthOf(batch_.at(index));
+            time -= media::lengthOf(batch_.at(index));
         }
         batch_.at(index).time = time;
     }

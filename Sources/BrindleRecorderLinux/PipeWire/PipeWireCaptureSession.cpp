@@ -60,7 +60,7 @@ void PipeWireMovieFileOutput::stopRecording() {
     if (const std::int64_t dropped = ending->droppedPictures(); dropped > 0) {
         log_.write(
             SystemLog::Level::info,
-            fmt::format("{} pictures were dropped: encoding did not keep up", dropped));
+            fmt::format("{} pictures were dropped: the machine did not keep up", dropped));
     }
     const std::lock_guard lock{mutex_};
     recording_.reset();
