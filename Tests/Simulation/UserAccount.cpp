@@ -380,7 +380,9 @@ UserAccount::Wrong UserAccount::judgeSize(const AppModel& model) {
         }
         const auto text = scene_.files.contents(scene_.root / (segment.baseName + ".json"));
         if (!text) {
-            return segment.closed; // thrown away
+            // Thrown away.
+            return segment.closed &&
+                   !scene_.files.contents(scene_.root / (segment.baseName + ".mov"));
         }
         const auto sidecar = SidecarCoding::decode(*text);
         return sidecar && sidecar->endedAt;
