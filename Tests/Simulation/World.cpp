@@ -320,6 +320,7 @@ void World::setTheClock() {
     scene_.note("clock: jumps by {} s", by.count());
     scene_.wallClock.jump(by);
     scene_.clocksAhead.push_back(scene_.wallClock.ahead());
+    calmSince_.reset();
 }
 
 bool World::isStandingTrouble() const {
