@@ -145,7 +145,8 @@ void InMemoryFileManager::losePower() {
 void InMemoryFileManager::losePower(std::uint64_t seed) {
     const std::lock_guard lock{mutex_};
     std::mt19937_64 random{seed};
-    // A file system may write what changed in folders in any order, each change whole or not at all.
+    // A file system may write what changed in folders in any order, each change whole or not at
+    // all.
     constexpr std::uint64_t shares = 4;
     const std::uint64_t survivingShares = random() % (shares + 1);
     for (const Change& change : unsynced_) {
