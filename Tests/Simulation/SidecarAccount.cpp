@@ -16,6 +16,8 @@ constexpr Seconds aSecond{1}; ///< what a sidecar's dates leave out
 constexpr Seconds rounding{1e-3};
 constexpr Seconds longestAsk{50}; ///< from a call's noticing to the answer about it
 
+constexpr const char* noMovieFound = "Recording was interrupted and no .mov file was found.";
+
 /// What the sidecar says of a program.
 struct Row {
     const char* bundleID;
@@ -154,6 +156,11 @@ void SidecarAccount::look(
     if (scene_.touched.empty()) {
         return;
     }
+    for (const std::string& baseName : scene_.touched) {
+        if (scene_.segmentNamed(baseName) == nullptr && !withoutMovie_.contains(baseName)) {
+            checkWithoutMovie(baseName);
+        }
+    }
     std::erase_if(open_, [this](unsigned id) {
         const Segment& segment = scene_.segments[id];
         if (segment.mayBeDiscarded || segment.sidecarExcused) {
@@ -206,6 +213,41 @@ void SidecarAccount::rememberOrigin(
     origins_[room] = std::move(origin);
 }
 
+/// An attempt to record of which no movie came.
+void SidecarAccount::checkWithoutMovie(const std::string& baseName) {
+    const auto text = scene_.files.contents(scene_.root / (baseName + ".json"));
+    const auto sidecar = text ? std::optional{SidecarCoding::decode(*text)} : std::nullopt;
+    constexpr Seconds sickness{60};
+    const bool wasSick =
+        scene_.lastSick && secondsBetween(*scene_.lastSick, scene_.timeline.now()) < sickness;
+    if (!sidecar || !*sidecar || !(*sidecar)->endedAt || wasSick) {
+        return;
+    }
+    withoutMovie_.insert(baseName);
+    const Notes& notes = (*sidecar)->notes;
+    const std::string last = notes.empty() ? "" : notes.back();
+    const bool interrupted = last.starts_with("Recording was interrupted");
+    // Its empty file may be all that there is.
+    bool isExplained =
+        last == noMovieFound ||
+        (last.ends_with("remux to .mp4 failed, the .mov was left in place.") &&
+         scene_.files.contents(scene_.root / (baseName + ".mov")).value_or("?").empty());
+    if (last == "No camera or microphone could be opened; nothing was recorded.") {
+        isExplained = !scene_.brokenDevices.empty() || scene_.microphones.empty();
+    } else if (last == "No partial recording file was found." && notes.size() > 1) {
+        isExplained =
+            notes[notes.size() - 2].starts_with("capture failed at ") &&
+            notes[notes.size() - 2].find("Capture stopped: cannot start") != std::string::npos;
+    } else if (last.starts_with("No video file was written; capture finished with: ")) {
+        isExplained = last.find("cannot start") != std::string::npos;
+    }
+    if (!isExplained || (*sidecar)->interrupted != interrupted ||
+        (!interrupted && !origins_.contains((*sidecar)->roomCode))) {
+        scene_.violate(
+            fmt::format("the sidecar of {}, which has no movie, ends with \"{}\"", baseName, last));
+    }
+}
+
 void SidecarAccount::check(const Segment& segment, const Sidecar& sidecar) {
     const auto wrong = [&](const std::optional<std::string>& what) {
         if (what) {
@@ -245,9 +287,10 @@ SidecarAccount::judgeTimes(const Segment& segment, const Sidecar& sidecar) const
     if (segment.cutOff) {
         const bool atLastWriting =
             segment.lastWritten && fits(*sidecar.endedAt, *segment.lastWritten);
-        return atLastWriting || *sidecar.endedAt == sidecar.startedAt
-                   ? std::nullopt
-                   : std::optional<std::string>{"tells a wrong end of what was interrupted"};
+        const bool hadNoMovie = !sidecar.notes.empty() && sidecar.notes.back() == noMovieFound;
+        const bool fitsWell = hadNoMovie ? *sidecar.endedAt == sidecar.startedAt : atLastWriting;
+        return fitsWell ? std::nullopt
+                        : std::optional<std::string>{"tells a wrong end of what was interrupted"};
     }
     const Seconds said = secondsBetween(sidecar.startedAt, *sidecar.endedAt);
     const Seconds passed = secondsBetween(segment.opening.at, scene_.timeline.now());
@@ -362,7 +405,7 @@ std::optional<std::string> SidecarAccount::judgeEnding(
             note == "Recording was interrupted; the .mov was remuxed to .mp4 on next launch.";
         const bool failed =
             note == "Recording was interrupted; remux to .mp4 failed, the .mov was left in place.";
-        const bool nothing = note == "Recording was interrupted and no .mov file was found.";
+        const bool nothing = note == noMovieFound;
         if ((converted && !segment.conversionFailed) || (failed && segment.conversionFailed) ||
             (nothing && !hasMov)) {
             return std::nullopt;

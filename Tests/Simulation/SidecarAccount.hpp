@@ -44,6 +44,7 @@ class SidecarAccount {
     using Notes = std::vector<std::string>;
 
     void rememberOrigin(const std::string& room, const std::optional<Date>& watchingSince);
+    void checkWithoutMovie(const std::string& baseName);
     void check(const Segment& segment, const Sidecar& sidecar);
     [[nodiscard]] std::optional<std::string>
     judgeTimes(const Segment& segment, const Sidecar& sidecar) const;
@@ -67,6 +68,7 @@ class SidecarAccount {
     std::map<unsigned, Origin> originOf_;      ///< by segment
     std::size_t looked_ = 0;                   ///< so many segments have their origin
     std::set<unsigned> open_;                  ///< segments that are not at rest yet
+    std::set<std::string> withoutMovie_;       ///< base names that were looked at
     std::optional<Date> settingsChangedAt_;
     std::string lastRoom_;
     bool callersAreKnown_ = true;
