@@ -6,6 +6,7 @@
 #include <array>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace brindle::simulation {
 
@@ -43,7 +44,11 @@ void FolderAccount::programDied() {
         if (isHidden(path) || hasNoMovie) {
             leftByDeath_.insert(path);
         }
+        if (beforePowerFailed_ && !beforePowerFailed_->contains(path)) {
+            cameBack_.insert(path);
+        }
     }
+    beforePowerFailed_.reset();
     checkWhatWasDiscarded();
     for (Segment& segment : scene_.segments) {
         segment.discardIsDue = false;
@@ -166,13 +171,19 @@ void FolderAccount::checkSettled() {
     }
 }
 
-/// Of a recording without a sidecar nobody repairs anything.
+/// Of a recording without a sidecar nobody repairs anything, and what a loss of power has brought
+/// back was removed in its time.
 bool FolderAccount::mayStay(const std::filesystem::path& partial) const {
+    constexpr std::string_view ending = ".mp4.partial";
     const std::string name = partial.filename().native();
-    return (scene_.lastSick && *scene_.lastSick >= launchedAt_) ||
-           std::ranges::any_of(scene_.segments, [&](const Segment& segment) {
-               return segment.sidecarExcused && name == "." + segment.baseName + ".mp4.partial";
-           });
+    const std::string baseName = name.substr(1, name.size() - 1 - ending.size());
+    return (scene_.lastSick && *scene_.lastSick >= launchedAt_) || cameBack_.contains(partial) ||
+           !scene_.files.contents(scene_.root / (baseName + ".json"));
+}
+
+void FolderAccount::powerWillFail() {
+    const auto files = scene_.files.files();
+    beforePowerFailed_ = {files.begin(), files.end()};
 }
 
 void FolderAccount::checkNames(bool repairs) {

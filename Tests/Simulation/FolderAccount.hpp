@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -16,6 +17,7 @@ class FolderAccount {
     explicit FolderAccount(Scene& scene) : scene_{scene} {}
 
     void programLaunched();
+    void powerWillFail();
     void programDied();
     /// The user throws away what is recorded in that room.
     void discardIsAskedFor(const std::string& room);
@@ -36,6 +38,8 @@ class FolderAccount {
 
     Scene& scene_;
     std::set<std::filesystem::path> leftByDeath_; ///< hidden files, and sidecars without a movie
+    std::optional<std::set<std::filesystem::path>> beforePowerFailed_;
+    std::set<std::filesystem::path> cameBack_; ///< their removal was lost with the power
     Date launchedAt_{};
     std::size_t looked_ = 0;   ///< so many segments were looked at when they began
     std::size_t discards_ = 0; ///< so many discarded segments may still have files

@@ -374,7 +374,8 @@ SidecarAccount::judgeNotes(const Segment& segment, const Sidecar& sidecar) const
         }
     }
     const bool continues = !notes.empty() && notes.front().starts_with("continues ");
-    if (continues &&
+    // Who waits for the user's leave may begin when its call is over.
+    if (continues && !segment.opening.room.empty() &&
         (!segment.before || !segment.beforeFailed ||
          notes.front() != fmt::format("continues {}.mp4 after capture failure", *segment.before))) {
         return "continues what it does not: " + notes.front();

@@ -27,6 +27,7 @@ void World::killProgram(bool powerFails) {
     if (powerFails) {
         scene_.note("the power fails");
         ++scene_.statistics.powerFailures;
+        folderAccount_.powerWillFail();
         scene_.files.losePower(scene_.random.below(1'000'000'000));
     } else {
         scene_.note("the program is killed");
