@@ -101,6 +101,16 @@ TEST_F(AppModelDetection, AQuestionAboutNotificationsThatNobodyAnswersCostsNoCal
     EXPECT_EQ(loop().pendingTimers(), 3U) << "watches once only";
 }
 
+TEST_F(AppModelDetection, AnAnswerAboutNotificationsThatComesTooLateBeginsNothingAnew) {
+    model().launch();
+    runFor(20s);
+    model().stopPolling();
+    ASSERT_EQ(loop().pendingTimers(), 0U);
+    notifications.answerAuthorization(true);
+    settle();
+    EXPECT_EQ(loop().pendingTimers(), 0U) << "the launch has had its turn";
+}
+
 TEST_F(AppModelDetection, AsksForTheDevicesAfterTheRepair) {
     kill();
     capture.setAuthorizationStatus(MediaType::video, AuthorizationStatus::notDetermined);

@@ -257,6 +257,24 @@ TEST_F(AppModelSleep, ARecordingThatIsNotToBeRestartedIsNotResumedBeforeItIsConv
     EXPECT_EQ(sessionInWords(), "armed zoom#1");
 }
 
+TEST_F(AppModelSleep, AFailureTooManyOnTheWayIntoSleepEndsTheRecordingOfItsCall) {
+    recordZoomCall();
+    for (int failure = 1; failure <= 20; ++failure) {
+        runFor(60s);
+        writingStops();
+        settle();
+    }
+    ASSERT_THAT(captured, SizeIs(21));
+    systemEvents.announceSleep(); // the segment is ended before anybody sees to its failure
+    deviceDies();
+    settle();
+    EXPECT_EQ(systemEvents.ready, 1);
+    wakeAfter(60s);
+    runFor(60s);
+    EXPECT_THAT(captured, SizeIs(21));
+    EXPECT_FALSE(isCapturing());
+}
+
 TEST_F(AppModelSleep, AnAnswerThatComesDuringSleepCountsAfterWaking) {
     defaults.setBoolean("askBeforeRecording", true);
     kill();

@@ -2,6 +2,7 @@
 #include "BrindleRecorderCore/MicUser.hpp"
 
 #include <gtest/gtest.h>
+#include <set>
 #include <string>
 #include <unordered_set>
 #include <utility>
@@ -11,6 +12,15 @@ namespace brindle {
 namespace {
 
 using Titles = std::vector<std::string>;
+
+template <class Value>
+std::set<std::size_t> hashesOf(const std::unordered_set<Value>& values) {
+    std::set<std::size_t> hashes;
+    for (const Value& value : values) {
+        hashes.insert(std::hash<Value>{}(value));
+    }
+    return hashes;
+}
 
 TEST(CallSource, OfAManualRecordingIsFixed) {
     const CallSource manual = CallSource::manual();
@@ -52,6 +62,7 @@ TEST(CallSource, EveryFieldCountsForEqualityAndHash) {
         {"zoom.us", "us.zoom.xos", CallSource::Kind::app, std::nullopt, "us.zoom.xos"},
     };
     EXPECT_EQ(different.size(), 7U);
+    EXPECT_EQ(hashesOf(different).size(), 7U);
     EXPECT_TRUE(different.contains(zoom));
 }
 
@@ -67,6 +78,7 @@ TEST(MicUser, EveryFieldCountsForEqualityAndHash) {
         {"us.zoom.xos", 7, Titles{"b", "a"}},
     };
     EXPECT_EQ(different.size(), 7U);
+    EXPECT_EQ(hashesOf(different).size(), 7U);
     EXPECT_TRUE(different.contains(zoom));
 }
 
