@@ -212,7 +212,6 @@ class AppModel {
         const ResolvedDevices& resolved, const OpenedDevices& opened);
     Task<void> endRecording(bool keep);
     Task<void> discard(std::string baseName);
-    void removeForGood(const std::filesystem::path& path);
     Task<void> keep(std::string baseName, Sidecar sidecar);
     void keepWhateverWasRecorded(
         const std::string& baseName, const Sidecar& sidecar, const RecorderError& error);

@@ -295,17 +295,9 @@ Task<void> AppModel::endRecording(bool keep) {
 
 Task<void> AppModel::discard(std::string baseName) {
     // An open sidecar is what the next launch recovers, so it goes first, whatever happens then.
-    removeForGood(folder_.sidecarURL(baseName));
+    static_cast<void>(environment_.fileManager.removeFileForGood(folder_.sidecarURL(baseName)));
     co_await recorder_.stopAndDiscard();
-    removeForGood(folder_.mp4URL(baseName));
-}
-
-/// Removes a file so that no loss of power brings it back. Failures are of no interest.
-void AppModel::removeForGood(const std::filesystem::path& path) {
-    FileManager& fileManager = environment_.fileManager;
-    if (fileManager.removeFile(path)) {
-        static_cast<void>(fileManager.syncDirectory(path.parent_path()));
-    }
+    static_cast<void>(environment_.fileManager.removeFileForGood(folder_.mp4URL(baseName)));
 }
 
 Task<void> AppModel::keep(std::string baseName, Sidecar sidecar) {

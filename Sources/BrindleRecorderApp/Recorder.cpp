@@ -239,9 +239,8 @@ Task<void> Recorder::stopAndDiscard() {
         // Removing a file that is still being started or closed might leave another one behind.
         co_await waitUntilFileIsClosed();
     }
-    if (mov && fileManager_.removeFile(*mov)) {
-        // Or a loss of power would bring back what nobody wanted to keep.
-        fileManager_.syncDirectory(mov->parent_path());
+    if (mov) {
+        fileManager_.removeFileForGood(*mov);
     }
     becomeIdleUnlessRestarted(generation);
 }

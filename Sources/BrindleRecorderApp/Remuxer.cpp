@@ -116,7 +116,7 @@ Task<Expected<void, RecorderError>> Remuxer::remuxToMP4(
 
     // Of a conversion that was cut off; whatever becomes of this one, nobody comes back for it.
     const auto temporary = temporaryFor(destination);
-    fileManager_.removeFile(temporary);
+    fileManager_.removeFileForGood(temporary);
     const auto session = exporter_.makePassthroughExport(source);
     if (!session) {
         log_.both(
@@ -144,7 +144,7 @@ Task<Expected<void, RecorderError>> Remuxer::remuxToMP4(
     if (session->status() != ExportSession::Status::completed) {
         const auto failure = exportFailure(*session, source, temporary);
         // All it could hold is still in the source, and hidden it would only fill the disk.
-        fileManager_.removeFile(temporary);
+        fileManager_.removeFileForGood(temporary);
         co_return unexpected(failure);
     }
     const std::int64_t leftOut = session->damagedBytesLeftOut();
@@ -236,7 +236,7 @@ Expected<void, RecorderError> Remuxer::replaceSource(
         log_.both(
             Level::error,
             fmt::format("remux failed: {} could not put the MP4 in place; {}", sourceName, reason));
-        fileManager_.removeFile(temporary);
+        fileManager_.removeFileForGood(temporary);
         return failed(fmt::format("The MP4 could not be put in place ({}).", reason));
     }
     if (leftOut > 0) {
@@ -253,15 +253,12 @@ Expected<void, RecorderError> Remuxer::replaceSource(
         Level::info, fmt::format(
                          "remux completed: {} {}; deleting {}", destination.filename().string(),
                          fileState(destination), sourceName));
-    if (const auto removed = fileManager_.removeFile(source); !removed) {
+    if (const auto removed = fileManager_.removeFileForGood(source); !removed) {
         log_.both(
             Level::error, fmt::format(
                               "remux completed: {} could not be deleted; {}", sourceName,
                               removed.error().description()));
-        return {};
     }
-    // Without this the source may come back after a loss of power, which does no harm.
-    fileManager_.syncDirectory(source.parent_path());
     return {};
 }
 

@@ -83,6 +83,10 @@ class FileManager {
     /// Removes a file.
     virtual Expected<void, FileError> removeFile(const std::filesystem::path& path) = 0;
 
+    /// Removes a file so that no loss of power brings it back, as far as the disk goes along. Fails
+    /// only when the file is still there.
+    Expected<void, FileError> removeFileForGood(const std::filesystem::path& path);
+
     /// Makes creations, moves and removals in that folder survive a loss of power.
     virtual Expected<void, FileError> syncDirectory(const std::filesystem::path& directory) = 0;
 

@@ -105,6 +105,13 @@ TEST_F(RemuxerTest, KeepsTheMp4ThroughALossOfPowerAfterwards) {
     EXPECT_EQ(files.files(), (std::vector{mp4}));
 }
 
+TEST_F(RemuxerTest, WhatAFailedExportLeftDoesNotComeBackWithALossOfPower) {
+    exporter.script().status = Status::failed;
+    EXPECT_FALSE(remux());
+    files.losePower();
+    EXPECT_EQ(files.files(), (std::vector{mov}));
+}
+
 TEST_F(RemuxerTest, RemovesAnEarlierDestinationAndAnEarlierPartBeforeExporting) {
     files.putFile(mp4, "old");
     files.putFile(partial, "old part");

@@ -1,3 +1,3 @@
 # That the user threw a recording away is not synced to the disk.
-set(OLD [[fileManager_.syncDirectory(mov->parent_path());]])
-set(NEW [[]])
+set(OLD [[fileManager_.removeFileForGood(*mov);]])
+set(NEW [[fileManager_.removeFile(*mov);]])
