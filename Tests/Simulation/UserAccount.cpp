@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <string_view>
 #include <utility>
@@ -48,7 +49,6 @@ void UserAccount::programLaunched(const AppModel& model) {
     judged_ = 0;
     told_.clear();
     lastWarning_.reset();
-    lastError_.reset();
     promptIdleSince_.reset();
     quietSince_.reset();
     setupProblem_.reset();
@@ -173,6 +173,9 @@ UserAccount::Wrong UserAccount::judgeFailure(const std::string& body, const AppM
     if (goesOn && !(state.roomCode() == found->room) && !found->room.empty()) {
         return wrong("a call that is over is said to go on", body);
     }
+    if (goesOn && !model.captureWarning.get()) {
+        return wrong("no warning stands in the menu", body);
+    }
     return std::nullopt;
 }
 
@@ -256,7 +259,7 @@ void UserAccount::checkAtRest(const char* when) {
 
 // --- What stands in the menu ---
 
-UserAccount::Wrong UserAccount::judgeWarning(const AppModel& model) const {
+UserAccount::Wrong UserAccount::judgeWarning(const AppModel& model) {
     const std::string& text = *model.captureWarning.get();
     const auto room = model.sessionState.get().roomCode();
     if (!room) {
@@ -274,7 +277,30 @@ UserAccount::Wrong UserAccount::judgeWarning(const AppModel& model) const {
     if (!isOfTheCall) {
         return wrong("a warning stands beside another call", text);
     }
+    if (lastWarning_ != text) {
+        lastWarning_ = text;
+        return nothingReopened || tellsTheTime(text) ? std::nullopt
+                                                     : wrong("a warning tells another time", text);
+    }
     return std::nullopt;
+}
+
+/// The program's clock may be any of those that it had between the calls, and the disk may have
+/// kept it waiting.
+bool UserAccount::tellsTheTime(const std::string& warning) const {
+    constexpr Seconds mostDelay{15};
+    const auto says = [&](Seconds by) {
+        using namespace std::chrono;
+        const Date date = scene_.timeline.now() + duration_cast<nanoseconds>(by);
+        const auto minute = floor<minutes>(date.time_since_epoch());
+        const auto ofDay = minute - floor<days>(minute);
+        const std::string time =
+            fmt::format(" at {:02}:{:02}: ", ofDay.count() / 60, ofDay.count() % 60);
+        return warning.find(time) != std::string::npos;
+    };
+    return std::ranges::any_of(scene_.clocksAhead, [&](Seconds by) {
+        return says(by) || (recently(scene_.lastSlow, mostDelay) && says(by - mostDelay));
+    });
 }
 
 UserAccount::Wrong UserAccount::judgeLastError(const AppModel& model) const {

@@ -38,7 +38,8 @@ class UserAccount {
     [[nodiscard]] Wrong judgeSpace(const std::string& body) const;
     [[nodiscard]] Wrong judgeKept(const std::string& body);
     [[nodiscard]] Wrong judgeLost(const std::string& body);
-    [[nodiscard]] Wrong judgeWarning(const AppModel& model) const;
+    [[nodiscard]] Wrong judgeWarning(const AppModel& model);
+    [[nodiscard]] bool tellsTheTime(const std::string& warning) const;
     [[nodiscard]] Wrong judgeLastError(const AppModel& model) const;
     [[nodiscard]] Wrong judgePrompt(
         const AppModel& model, const test::FakeUserNotifications& notifications, bool somebodyCalls,
@@ -54,7 +55,6 @@ class UserAccount {
     std::uint64_t toRecover_ = 0; ///< sidecars without an end that the last run left
     std::set<std::string> told_;  ///< base names that the user heard about
     std::optional<std::string> lastWarning_;
-    std::optional<std::string> lastError_;
     std::optional<Date> promptIdleSince_; ///< a prompt that nothing is asked by any more
     std::optional<Date> quietSince_;
     bool callersAreKnown_ = true;
