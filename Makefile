@@ -16,7 +16,7 @@ help:
 	@echo 'make test-long             the tests that take minutes, or need Firefox and Plasma beside them'
 	@echo 'make run                   run the recorder here, in this desktop session'
 	@echo 'make simulate [CALLS=10000] [SEED=7]  live through calls, crashes and power failures; with SEED'
-	@echo '                            alone repeat that one world'
+	@echo '                            alone repeat that one world; with SURVEY=1 tell every broken rule'
 	@echo 'make mutate [COUNT=200] [SEED=1]  plant so many single faults into the rules, one at a time, and'
 	@echo '                            print those that no test notices (an hour or more; goes on where it was'
 	@echo '                            ended)'
@@ -57,7 +57,8 @@ simulate:
 	@scripts/install-dependencies build test
 	@scripts/build $(PRESET) Simulation
 	@build/$(PRESET)/Tests/Simulation/Simulation $(if $(SEED),--seed $(SEED)) \
-		$(if $(CALLS),--calls $(CALLS),$(if $(SEED),--replay))
+		$(if $(CALLS),--calls $(CALLS),$(if $(SURVEY),,$(if $(SEED),--replay))) \
+		$(if $(SURVEY),--survey)
 
 mutate:
 	@scripts/install-dependencies build
