@@ -44,8 +44,9 @@ void FolderAccount::programDied() {
         if (isHidden(path) || hasNoMovie) {
             leftByDeath_.insert(path);
         }
-        if (beforePowerFailed_ && !beforePowerFailed_->contains(path)) {
-            cameBack_.insert(path);
+        const bool cameBack = beforePowerFailed_ && !beforePowerFailed_->contains(path);
+        if (cameBack || (isHidden(path) && wasSick())) {
+            notRemoved_.insert(path);
         }
     }
     beforePowerFailed_.reset();
@@ -177,8 +178,13 @@ bool FolderAccount::mayStay(const std::filesystem::path& partial) const {
     constexpr std::string_view ending = ".mp4.partial";
     const std::string name = partial.filename().native();
     const std::string baseName = name.substr(1, name.size() - 1 - ending.size());
-    return (scene_.lastSick && *scene_.lastSick >= launchedAt_) || cameBack_.contains(partial) ||
+    return wasSick() || notRemoved_.contains(partial) ||
            !scene_.files.contents(scene_.root / (baseName + ".json"));
+}
+
+/// Whether the disk failed in this run.
+bool FolderAccount::wasSick() const {
+    return scene_.lastSick && *scene_.lastSick >= launchedAt_;
 }
 
 void FolderAccount::powerWillFail() {
@@ -187,7 +193,7 @@ void FolderAccount::powerWillFail() {
 }
 
 void FolderAccount::checkNames(bool repairs) {
-    if (scene_.lastSick && *scene_.lastSick >= launchedAt_) {
+    if (wasSick()) {
         return; // what could not be removed stays
     }
     for (const auto& path : scene_.files.files()) {

@@ -33,13 +33,14 @@ class FolderAccount {
     void checkWhyItBegan(const Segment& segment);
     void checkWhatWasDiscarded();
     [[nodiscard]] bool mayStay(const std::filesystem::path& partial) const;
+    [[nodiscard]] bool wasSick() const;
     void checkNames(bool repairs);
     void checkName(const std::filesystem::path& path, bool repairs);
 
     Scene& scene_;
     std::set<std::filesystem::path> leftByDeath_; ///< hidden files, and sidecars without a movie
     std::optional<std::set<std::filesystem::path>> beforePowerFailed_;
-    std::set<std::filesystem::path> cameBack_; ///< their removal was lost with the power
+    std::set<std::filesystem::path> notRemoved_; ///< because of the disk, or of a loss of power
     Date launchedAt_{};
     std::size_t looked_ = 0;   ///< so many segments were looked at when they began
     std::size_t discards_ = 0; ///< so many discarded segments may still have files

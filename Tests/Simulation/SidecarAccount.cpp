@@ -234,7 +234,9 @@ void SidecarAccount::checkWithoutMovie(const std::string& baseName) {
          scene_.files.contents(scene_.root / (baseName + ".mov")).value_or("?").empty());
     if (last == "No camera or microphone could be opened; nothing was recorded.") {
         isExplained = !scene_.brokenDevices.empty() || scene_.microphones.empty();
-    } else if (last == "No partial recording file was found." && notes.size() > 1) {
+    } else if (
+        notes.size() > 1 && (last == "No partial recording file was found." ||
+                             last.starts_with("Converting the partial recording to .mp4 failed"))) {
         isExplained =
             notes[notes.size() - 2].starts_with("capture failed at ") &&
             notes[notes.size() - 2].find("Capture stopped: cannot start") != std::string::npos;

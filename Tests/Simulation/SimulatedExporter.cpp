@@ -154,6 +154,10 @@ SimulatedExporter::Context::pieceFor(const std::filesystem::path& movie, Seconds
 std::shared_ptr<ExportSession>
 SimulatedExporter::makePassthroughExport(const std::filesystem::path& source) {
     Scene& scene = context_->scene;
+    if (!scene.files.contents(source)) {
+        context_->noteFailure(source);
+        return nullptr;
+    }
     context_->conversionBegan[baseNameOf(source)] = scene.timeline.now();
     if (Segment* const segment = scene.segmentNamed(baseNameOf(source))) {
         segment->conversionBegan = scene.timeline.now();

@@ -30,6 +30,9 @@ between(const std::string& text, std::string_view before, std::string_view after
 
 std::string sizeText(std::uint64_t bytes) {
     constexpr std::uint64_t kilobyte = 1000;
+    if (bytes == 1) {
+        return "1 byte";
+    }
     return bytes < kilobyte ? fmt::format("{} bytes", bytes)
                             : fmt::format("{} KB", (bytes + kilobyte / 2) / kilobyte);
 }
