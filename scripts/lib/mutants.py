@@ -35,7 +35,7 @@ KEPT = {
     "switch", "do", "try", "catch", "else", "return", "co_return", "static_cast", "thread_local", "mutable",
 }
 # What looks like a call and is none, and calls to which the order of two values is all one.
-NOT_SWAPPED = {"if", "for", "while", "switch", "catch", "sizeof", "decltype", "max", "min", "minmax"}
+NOT_SWAPPED = {"if", "for", "while", "switch", "catch", "sizeof", "decltype", "max", "min", "swap"}
 LOG = {"log_", "log", "diagnosticLog_", "systemLog_"}
 
 
