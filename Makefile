@@ -6,6 +6,7 @@ SCENE ?= call
 SEED ?=
 CALLS ?=
 COUNT ?=
+JOBS ?=
 
 .PHONY: help demo pictures run test test-long simulate mutate coverage bench lint analyze format install-dependencies clean
 
@@ -17,7 +18,7 @@ help:
 	@echo 'make run                   run the recorder here, in this desktop session'
 	@echo 'make simulate [CALLS=10000] [SEED=7]  live through calls, crashes and power failures; with SEED'
 	@echo '                            alone repeat that one world; with SURVEY=1 tell every broken rule'
-	@echo 'make mutate [COUNT=200] [SEED=1]  plant so many single faults into the rules, one at a time, and'
+	@echo 'make mutate [COUNT=200] [SEED=1] [JOBS=1]  plant so many single faults into the rules, each alone, and'
 	@echo '                            print those that no test notices (an hour or more; goes on where it was'
 	@echo '                            ended)'
 	@echo 'make coverage              line coverage of the core by its own tests'
@@ -62,7 +63,8 @@ simulate:
 
 mutate:
 	@scripts/install-dependencies build
-	@scripts/mutate $(if $(SEED),--seed $(SEED)) $(if $(COUNT),--count $(COUNT))
+	@scripts/mutate $(if $(SEED),--seed $(SEED)) $(if $(COUNT),--count $(COUNT)) \
+		$(if $(JOBS),--jobs $(JOBS))
 
 coverage:
 	@scripts/install-dependencies build test coverage
