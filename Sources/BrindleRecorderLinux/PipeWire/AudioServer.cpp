@@ -18,6 +18,9 @@ constexpr std::chrono::milliseconds firstDelay = 100ms;
 /// Short enough that a server which comes back after a long time is not left alone for long: a
 /// failed attempt costs a look at a socket that is not there.
 constexpr std::chrono::milliseconds longestDelay = 2s;
+/// How long after a change the session manager is given to choose defaults and other clients to
+/// come to listen, during which changes of defaults may not be told.
+constexpr std::chrono::milliseconds defaultsSettleWithin = 1s;
 
 /// Whether sound goes through this server: something of sound is on it, or the PulseAudio protocol
 /// is served from it.
@@ -75,7 +78,11 @@ void AudioServer::connect() {
                      nextDelay_ = firstDelay;
                      announceLater();
                  },
-             .changed = [this] { announceLater(); },
+             .changed =
+                 [this] {
+                     announceLater();
+                     readDefaultsLater();
+                 },
              .lost =
                  [this] {
                      reconnectLater();
@@ -99,6 +106,22 @@ void AudioServer::reconnectLater() {
         connect();
     });
     nextDelay_ = std::min(2 * nextDelay_, longestDelay);
+}
+
+void AudioServer::readDefaultsLater() {
+    if (defaultsReading_ != nullptr) {
+        readsDefaultsOnceMore_ = true;
+        return;
+    }
+    defaultsReading_ = mainLoop_.after(defaultsSettleWithin, [this] {
+        const auto running = std::move(defaultsReading_);
+        if (connection_ != nullptr && complete_) {
+            connection_->readDefaultsAgain();
+        }
+        if (std::exchange(readsDefaultsOnceMore_, false)) {
+            readDefaultsLater();
+        }
+    });
 }
 
 void AudioServer::announceLater() {

@@ -58,6 +58,7 @@ class AudioServer {
     void connect();
     void reconnectLater();
     void announceLater();
+    void readDefaultsLater();
     void announce();
     [[nodiscard]] AudioServerState currentState() const;
 
@@ -74,6 +75,8 @@ class AudioServer {
     std::unique_ptr<ServerConnection> connection_;
     std::unique_ptr<MainLoop::Timer> announcement_;
     std::unique_ptr<MainLoop::Timer> reconnection_;
+    std::unique_ptr<MainLoop::Timer> defaultsReading_;
+    bool readsDefaultsOnceMore_ = false; ///< something changed while a reading was due
 };
 
 } // namespace brindle::pipewire

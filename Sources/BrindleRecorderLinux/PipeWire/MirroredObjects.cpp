@@ -165,6 +165,21 @@ MirroredDefaults::MirroredDefaults(MirrorSource source)
     }
 }
 
+std::unique_ptr<MirroredDefaults> MirroredDefaults::readAgain() const {
+    MirrorSource source = source_;
+    source.changed = [] {
+    };
+    return std::make_unique<MirroredDefaults>(std::move(source));
+}
+
+void MirroredDefaults::take(const MirroredDefaults& read) {
+    if (read.sourceName_ != sourceName_ || read.cameraName_ != cameraName_) {
+        sourceName_ = read.sourceName_;
+        cameraName_ = read.cameraName_;
+        source_.changed();
+    }
+}
+
 void MirroredDefaults::update(std::uint32_t subject, const char* key, const char* value) {
     if (subject != PW_ID_CORE) {
         return;

@@ -91,6 +91,11 @@ class MirroredDefaults {
     [[nodiscard]] const std::optional<std::string>& sourceName() const { return sourceName_; }
     [[nodiscard]] const std::optional<std::string>& cameraName() const { return cameraName_; }
 
+    /// Asks the server anew for all that it knows, which is told to the answer alone.
+    [[nodiscard]] std::unique_ptr<MirroredDefaults> readAgain() const;
+    /// Takes over what has been read anew.
+    void take(const MirroredDefaults& read);
+
   private:
     void update(std::uint32_t subject, const char* key, const char* value);
     void set(std::optional<std::string>& name, const char* value) const;

@@ -80,6 +80,20 @@ AudioGraph RegistryMirror::graph() const {
     return graph;
 }
 
+void RegistryMirror::readDefaultsAgain() {
+    for (const auto& [id, defaults] : defaults_) {
+        defaultsReadAgain_[id] = defaults->readAgain();
+    }
+}
+
+void RegistryMirror::takeDefaults() {
+    for (const auto& [id, read] : std::exchange(defaultsReadAgain_, {})) {
+        if (const auto known = defaults_.find(id); known != defaults_.end()) {
+            known->second->take(*read);
+        }
+    }
+}
+
 void RegistryMirror::add(
     std::uint32_t id, const char* type, std::uint32_t version, const spa_dict* announced) {
     const std::string_view kind = type;
@@ -106,6 +120,7 @@ void RegistryMirror::add(
 }
 
 void RegistryMirror::remove(std::uint32_t id) {
+    defaultsReadAgain_.erase(id);
     const std::size_t removed = nodes_.erase(id) + devices_.erase(id) + clients_.erase(id) +
                                 links_.erase(id) + defaults_.erase(id) + audioDevices_.erase(id);
     if (removed > 0) {

@@ -27,6 +27,11 @@ class RegistryMirror {
 
     [[nodiscard]] AudioGraph graph() const;
 
+    /// Asks for the defaults anew; `takeDefaults` is for when the server has answered a question
+    /// that was asked after this.
+    void readDefaultsAgain();
+    void takeDefaults();
+
   private:
     void add(std::uint32_t id, const char* type, std::uint32_t version, const spa_dict* announced);
     void remove(std::uint32_t id);
@@ -39,6 +44,7 @@ class RegistryMirror {
     std::map<std::uint32_t, std::unique_ptr<MirroredClient>> clients_;
     std::map<std::uint32_t, std::unique_ptr<MirroredLink>> links_;
     std::map<std::uint32_t, std::unique_ptr<MirroredDefaults>> defaults_;
+    std::map<std::uint32_t, std::unique_ptr<MirroredDefaults>> defaultsReadAgain_;
     std::set<std::uint32_t> audioDevices_;
     Hook listener_;
 };

@@ -44,7 +44,18 @@ ServerConnection::ServerConnection(CoreHandle core, Callbacks callbacks)
     awaitedAnswer_ = sync(core_.get());
 }
 
+void ServerConnection::readDefaultsAgain() {
+    if (!defaultsQuestion_) {
+        mirror_.readDefaultsAgain();
+        defaultsQuestion_ = sync(core_.get());
+    }
+}
+
 void ServerConnection::answered(int sequence) {
+    if (sequence == defaultsQuestion_) {
+        defaultsQuestion_.reset();
+        mirror_.takeDefaults();
+    }
     if (answersMissing_ == 0 || sequence != awaitedAnswer_) {
         return;
     }

@@ -30,6 +30,11 @@ class ServerConnection {
 
     [[nodiscard]] const RegistryMirror& mirror() const { return mirror_; }
 
+    /// Asks for the defaults anew: the server tells no listener of their changes while another
+    /// client is just coming to listen. Does nothing while an earlier question waits for its
+    /// answer.
+    void readDefaultsAgain();
+
   private:
     void answered(int sequence);
 
@@ -38,6 +43,7 @@ class ServerConnection {
     RegistryMirror mirror_;
     int awaitedAnswer_ = 0;
     int answersMissing_ = 2;
+    std::optional<int> defaultsQuestion_;
     Hook listener_;
 };
 
