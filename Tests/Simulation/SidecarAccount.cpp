@@ -181,8 +181,10 @@ void SidecarAccount::look(
 void SidecarAccount::rememberOrigin(
     const std::string& room, const std::optional<Date>& watchingSince) {
     const Date now = scene_.timeline.now();
-    const bool slept = scene_.sleepAnnouncedAt && !lastHeld_.empty() &&
-                       secondsBetween(*scene_.sleepAnnouncedAt, now) < Seconds{8000};
+    // Who called before a sleep may be known after it.
+    constexpr Seconds longestSleep{8000};
+    const bool slept =
+        scene_.sleepAnnouncedAt && secondsBetween(*scene_.sleepAnnouncedAt, now) < longestSleep;
     const bool isManual = room.starts_with("manual#");
     // "Record now" knows those whom the program saw when it last looked.
     const bool slow = scene_.lastSlow && secondsBetween(*scene_.lastSlow, now) < Seconds{60};
