@@ -4,12 +4,14 @@
 
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 namespace brindle {
 namespace {
@@ -54,6 +56,25 @@ struct Pipe {
     FileDescriptor readEnd{-1};
     FileDescriptor writeEnd{-1};
 };
+
+TEST(FileDescriptor, ClosesWhateverNumberItHas) {
+    const int kept = ::dup(STDOUT_FILENO);
+    ASSERT_NE(kept, -1);
+    { const FileDescriptor descriptor{STDOUT_FILENO}; }
+    const bool isOpen = ::fcntl(STDOUT_FILENO, F_GETFD) != -1;
+    EXPECT_EQ(::dup2(kept, STDOUT_FILENO), STDOUT_FILENO);
+    ::close(kept);
+    EXPECT_FALSE(isOpen);
+}
+
+TEST(FileDescriptor, ClosesNothingWhereItWasMovedFrom) {
+    {
+        FileDescriptor from{::dup(STDOUT_FILENO)};
+        const FileDescriptor to{std::move(from)};
+        errno = 0;
+    }
+    EXPECT_EQ(errno, 0) << "the system was told to close what is not open";
+}
 
 TEST(FileDescriptor, WritesEverythingThroughSignalsAndShortWrites) {
     const InterruptingSignal signal;
