@@ -62,7 +62,7 @@ simulate:
 		$(if $(SURVEY),--survey)
 
 mutate:
-	@scripts/install-dependencies build
+	@scripts/install-dependencies build mutate
 	@scripts/mutate $(if $(SEED),--seed $(SEED)) $(if $(COUNT),--count $(COUNT)) \
 		$(if $(JOBS),--jobs $(JOBS))
 
