@@ -172,14 +172,15 @@ void FolderAccount::checkSettled() {
     }
 }
 
-/// Of a recording without a sidecar nobody repairs anything, and what a loss of power has brought
-/// back was removed in its time.
+/// Of a recording without a sidecar nobody repairs anything; without its .mov, the partial may be
+/// all that is left of it; and what a loss of power has brought back was removed in its time.
 bool FolderAccount::mayStay(const std::filesystem::path& partial) const {
     constexpr std::string_view ending = ".mp4.partial";
     const std::string name = partial.filename().native();
     const std::string baseName = name.substr(1, name.size() - 1 - ending.size());
-    return wasSick() || notRemoved_.contains(partial) ||
-           !scene_.files.contents(scene_.root / (baseName + ".json"));
+    const auto sidecar = scene_.files.contents(scene_.root / (baseName + ".json"));
+    return wasSick() || notRemoved_.contains(partial) || saysThatNothingWasRecorded(sidecar) ||
+           !sidecar;
 }
 
 /// Whether the disk failed in this run.
