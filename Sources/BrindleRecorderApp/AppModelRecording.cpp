@@ -522,7 +522,6 @@ Task<void> AppModel::repairInterruptedRecordings() {
                 SidecarUpdate::noting(*sidecar, RecordingNotes::interruptedWithoutMovie);
             repaired.interrupted = true;
             repaired.endedAt = sidecar->startedAt;
-            remuxer_.removeUnfinished(folder_.mp4URL(recording.baseName));
             writeSidecar(recording.baseName, repaired);
             continue;
         }

@@ -115,8 +115,8 @@ Task<Expected<void, RecorderError>> Remuxer::remuxToMP4(
                          destination.filename().string()));
 
     // Of a conversion that was cut off; whatever becomes of this one, nobody comes back for it.
-    removeUnfinished(destination);
     const auto temporary = temporaryFor(destination);
+    fileManager_.removeFileForGood(temporary);
     const auto session = exporter_.makePassthroughExport(source);
     if (!session) {
         log_.both(
@@ -279,10 +279,6 @@ Task<std::optional<Seconds>> Remuxer::duration(std::filesystem::path movie, Give
     exporter_.loadDuration(
         movie, [answered](std::optional<Seconds> duration) { answered.resume(duration); });
     co_return co_await answered;
-}
-
-void Remuxer::removeUnfinished(const std::filesystem::path& destination) {
-    fileManager_.removeFileForGood(temporaryFor(destination));
 }
 
 void Remuxer::cancel() {

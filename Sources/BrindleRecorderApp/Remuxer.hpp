@@ -44,10 +44,6 @@ class Remuxer {
     Task<Expected<void, RecorderError>> remuxToMP4(
         std::filesystem::path source, std::filesystem::path destination, GiveWay giveWay = {});
 
-    /// Removes what a conversion into `destination` that was cut off has left, where there is
-    /// nothing to convert any more.
-    void removeUnfinished(const std::filesystem::path& destination);
-
     /// Ends the conversions that are being copied now: each fails with "Export was cancelled.".
     void cancel();
 

@@ -93,13 +93,6 @@ TEST_F(AppModelRepair, AnMp4WithoutItsMovCountsAsNoMovieAndStays) {
         sidecar("d").notes, ElementsAre("Recording was interrupted and no .mov file was found."));
 }
 
-TEST_F(AppModelRepair, WithoutAMovieNothingStaysOfAConversionThatWasCutOff) {
-    leaveInterrupted("c", false);
-    files.putFile(folder.root / ".c.mp4.partial", "part");
-    launch();
-    EXPECT_THAT(folderContents(), ElementsAre("c.json"));
-}
-
 TEST_F(AppModelRepair, AMovieWhoseDateCannotBeReadEndsAtItsStart) {
     leaveInterrupted("b", true);
     files.failEveryCall(Operation::modificationDate);
