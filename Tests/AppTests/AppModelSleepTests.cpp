@@ -30,6 +30,13 @@ class AppModelSleep : public testing::Test, protected test::AppScene {
         systemEvents.announceWaking();
         settle();
     }
+    void writingStopsAsOftenAsAllowed() {
+        for (int failure = 1; failure <= 20; ++failure) {
+            runFor(60s);
+            writingStops();
+            settle();
+        }
+    }
     [[nodiscard]] bool isCapturing() { return capture.output().isRecording(); }
 
     inline static const std::string dictation = "com.apple.assistantd";
@@ -219,11 +226,7 @@ TEST_F(AppModelSleep, AStartThatWaitsForTheMicrophoneIsTakenBack) {
 
 TEST_F(AppModelSleep, ARecordingThatIsNotToBeRestartedIsNotResumedEither) {
     recordZoomCall();
-    for (int failure = 1; failure <= 20; ++failure) {
-        runFor(60s);
-        writingStops();
-        settle();
-    }
+    writingStopsAsOftenAsAllowed();
     ASSERT_THAT(captured, SizeIs(21));
     exporter().script().finishAtOnce = false;
     writingStops(); // once more than is allowed
@@ -240,11 +243,7 @@ TEST_F(AppModelSleep, ARecordingThatIsNotToBeRestartedIsNotResumedEither) {
 
 TEST_F(AppModelSleep, ARecordingThatIsNotToBeRestartedIsNotResumedBeforeItIsConverted) {
     recordZoomCall();
-    for (int failure = 1; failure <= 20; ++failure) {
-        runFor(60s);
-        writingStops();
-        settle();
-    }
+    writingStopsAsOftenAsAllowed();
     exporter().script().finishAtOnce = false;
     writingStops();
     settle();
@@ -259,11 +258,7 @@ TEST_F(AppModelSleep, ARecordingThatIsNotToBeRestartedIsNotResumedBeforeItIsConv
 
 TEST_F(AppModelSleep, AFailureTooManyOnTheWayIntoSleepEndsTheRecordingOfItsCall) {
     recordZoomCall();
-    for (int failure = 1; failure <= 20; ++failure) {
-        runFor(60s);
-        writingStops();
-        settle();
-    }
+    writingStopsAsOftenAsAllowed();
     ASSERT_THAT(captured, SizeIs(21));
     systemEvents.announceSleep(); // the segment is ended before anybody sees to its failure
     deviceDies();
