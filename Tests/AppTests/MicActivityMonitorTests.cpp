@@ -291,6 +291,17 @@ TEST_F(MicActivityMonitorTest, AProcessNumberThatIsUsedAgainBelongsToTheProcessT
     EXPECT_EQ(onlyBundleID(), "us.zoom.xos");
 }
 
+TEST_F(MicActivityMonitorTest, AProcessThatWasGoneInBetweenIsResolvedAnew) {
+    addRecording(1, 10);
+    registry_.bundleIDs[10] = "com.apple.replayd";
+    EXPECT_EQ(onlyBundleID(), "com.apple.replayd");
+    audio_.fake.removeProcess(1);
+    EXPECT_THAT(monitor_->snapshot(), IsEmpty());
+    addRecording(1, 10);
+    registry_.bundleIDs[10] = "us.zoom.xos";
+    EXPECT_EQ(onlyBundleID(), "us.zoom.xos");
+}
+
 TEST_F(MicActivityMonitorTest, AProcessIsResolvedOnceEvenIfOthersComeAndGo) {
     addRecording(1, 10);
     registry_.bundleIDs[10] = "com.example.unknown";
