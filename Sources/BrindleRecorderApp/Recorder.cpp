@@ -59,7 +59,6 @@ Expected<void, RecorderError> Recorder::start(
                 RecorderError::sessionRuntimeFailure(error ? error->description : "unknown error"));
         });
     currentMovPath_ = path;
-    isStopping_ = false;
     lastRecordingFinishError_.reset();
     ++startGeneration_;
     status_.set(RecorderStatus::recording(dateProvider_.now()));

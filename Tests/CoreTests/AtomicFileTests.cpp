@@ -3,6 +3,8 @@
 #include "Support/InMemoryFileManager.hpp"
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
 #include <thread>
 
 namespace brindle {
@@ -202,6 +204,11 @@ TEST(AtomicFile, GivesUpWhenEveryNameIsTaken) {
     ASSERT_FALSE(written);
     EXPECT_EQ(written.error().code, std::errc::file_exists);
     EXPECT_EQ(disk.contents(file), oldContents);
+    EXPECT_EQ(
+        std::ranges::count(
+            disk.calls(), Operation::createSyncedFile, &InMemoryFileManager::Call::operation),
+        1001)
+        << "the first name and a thousand others";
 }
 
 TEST(AtomicFile, FailsInAMissingFolder) {

@@ -14,6 +14,7 @@ using Json = nlohmann::ordered_json;
 using Pointer = Json::json_pointer;
 using Reason = SidecarDecodingError::Reason;
 using test::exampleSidecar;
+using testing::EndsWith;
 using testing::HasSubstr;
 
 /// The example as a document that a test can spoil.
@@ -39,7 +40,7 @@ void expectRefusal(std::string_view text, Reason reason, const std::string& inMe
     ASSERT_FALSE(read);
     EXPECT_EQ(read.error().reason, reason) << read.error().message;
     EXPECT_THAT(read.error().message, HasSubstr(inMessage));
-    EXPECT_FALSE(read.error().message.empty());
+    EXPECT_THAT(read.error().message, EndsWith("."));
     EXPECT_LT(read.error().message.size(), 200U);
 }
 
