@@ -121,6 +121,15 @@ void FolderAccount::checkWhyItBegan(const Segment& segment) {
     }
 }
 
+/// Whether another recording's sidecar reads like this one's: of a later run, which counts its
+/// calls from the start again, after somebody has put the clock back.
+bool FolderAccount::hasDouble(const Segment& segment) const {
+    return std::ranges::any_of(scene_.segments, [&](const Segment& other) {
+        return other.id != segment.id && other.baseName == segment.baseName &&
+               other.room == segment.room && other.sidecarStart == segment.sidecarStart;
+    });
+}
+
 /// Whether a file of it is there, and not of another that was given its name.
 bool FolderAccount::hasFiles(const Segment& segment) const {
     for (const char* ending : endings) {
@@ -130,8 +139,8 @@ bool FolderAccount::hasFiles(const Segment& segment) const {
         }
         if (ending == std::string{".json"}) {
             const auto sidecar = SidecarCoding::decode(*text);
-            if (!sidecar ||
-                (sidecar->roomCode == segment.room && sidecar->startedAt == segment.sidecarStart)) {
+            if (!sidecar || (sidecar->roomCode == segment.room &&
+                             sidecar->startedAt == segment.sidecarStart && !hasDouble(segment))) {
                 return true;
             }
         } else if (std::ranges::any_of(readableFragments(*text), [&](const Fragment& fragment) {

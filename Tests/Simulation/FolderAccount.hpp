@@ -29,6 +29,7 @@ class FolderAccount {
     void checkSettled();
 
   private:
+    [[nodiscard]] bool hasDouble(const Segment& segment) const;
     [[nodiscard]] bool hasFiles(const Segment& segment) const;
     void checkWhyItBegan(const Segment& segment);
     void checkWhatWasDiscarded();
