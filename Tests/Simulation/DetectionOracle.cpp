@@ -41,7 +41,12 @@ std::optional<std::string> DetectionOracle::judge(const Moment& moment) {
         }
         session_ = moment.session;
     }
-    if (moment.userDeclined || moment.asked) {
+    if (moment.userStarted) {
+        questionStands_ = false; // the recording by hand has taken its place
+    } else if (moment.asked) {
+        questionStands_ = true;
+    }
+    if ((moment.userDeclined && questionStands_) || moment.asked) {
         // Until the microphone has been free for long, even when nobody holds it just now.
         surelyBlocked_ = perhapsBlocked_ = true;
     }

@@ -77,7 +77,8 @@ class DetectionOracle {
     // The call that goes on was refused: surely, or perhaps (the program may not have seen it).
     bool surelyBlocked_ = false;
     bool perhapsBlocked_ = false;
-    Date before_{}; ///< the moment before
+    bool questionStands_ = false; ///< the prompt that appeared last can still be declined
+    Date before_{};               ///< the moment before
     bool asksFirst_ = false;
     Date asksSince_{};
     SessionState session_;
