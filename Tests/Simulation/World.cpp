@@ -193,8 +193,10 @@ std::vector<Caller> World::callers() const {
 /// The program's clock is set between calls only: what it may show until then is remembered.
 void World::followClock() {
     constexpr Seconds surely{30};
+    // Where nobody can be told apart, a program that is ignored otherwise keeps a call going too.
+    const bool isFree = usersAreUnknown_ ? programs_.empty() : moment_.holders.empty();
     const bool calm = oracle_.watchingSince() && *oracle_.watchingSince() < moment_.now &&
-                      lastSession_.isIdle() && moment_.holders.empty() && !scene_.asleep &&
+                      lastSession_.isIdle() && isFree && !scene_.asleep &&
                       !scene_.isWaitedFor() && !run_->model().pendingAskLabel.get();
     if (!calm) {
         calmSince_.reset();
