@@ -1,5 +1,5 @@
 // What one detection pass costs with more microphone users and windows than anybody has.
-#include "BrindleRecorderCore/CallDetector.hpp"
+#include "BrindleRecorderCore/Calls/CallDetector.hpp"
 
 #include <benchmark/benchmark.h>
 #include <string>

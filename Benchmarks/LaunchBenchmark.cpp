@@ -3,8 +3,8 @@
 //
 // Usage: LaunchBenchmark     Exit status 1: the claim does not hold.
 #include "BrindleRecorderApp/AppModel.hpp"
-#include "BrindleRecorderCore/PosixFileManager.hpp"
-#include "BrindleRecorderCore/SidecarCoding.hpp"
+#include "BrindleRecorderCore/Base/PosixFileManager.hpp"
+#include "BrindleRecorderCore/Recordings/SidecarCoding.hpp"
 #include "Support/ExampleSidecar.hpp"
 #include "Support/FakeDesktop.hpp"
 #include "Support/TemporaryFolder.hpp"

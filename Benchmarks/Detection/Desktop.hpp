@@ -2,8 +2,8 @@
 // program wires it.
 #pragma once
 
-#include "BrindleRecorderApp/MicActivityMonitor.hpp"
-#include "BrindleRecorderCore/CallDetector.hpp"
+#include "BrindleRecorderApp/Calls/MicActivityMonitor.hpp"
+#include "BrindleRecorderCore/Calls/CallDetector.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"

@@ -1,7 +1,7 @@
 // The desktop that the application runs on: one of every service of the seam.
 #pragma once
 
-#include "BrindleRecorderCore/TimeZone.hpp"
+#include "BrindleRecorderCore/Base/TimeZone.hpp"
 
 #include <functional>
 

@@ -1,9 +1,9 @@
 // The first part of the application model: finding calls and driving the session.
 #include "BrindleRecorderApp/AppModel.hpp"
 #include "BrindleRecorderApp/Platform/Workspace.hpp"
-#include "BrindleRecorderApp/StatusText.hpp"
-#include "BrindleRecorderCore/ByteCount.hpp"
-#include "BrindleRecorderCore/DateProvider.hpp"
+#include "BrindleRecorderApp/Words/StatusText.hpp"
+#include "BrindleRecorderCore/Base/ByteCount.hpp"
+#include "BrindleRecorderCore/Base/DateProvider.hpp"
 
 #include <algorithm>
 #include <fmt/format.h>

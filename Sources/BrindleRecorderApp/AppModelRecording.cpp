@@ -4,13 +4,13 @@
 #include "BrindleRecorderApp/Async/Continuation.hpp"
 #include "BrindleRecorderApp/Diagnostics.hpp"
 #include "BrindleRecorderApp/Platform/CaptureSystem.hpp"
-#include "BrindleRecorderApp/RecordingTexts.hpp"
-#include "BrindleRecorderCore/CallNaming.hpp"
-#include "BrindleRecorderCore/CaptureRecoveryPolicy.hpp"
-#include "BrindleRecorderCore/DateProvider.hpp"
-#include "BrindleRecorderCore/DiskSpacePolicy.hpp"
-#include "BrindleRecorderCore/SidecarStore.hpp"
-#include "BrindleRecorderCore/SidecarUpdate.hpp"
+#include "BrindleRecorderApp/Words/RecordingTexts.hpp"
+#include "BrindleRecorderCore/Base/DateProvider.hpp"
+#include "BrindleRecorderCore/Calls/CallNaming.hpp"
+#include "BrindleRecorderCore/Recordings/CaptureRecoveryPolicy.hpp"
+#include "BrindleRecorderCore/Recordings/DiskSpacePolicy.hpp"
+#include "BrindleRecorderCore/Recordings/SidecarStore.hpp"
+#include "BrindleRecorderCore/Recordings/SidecarUpdate.hpp"
 
 #include <algorithm>
 #include <fmt/format.h>

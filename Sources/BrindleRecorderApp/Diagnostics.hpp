@@ -2,7 +2,7 @@
 #pragma once
 
 #include "BrindleRecorderApp/Platform/PlatformError.hpp"
-#include "BrindleRecorderCore/FileManager.hpp"
+#include "BrindleRecorderCore/Base/FileManager.hpp"
 
 #include <cstdint>
 #include <filesystem>

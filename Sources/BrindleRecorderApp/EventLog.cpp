@@ -1,6 +1,6 @@
 #include "BrindleRecorderApp/EventLog.hpp"
 
-#include "BrindleRecorderCore/DiagnosticLog.hpp"
+#include "BrindleRecorderCore/Base/DiagnosticLog.hpp"
 
 #include <string>
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "BrindleRecorderApp/Platform/SystemLog.hpp"
-#include "BrindleRecorderCore/DateProvider.hpp"
+#include "BrindleRecorderCore/Base/DateProvider.hpp"
 
 #include <string_view>
 

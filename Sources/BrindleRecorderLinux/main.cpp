@@ -1,7 +1,7 @@
 // The program: it wires the desktop's services to the application, and nothing else.
 #include "BrindleRecorderApp/AppModel.hpp"
-#include "BrindleRecorderCore/PosixFileManager.hpp"
-#include "BrindleRecorderCore/RecordingsFolder.hpp"
+#include "BrindleRecorderCore/Base/PosixFileManager.hpp"
+#include "BrindleRecorderCore/Recordings/RecordingsFolder.hpp"
 #include "BrindleRecorderLinux/CommandLine/ConvertCommand.hpp"
 #include "BrindleRecorderLinux/CommandLine/DevicesCommand.hpp"
 #include "BrindleRecorderLinux/CommandLine/HeadlessDesktop.hpp"

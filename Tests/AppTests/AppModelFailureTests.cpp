@@ -1,7 +1,7 @@
 // How a recording survives that its capture fails: the segment is closed, and where allowed the
 // next one begins.
 #include "BrindleRecorderApp/AppModel.hpp"
-#include "BrindleRecorderCore/InternetDateTime.hpp"
+#include "BrindleRecorderCore/Base/InternetDateTime.hpp"
 
 #include "Support/AppScene.hpp"
 

@@ -1,7 +1,7 @@
 // How the application ends: at any moment, and without losing what was captured.
 #include "BrindleRecorderApp/AppModel.hpp"
 
-#include "BrindleRecorderCore/SidecarStore.hpp"
+#include "BrindleRecorderCore/Recordings/SidecarStore.hpp"
 #include "Support/AppScene.hpp"
 #include "Support/ExampleSidecar.hpp"
 

@@ -1,8 +1,8 @@
 // How a recording begins and ends: files, sidecar, devices, permissions, space, quitting.
 #include "BrindleRecorderApp/AppModel.hpp"
 
-#include "BrindleRecorderCore/InterruptedScan.hpp"
-#include "BrindleRecorderCore/SidecarStore.hpp"
+#include "BrindleRecorderCore/Recordings/InterruptedScan.hpp"
+#include "BrindleRecorderCore/Recordings/SidecarStore.hpp"
 #include "Support/AppScene.hpp"
 
 #include <gmock/gmock.h>

@@ -1,7 +1,7 @@
 // How a launch repairs what an earlier run of the program left unfinished.
 #include "BrindleRecorderApp/AppModel.hpp"
 
-#include "BrindleRecorderCore/SidecarStore.hpp"
+#include "BrindleRecorderCore/Recordings/SidecarStore.hpp"
 #include "Support/AppScene.hpp"
 #include "Support/ExampleSidecar.hpp"
 

@@ -1,4 +1,4 @@
-#include "BrindleRecorderApp/AppShell.hpp"
+#include "BrindleRecorderApp/Shell/AppShell.hpp"
 
 #include "AppTests/ShellFixture.hpp"
 

@@ -1,4 +1,4 @@
-#include "BrindleRecorderApp/CompanionApplication.hpp"
+#include "BrindleRecorderApp/Shell/CompanionApplication.hpp"
 
 #include "Support/FakeProcessRegistry.hpp"
 #include "Support/FakeWorkspace.hpp"

@@ -1,4 +1,4 @@
-#include "BrindleRecorderApp/DeviceCatalog.hpp"
+#include "BrindleRecorderApp/Recording/DeviceCatalog.hpp"
 
 #include "Support/FakeAudioObjects.hpp"
 #include "Support/ScriptedCaptureSystem.hpp"

@@ -1,4 +1,4 @@
-#include "BrindleRecorderApp/DeviceReport.hpp"
+#include "BrindleRecorderApp/Recording/DeviceReport.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "BrindleRecorderApp/FirstRunWindow.hpp"
+#include "BrindleRecorderApp/Shell/FirstRunWindow.hpp"
 
 #include "BrindleRecorderApp/Settings.hpp"
 #include "Support/FakeStatusItem.hpp"

@@ -1,4 +1,4 @@
-#include "BrindleRecorderApp/LaunchAtLogin.hpp"
+#include "BrindleRecorderApp/Shell/LaunchAtLogin.hpp"
 
 #include "Support/FakeLoginItems.hpp"
 

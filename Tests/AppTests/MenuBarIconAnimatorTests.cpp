@@ -1,4 +1,4 @@
-#include "BrindleRecorderApp/MenuBarIconAnimator.hpp"
+#include "BrindleRecorderApp/Shell/MenuBarIconAnimator.hpp"
 
 #include "Support/FakeDateProvider.hpp"
 #include "Support/FakeWorkspace.hpp"

@@ -1,4 +1,4 @@
-#include "BrindleRecorderApp/MenuBarIconRenderer.hpp"
+#include "BrindleRecorderApp/Shell/MenuBarIconRenderer.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
-#include "BrindleRecorderApp/MenuBarLabel.hpp"
+#include "BrindleRecorderApp/Shell/MenuBarLabel.hpp"
 
 #include "AppTests/ShellFixture.hpp"
-#include "BrindleRecorderApp/AppIconState.hpp"
+#include "BrindleRecorderApp/Shell/AppIconState.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
-#include "BrindleRecorderApp/MenuContent.hpp"
+#include "BrindleRecorderApp/Shell/MenuContent.hpp"
 
 #include "AppTests/ShellFixture.hpp"
-#include "BrindleRecorderCore/CallCatalog.hpp"
+#include "BrindleRecorderCore/Calls/CallCatalog.hpp"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
-#include "BrindleRecorderApp/MicActivityMonitor.hpp"
+#include "BrindleRecorderApp/Calls/MicActivityMonitor.hpp"
 
-#include "BrindleRecorderCore/CallDetector.hpp"
+#include "BrindleRecorderCore/Calls/CallDetector.hpp"
 #include "Support/FakeAudioObjects.hpp"
 #include "Support/FakeProcessRegistry.hpp"
 #include "Support/FakeWindowList.hpp"

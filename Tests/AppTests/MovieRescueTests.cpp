@@ -1,6 +1,6 @@
-#include "BrindleRecorderApp/MovieRescue.hpp"
+#include "BrindleRecorderApp/Recording/MovieRescue.hpp"
 
-#include "BrindleRecorderApp/Remuxer.hpp"
+#include "BrindleRecorderApp/Recording/Remuxer.hpp"
 #include "Support/FakeDateProvider.hpp"
 #include "Support/InMemoryFileManager.hpp"
 #include "Support/ManualMainLoop.hpp"

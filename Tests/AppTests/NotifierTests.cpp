@@ -1,4 +1,4 @@
-#include "BrindleRecorderApp/Notifier.hpp"
+#include "BrindleRecorderApp/Shell/Notifier.hpp"
 
 #include "Support/FakeUserNotifications.hpp"
 

@@ -1,4 +1,4 @@
-#include "BrindleRecorderApp/Permissions.hpp"
+#include "BrindleRecorderApp/Shell/Permissions.hpp"
 
 #include "BrindleRecorderApp/Platform/CaptureSystem.hpp"
 #include "Support/FakeWindowList.hpp"

@@ -1,4 +1,4 @@
-#include "BrindleRecorderApp/RecorderError.hpp"
+#include "BrindleRecorderApp/Recording/RecorderError.hpp"
 
 #include <gtest/gtest.h>
 

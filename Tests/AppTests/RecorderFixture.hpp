@@ -1,8 +1,8 @@
 // A recorder between scripted devices and a disk in memory, with both its threads run by hand.
 #pragma once
 
-#include "BrindleRecorderApp/Recorder.hpp"
-#include "BrindleRecorderApp/Remuxer.hpp"
+#include "BrindleRecorderApp/Recording/Recorder.hpp"
+#include "BrindleRecorderApp/Recording/Remuxer.hpp"
 #include "Support/FakeDateProvider.hpp"
 #include "Support/InMemoryFileManager.hpp"
 #include "Support/ManualExecutor.hpp"

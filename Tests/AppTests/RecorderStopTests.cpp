@@ -1,7 +1,7 @@
 // How a recording is stopped, kept or discarded, and what comes after a failure.
 #include "RecorderFixture.hpp"
 
-#include "BrindleRecorderCore/SerialQueue.hpp"
+#include "BrindleRecorderCore/Base/SerialQueue.hpp"
 
 #include <gmock/gmock.h>
 

@@ -1,7 +1,7 @@
 // How a running recording is watched, and how it fails.
 #include "RecorderFixture.hpp"
 
-#include "BrindleRecorderApp/CaptureWatchdog.hpp"
+#include "BrindleRecorderApp/Recording/CaptureWatchdog.hpp"
 
 #include <gmock/gmock.h>
 

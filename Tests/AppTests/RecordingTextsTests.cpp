@@ -1,5 +1,5 @@
 // The words that stay: in sidecars, in notifications, in the menu's warning.
-#include "BrindleRecorderApp/RecordingTexts.hpp"
+#include "BrindleRecorderApp/Words/RecordingTexts.hpp"
 
 #include <gtest/gtest.h>
 

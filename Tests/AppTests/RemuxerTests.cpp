@@ -1,4 +1,4 @@
-#include "BrindleRecorderApp/Remuxer.hpp"
+#include "BrindleRecorderApp/Recording/Remuxer.hpp"
 
 #include "Support/FakeDateProvider.hpp"
 #include "Support/InMemoryFileManager.hpp"

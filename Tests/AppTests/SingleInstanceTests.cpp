@@ -1,4 +1,4 @@
-#include "BrindleRecorderApp/SingleInstance.hpp"
+#include "BrindleRecorderApp/Shell/SingleInstance.hpp"
 
 #include "Support/FakeRunningApplications.hpp"
 

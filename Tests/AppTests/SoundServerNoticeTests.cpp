@@ -1,4 +1,4 @@
-#include "BrindleRecorderApp/SoundServerNotice.hpp"
+#include "BrindleRecorderApp/Calls/SoundServerNotice.hpp"
 
 #include "Support/FakeUserNotifications.hpp"
 #include "Support/ManualMainLoop.hpp"

@@ -1,4 +1,4 @@
-#include "BrindleRecorderApp/StatusText.hpp"
+#include "BrindleRecorderApp/Words/StatusText.hpp"
 
 #include <gtest/gtest.h>
 

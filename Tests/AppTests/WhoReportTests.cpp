@@ -1,7 +1,7 @@
-#include "BrindleRecorderApp/WhoReport.hpp"
+#include "BrindleRecorderApp/Calls/WhoReport.hpp"
 
-#include "BrindleRecorderCore/CallCatalog.hpp"
-#include "BrindleRecorderCore/CallDetector.hpp"
+#include "BrindleRecorderCore/Calls/CallCatalog.hpp"
+#include "BrindleRecorderCore/Calls/CallDetector.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "BrindleRecorderApp/WhoWatch.hpp"
+#include "BrindleRecorderApp/Calls/WhoWatch.hpp"
 
 #include "Support/FakeAudioObjects.hpp"
 #include "Support/FakeProcessRegistry.hpp"

@@ -1,4 +1,4 @@
-#include "BrindleRecorderCore/AtomicFile.hpp"
+#include "BrindleRecorderCore/Base/AtomicFile.hpp"
 
 #include "Support/InMemoryFileManager.hpp"
 

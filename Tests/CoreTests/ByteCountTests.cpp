@@ -1,4 +1,4 @@
-#include "BrindleRecorderCore/ByteCount.hpp"
+#include "BrindleRecorderCore/Base/ByteCount.hpp"
 
 #include <gtest/gtest.h>
 #include <limits>

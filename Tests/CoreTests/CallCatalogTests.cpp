@@ -1,4 +1,4 @@
-#include "BrindleRecorderCore/CallCatalog.hpp"
+#include "BrindleRecorderCore/Calls/CallCatalog.hpp"
 
 #include <algorithm>
 #include <gtest/gtest.h>

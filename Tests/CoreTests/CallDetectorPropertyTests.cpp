@@ -1,7 +1,7 @@
 // The call detector against a second formulation of its rules. The detector keeps a few facts up to
 // date; the model keeps everything that ever happened and works each fact out from that.
 
-#include "BrindleRecorderCore/CallDetector.hpp"
+#include "BrindleRecorderCore/Calls/CallDetector.hpp"
 #include "Support/CallWords.hpp"
 #include "Support/RandomSource.hpp"
 

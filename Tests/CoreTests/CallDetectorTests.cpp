@@ -1,6 +1,6 @@
-#include "BrindleRecorderCore/CallDetector.hpp"
+#include "BrindleRecorderCore/Calls/CallDetector.hpp"
 
-#include "BrindleRecorderCore/CallCatalog.hpp"
+#include "BrindleRecorderCore/Calls/CallCatalog.hpp"
 #include "Support/CallWords.hpp"
 
 #include <functional>

@@ -1,7 +1,7 @@
-#include "BrindleRecorderCore/CallNaming.hpp"
+#include "BrindleRecorderCore/Calls/CallNaming.hpp"
 
-#include "BrindleRecorderCore/CallCatalog.hpp"
-#include "BrindleRecorderCore/InternetDateTime.hpp"
+#include "BrindleRecorderCore/Base/InternetDateTime.hpp"
+#include "BrindleRecorderCore/Calls/CallCatalog.hpp"
 
 #include <gtest/gtest.h>
 

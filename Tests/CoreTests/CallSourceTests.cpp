@@ -1,5 +1,5 @@
-#include "BrindleRecorderCore/CallSource.hpp"
-#include "BrindleRecorderCore/MicUser.hpp"
+#include "BrindleRecorderCore/Calls/CallSource.hpp"
+#include "BrindleRecorderCore/Calls/MicUser.hpp"
 
 #include <gtest/gtest.h>
 #include <set>

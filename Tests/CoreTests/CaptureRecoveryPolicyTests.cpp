@@ -1,4 +1,4 @@
-#include "BrindleRecorderCore/CaptureRecoveryPolicy.hpp"
+#include "BrindleRecorderCore/Recordings/CaptureRecoveryPolicy.hpp"
 
 #include <gtest/gtest.h>
 

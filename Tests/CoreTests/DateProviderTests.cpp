@@ -1,4 +1,4 @@
-#include "BrindleRecorderCore/DateProvider.hpp"
+#include "BrindleRecorderCore/Base/DateProvider.hpp"
 
 #include <chrono>
 #include <ctime>

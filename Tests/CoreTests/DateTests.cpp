@@ -1,4 +1,4 @@
-#include "BrindleRecorderCore/Date.hpp"
+#include "BrindleRecorderCore/Base/Date.hpp"
 
 #include <gtest/gtest.h>
 

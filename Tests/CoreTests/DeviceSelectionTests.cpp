@@ -1,4 +1,4 @@
-#include "BrindleRecorderCore/DeviceSelection.hpp"
+#include "BrindleRecorderCore/Recordings/DeviceSelection.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
-#include "BrindleRecorderCore/DiagnosticLog.hpp"
+#include "BrindleRecorderCore/Base/DiagnosticLog.hpp"
 
-#include "BrindleRecorderCore/InternetDateTime.hpp"
-#include "BrindleRecorderCore/PosixFileManager.hpp"
-#include "BrindleRecorderCore/SerialQueue.hpp"
+#include "BrindleRecorderCore/Base/InternetDateTime.hpp"
+#include "BrindleRecorderCore/Base/PosixFileManager.hpp"
+#include "BrindleRecorderCore/Base/SerialQueue.hpp"
 
 #include "Support/EnvironmentVariable.hpp"
 #include "Support/ForwardingFileManager.hpp"

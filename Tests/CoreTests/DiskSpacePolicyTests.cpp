@@ -1,6 +1,6 @@
-#include "BrindleRecorderCore/DiskSpacePolicy.hpp"
+#include "BrindleRecorderCore/Recordings/DiskSpacePolicy.hpp"
 
-#include "BrindleRecorderCore/PosixFileManager.hpp"
+#include "BrindleRecorderCore/Base/PosixFileManager.hpp"
 
 #include "Support/InMemoryFileManager.hpp"
 

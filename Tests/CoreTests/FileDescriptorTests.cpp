@@ -1,4 +1,4 @@
-#include "BrindleRecorderCore/FileDescriptor.hpp"
+#include "BrindleRecorderCore/Base/FileDescriptor.hpp"
 
 #include "Support/TemporaryFolder.hpp"
 

@@ -1,6 +1,6 @@
 // What every file manager promises, held against the real disk and against the disk in memory.
-#include "BrindleRecorderCore/AtomicFile.hpp"
-#include "BrindleRecorderCore/PosixFileManager.hpp"
+#include "BrindleRecorderCore/Base/AtomicFile.hpp"
+#include "BrindleRecorderCore/Base/PosixFileManager.hpp"
 
 #include "Support/InMemoryFileManager.hpp"
 #include "Support/TemporaryFolder.hpp"

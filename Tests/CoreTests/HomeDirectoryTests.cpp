@@ -1,4 +1,4 @@
-#include "BrindleRecorderCore/HomeDirectory.hpp"
+#include "BrindleRecorderCore/Base/HomeDirectory.hpp"
 
 #include "Support/EnvironmentVariable.hpp"
 

@@ -1,4 +1,4 @@
-#include "BrindleRecorderCore/InternetDateTime.hpp"
+#include "BrindleRecorderCore/Base/InternetDateTime.hpp"
 
 #include <gtest/gtest.h>
 

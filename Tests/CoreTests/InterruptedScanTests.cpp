@@ -1,7 +1,7 @@
-#include "BrindleRecorderCore/InterruptedScan.hpp"
+#include "BrindleRecorderCore/Recordings/InterruptedScan.hpp"
 
-#include "BrindleRecorderCore/PosixFileManager.hpp"
-#include "BrindleRecorderCore/SidecarCoding.hpp"
+#include "BrindleRecorderCore/Base/PosixFileManager.hpp"
+#include "BrindleRecorderCore/Recordings/SidecarCoding.hpp"
 #include "Support/ExampleSidecar.hpp"
 #include "Support/InMemoryFileManager.hpp"
 #include "Support/TemporaryFolder.hpp"

@@ -1,7 +1,7 @@
 // The user's zone on machines whose own zone is not the one of the machine that runs the tests.
-#include "BrindleRecorderCore/TimeZone.hpp"
+#include "BrindleRecorderCore/Base/TimeZone.hpp"
 
-#include "BrindleRecorderCore/InternetDateTime.hpp"
+#include "BrindleRecorderCore/Base/InternetDateTime.hpp"
 
 #include "Support/EnvironmentVariable.hpp"
 

@@ -1,4 +1,4 @@
-#include "BrindleRecorderCore/MenuBarIconState.hpp"
+#include "BrindleRecorderCore/Recordings/MenuBarIconState.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Which paths count as files that are there.
-#include "BrindleRecorderCore/PosixFileManager.hpp"
+#include "BrindleRecorderCore/Base/PosixFileManager.hpp"
 
 #include "Support/TemporaryFolder.hpp"
 

@@ -1,7 +1,7 @@
 // What only the real disk has: modes, links, pipes, limits, descriptors, and syncing.
-#include "BrindleRecorderCore/PosixFileManager.hpp"
+#include "BrindleRecorderCore/Base/PosixFileManager.hpp"
 
-#include "BrindleRecorderCore/AtomicFile.hpp"
+#include "BrindleRecorderCore/Base/AtomicFile.hpp"
 
 #include "Support/TemporaryFolder.hpp"
 

@@ -1,7 +1,7 @@
-#include "BrindleRecorderCore/RecordingsFolder.hpp"
+#include "BrindleRecorderCore/Recordings/RecordingsFolder.hpp"
 
-#include "BrindleRecorderCore/InternetDateTime.hpp"
-#include "BrindleRecorderCore/PosixFileManager.hpp"
+#include "BrindleRecorderCore/Base/InternetDateTime.hpp"
+#include "BrindleRecorderCore/Base/PosixFileManager.hpp"
 
 #include "Support/EnvironmentVariable.hpp"
 #include "Support/InMemoryFileManager.hpp"

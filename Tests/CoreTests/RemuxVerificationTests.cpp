@@ -1,4 +1,4 @@
-#include "BrindleRecorderCore/RemuxVerification.hpp"
+#include "BrindleRecorderCore/Recordings/RemuxVerification.hpp"
 
 #include <gtest/gtest.h>
 #include <limits>

@@ -1,5 +1,5 @@
 // What the queue's thread is called, as debuggers and crash reports show it.
-#include "BrindleRecorderCore/SerialQueue.hpp"
+#include "BrindleRecorderCore/Base/SerialQueue.hpp"
 
 #include <array>
 #include <gtest/gtest.h>

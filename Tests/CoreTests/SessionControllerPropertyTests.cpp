@@ -2,7 +2,7 @@
 // mute and a count; the model keeps every input and finds mute, count and start date by looking
 // back, and tells what the delegate must hear from the states before and after alone.
 
-#include "BrindleRecorderCore/SessionController.hpp"
+#include "BrindleRecorderCore/Calls/SessionController.hpp"
 #include "Support/RandomSource.hpp"
 #include "Support/SessionScene.hpp"
 

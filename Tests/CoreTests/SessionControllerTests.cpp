@@ -1,4 +1,4 @@
-#include "BrindleRecorderCore/SessionController.hpp"
+#include "BrindleRecorderCore/Calls/SessionController.hpp"
 
 #include "Support/FakeDateProvider.hpp"
 #include "Support/SessionScene.hpp"

@@ -1,5 +1,5 @@
 // What counts as a sidecar when one is read, and what is said about everything else.
-#include "BrindleRecorderCore/SidecarCoding.hpp"
+#include "BrindleRecorderCore/Recordings/SidecarCoding.hpp"
 
 #include "Support/ExampleSidecar.hpp"
 

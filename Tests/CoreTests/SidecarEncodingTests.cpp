@@ -1,5 +1,5 @@
 // What sidecars look like on disk, compared byte by byte with documents made by hand.
-#include "BrindleRecorderCore/SidecarCoding.hpp"
+#include "BrindleRecorderCore/Recordings/SidecarCoding.hpp"
 
 #include "Support/ExampleSidecar.hpp"
 

@@ -1,6 +1,6 @@
 // Sidecars as a broken disk or a stranger might leave them. Every run is another one; the seed
 // that it prints repeats it.
-#include "BrindleRecorderCore/SidecarCoding.hpp"
+#include "BrindleRecorderCore/Recordings/SidecarCoding.hpp"
 
 #include "Support/ExampleSidecar.hpp"
 #include "Support/RandomSource.hpp"

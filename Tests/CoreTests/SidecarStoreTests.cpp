@@ -1,6 +1,6 @@
-#include "BrindleRecorderCore/SidecarStore.hpp"
+#include "BrindleRecorderCore/Recordings/SidecarStore.hpp"
 
-#include "BrindleRecorderCore/PosixFileManager.hpp"
+#include "BrindleRecorderCore/Base/PosixFileManager.hpp"
 #include "Support/ExampleSidecar.hpp"
 #include "Support/InMemoryFileManager.hpp"
 #include "Support/TemporaryFolder.hpp"

@@ -1,4 +1,4 @@
-#include "BrindleRecorderCore/SidecarUpdate.hpp"
+#include "BrindleRecorderCore/Recordings/SidecarUpdate.hpp"
 
 #include "Support/ExampleSidecar.hpp"
 

@@ -1,4 +1,4 @@
-#include "BrindleRecorderCore/StallDetector.hpp"
+#include "BrindleRecorderCore/Recordings/StallDetector.hpp"
 
 #include <gtest/gtest.h>
 #include <limits>

@@ -1,4 +1,4 @@
-#include "BrindleRecorderCore/SteadyDateProvider.hpp"
+#include "BrindleRecorderCore/Base/SteadyDateProvider.hpp"
 
 #include "Support/FakeDateProvider.hpp"
 

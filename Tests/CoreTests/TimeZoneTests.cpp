@@ -1,6 +1,6 @@
-#include "BrindleRecorderCore/TimeZone.hpp"
+#include "BrindleRecorderCore/Base/TimeZone.hpp"
 
-#include "BrindleRecorderCore/InternetDateTime.hpp"
+#include "BrindleRecorderCore/Base/InternetDateTime.hpp"
 
 #include "Support/EnvironmentVariable.hpp"
 

@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/Gio/AutostartEntry.hpp"
 
-#include "BrindleRecorderCore/PosixFileManager.hpp"
+#include "BrindleRecorderCore/Base/PosixFileManager.hpp"
 #include "Support/TemporaryFolder.hpp"
 
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/Qt/IconPainter.hpp"
 
-#include "BrindleRecorderApp/MenuBarIconRenderer.hpp"
+#include "BrindleRecorderApp/Shell/MenuBarIconRenderer.hpp"
 
 #include <QColor>
 #include <QPainter>

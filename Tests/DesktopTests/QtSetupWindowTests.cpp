@@ -1,7 +1,7 @@
 #include "BrindleRecorderLinux/Qt/QtSetupWindow.hpp"
 
-#include "BrindleRecorderApp/FirstRunWindow.hpp"
-#include "BrindleRecorderApp/Permissions.hpp"
+#include "BrindleRecorderApp/Shell/FirstRunWindow.hpp"
+#include "BrindleRecorderApp/Shell/Permissions.hpp"
 #include "DesktopTests/Bus.hpp"
 
 #include <QAccessible>

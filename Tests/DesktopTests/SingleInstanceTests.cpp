@@ -1,6 +1,6 @@
 // The program beside itself, on one session bus and on two.
 #include "BrindleRecorderApp/AppInfo.hpp"
-#include "BrindleRecorderApp/SingleInstance.hpp"
+#include "BrindleRecorderApp/Shell/SingleInstance.hpp"
 #include "BrindleRecorderLinux/DBus/SessionBusNames.hpp"
 #include "BrindleRecorderLinux/Files/FolderLock.hpp"
 #include "DesktopTests/Bus.hpp"

@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/DBus/StatusNotifierItem.hpp"
 
-#include "BrindleRecorderApp/MenuBarIconRenderer.hpp"
+#include "BrindleRecorderApp/Shell/MenuBarIconRenderer.hpp"
 #include "DesktopTests/Bus.hpp"
 
 #include <QDBusVirtualObject>

@@ -1,7 +1,7 @@
 // How a process and its relatives lead to an application. The programs themselves are in the corpus
 // of microphone users.
 #include "BrindleRecorderApp/AppInfo.hpp"
-#include "BrindleRecorderCore/CallCatalog.hpp"
+#include "BrindleRecorderCore/Calls/CallCatalog.hpp"
 #include "BrindleRecorderLinux/Processes/ApplicationIdentity.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
 #include "BrindleRecorderLinux/Program/SiblingProgram.hpp"

@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/Portal/CameraPortal.hpp"
 
-#include "BrindleRecorderCore/FileDescriptor.hpp"
+#include "BrindleRecorderCore/Base/FileDescriptor.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "LinuxTests/BareBus.hpp"
 #include "LinuxTests/ScriptedCameraPortal.hpp"

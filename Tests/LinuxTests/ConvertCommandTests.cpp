@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/CommandLine/ConvertCommand.hpp"
 
-#include "BrindleRecorderCore/PosixFileManager.hpp"
+#include "BrindleRecorderCore/Base/PosixFileManager.hpp"
 #include "BrindleRecorderLinux/Media/OutputFile.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "LinuxTests/OutputCapture.hpp"

@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/Windows/DesktopWindowList.hpp"
 
-#include "BrindleRecorderApp/MicActivityMonitor.hpp"
+#include "BrindleRecorderApp/Calls/MicActivityMonitor.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
 #include "LinuxTests/ToplevelCompositor.hpp"

@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/CommandLine/DevicesCommand.hpp"
 
-#include "BrindleRecorderCore/PosixFileManager.hpp"
+#include "BrindleRecorderCore/Base/PosixFileManager.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "DesktopDevices.hpp"
 #include "LinuxTests/OutputCapture.hpp"

@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/Files/JsonDefaultsStore.hpp"
 
-#include "BrindleRecorderCore/PosixFileManager.hpp"
+#include "BrindleRecorderCore/Base/PosixFileManager.hpp"
 #include "Support/InMemoryFileManager.hpp"
 #include "Support/TemporaryFolder.hpp"
 

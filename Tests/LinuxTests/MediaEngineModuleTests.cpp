@@ -7,7 +7,7 @@
 #include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSession.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 
-#include "BrindleRecorderCore/PosixFileManager.hpp"
+#include "BrindleRecorderCore/Base/PosixFileManager.hpp"
 #include "LinuxTests/MovieFixtures.hpp"
 #include "LinuxTests/OutputCapture.hpp"
 #include "Support/ManualMainLoop.hpp"

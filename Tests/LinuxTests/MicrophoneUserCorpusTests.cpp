@@ -4,9 +4,9 @@
 //
 // A row's evidence says where the names in it are known from. What the evidence does not cover has
 // the form that the packaging, or the sound server, gives it.
-#include "BrindleRecorderApp/MicActivityMonitor.hpp"
-#include "BrindleRecorderCore/CallCatalog.hpp"
-#include "BrindleRecorderCore/CallDetector.hpp"
+#include "BrindleRecorderApp/Calls/MicActivityMonitor.hpp"
+#include "BrindleRecorderCore/Calls/CallCatalog.hpp"
+#include "BrindleRecorderCore/Calls/CallDetector.hpp"
 #include "BrindleRecorderLinux/PipeWire/MicrophoneView.hpp"
 #include "BrindleRecorderLinux/PipeWire/PropertyReading.hpp"
 #include "BrindleRecorderLinux/PipeWire/RecorderIdentity.hpp"

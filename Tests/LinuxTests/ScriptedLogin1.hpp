@@ -1,7 +1,7 @@
 // A login manager on the session's own bus that does what a test says.
 #pragma once
 
-#include "BrindleRecorderCore/FileDescriptor.hpp"
+#include "BrindleRecorderCore/Base/FileDescriptor.hpp"
 #include "LinuxTests/ScriptedBusObject.hpp"
 
 #include <string>

@@ -1,7 +1,7 @@
 // A way to PipeWire's server on which a test can hold up what the server says.
 #pragma once
 
-#include "BrindleRecorderCore/FileDescriptor.hpp"
+#include "BrindleRecorderCore/Base/FileDescriptor.hpp"
 #include "Support/EnvironmentVariable.hpp"
 
 #include <mutex>

@@ -1,7 +1,7 @@
 // The X11 window list at a real X server, with windows that the test makes itself.
 #include "BrindleRecorderLinux/Windows/X11WindowList.hpp"
 
-#include "BrindleRecorderApp/MicActivityMonitor.hpp"
+#include "BrindleRecorderApp/Calls/MicActivityMonitor.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
 #include "LinuxTests/XServer.hpp"
 #include "Support/FakeAudioObjects.hpp"

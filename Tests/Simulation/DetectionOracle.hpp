@@ -2,8 +2,8 @@
 // and what the user said. It knows spans of time and nothing of the detector's phases.
 #pragma once
 
-#include "BrindleRecorderCore/Date.hpp"
-#include "BrindleRecorderCore/SessionState.hpp"
+#include "BrindleRecorderCore/Base/Date.hpp"
+#include "BrindleRecorderCore/Calls/SessionState.hpp"
 
 #include <map>
 #include <optional>

@@ -1,6 +1,6 @@
 #include "Simulation/Ledger.hpp"
 
-#include "BrindleRecorderCore/SidecarCoding.hpp"
+#include "BrindleRecorderCore/Recordings/SidecarCoding.hpp"
 
 #include <algorithm>
 #include <vector>

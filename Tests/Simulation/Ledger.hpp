@@ -1,7 +1,7 @@
 // Holds the folder against the account of what was recorded.
 #pragma once
 
-#include "BrindleRecorderCore/Sidecar.hpp"
+#include "BrindleRecorderCore/Recordings/Sidecar.hpp"
 #include "Simulation/Scene.hpp"
 
 #include <optional>

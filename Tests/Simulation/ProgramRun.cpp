@@ -2,7 +2,7 @@
 
 #include "BrindleRecorderApp/AppEnvironment.hpp"
 #include "BrindleRecorderApp/Platform/SystemLog.hpp"
-#include "BrindleRecorderCore/SidecarStore.hpp"
+#include "BrindleRecorderCore/Recordings/SidecarStore.hpp"
 #include "Support/ForwardingFileManager.hpp"
 #include "Support/InlineExecutor.hpp"
 

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "BrindleRecorderApp/AppModel.hpp"
-#include "BrindleRecorderCore/DiagnosticLog.hpp"
-#include "BrindleRecorderCore/SteadyDateProvider.hpp"
+#include "BrindleRecorderCore/Base/DiagnosticLog.hpp"
+#include "BrindleRecorderCore/Base/SteadyDateProvider.hpp"
 #include "Simulation/Scene.hpp"
 #include "Simulation/SimulatedCapture.hpp"
 #include "Simulation/SimulatedDisk.hpp"

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "BrindleRecorderApp/Platform/CaptureSystem.hpp"
-#include "BrindleRecorderCore/DeviceSelection.hpp"
+#include "BrindleRecorderCore/Recordings/DeviceSelection.hpp"
 #include "Simulation/Timeline.hpp"
 #include "Support/InMemoryFileManager.hpp"
 #include "Support/RandomSource.hpp"

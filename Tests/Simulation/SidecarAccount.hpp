@@ -1,7 +1,7 @@
 // Holds every sidecar at rest, field by field, against what the world knows of that recording.
 #pragma once
 
-#include "BrindleRecorderCore/Sidecar.hpp"
+#include "BrindleRecorderCore/Recordings/Sidecar.hpp"
 #include "Simulation/Scene.hpp"
 
 #include <cstddef>

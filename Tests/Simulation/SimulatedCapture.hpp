@@ -4,7 +4,7 @@
 
 #include "BrindleRecorderApp/Platform/CaptureSystem.hpp"
 #include "BrindleRecorderApp/Platform/MainLoop.hpp"
-#include "BrindleRecorderCore/Sidecar.hpp"
+#include "BrindleRecorderCore/Recordings/Sidecar.hpp"
 #include "Simulation/Scene.hpp"
 #include "Simulation/SimulatedDisk.hpp"
 #include "Support/FakeListeners.hpp"

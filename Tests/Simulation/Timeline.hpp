@@ -2,8 +2,8 @@
 #pragma once
 
 #include "BrindleRecorderApp/Platform/MainLoop.hpp"
-#include "BrindleRecorderCore/DateProvider.hpp"
-#include "BrindleRecorderCore/Executor.hpp"
+#include "BrindleRecorderCore/Base/DateProvider.hpp"
+#include "BrindleRecorderCore/Base/Executor.hpp"
 
 #include <chrono>
 #include <cstdint>

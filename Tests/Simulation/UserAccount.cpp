@@ -1,7 +1,7 @@
 #include "Simulation/UserAccount.hpp"
 
-#include "BrindleRecorderApp/AppIconState.hpp"
-#include "BrindleRecorderCore/SidecarCoding.hpp"
+#include "BrindleRecorderApp/Shell/AppIconState.hpp"
+#include "BrindleRecorderCore/Recordings/SidecarCoding.hpp"
 
 #include <algorithm>
 #include <array>

@@ -1,8 +1,8 @@
 // The second part of the world: how the program's runs come to their end, and the machine's sleep.
 #include "Simulation/World.hpp"
 
-#include "BrindleRecorderCore/InterruptedScan.hpp"
-#include "BrindleRecorderCore/RecordingsFolder.hpp"
+#include "BrindleRecorderCore/Recordings/InterruptedScan.hpp"
+#include "BrindleRecorderCore/Recordings/RecordingsFolder.hpp"
 
 #include <filesystem>
 #include <map>

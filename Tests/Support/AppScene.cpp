@@ -1,6 +1,6 @@
 #include "Support/AppScene.hpp"
 
-#include "BrindleRecorderCore/SidecarStore.hpp"
+#include "BrindleRecorderCore/Recordings/SidecarStore.hpp"
 #include "Support/SessionScene.hpp"
 
 #include <stdexcept>

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "BrindleRecorderApp/AppModel.hpp"
-#include "BrindleRecorderCore/DeviceSelection.hpp"
-#include "BrindleRecorderCore/Sidecar.hpp"
-#include "BrindleRecorderCore/TimeZone.hpp"
+#include "BrindleRecorderCore/Base/TimeZone.hpp"
+#include "BrindleRecorderCore/Recordings/DeviceSelection.hpp"
+#include "BrindleRecorderCore/Recordings/Sidecar.hpp"
 #include "Support/FakeDesktop.hpp"
 
 #include <chrono>

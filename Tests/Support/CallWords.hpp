@@ -2,7 +2,7 @@
 // something readable.
 #pragma once
 
-#include "BrindleRecorderCore/CallDetector.hpp"
+#include "BrindleRecorderCore/Calls/CallDetector.hpp"
 
 #include <optional>
 #include <string>

@@ -1,8 +1,8 @@
 // A sidecar for tests to begin with.
 #pragma once
 
-#include "BrindleRecorderCore/InternetDateTime.hpp"
-#include "BrindleRecorderCore/Sidecar.hpp"
+#include "BrindleRecorderCore/Base/InternetDateTime.hpp"
+#include "BrindleRecorderCore/Recordings/Sidecar.hpp"
 
 namespace brindle::test {
 

@@ -1,7 +1,7 @@
 // A clock that a test sets by hand.
 #pragma once
 
-#include "BrindleRecorderCore/DateProvider.hpp"
+#include "BrindleRecorderCore/Base/DateProvider.hpp"
 
 namespace brindle::test {
 

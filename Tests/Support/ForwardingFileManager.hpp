@@ -1,7 +1,7 @@
 // A disk that hands everything on to another one, and may look at each call.
 #pragma once
 
-#include "BrindleRecorderCore/FileManager.hpp"
+#include "BrindleRecorderCore/Base/FileManager.hpp"
 
 namespace brindle::test {
 

@@ -2,8 +2,8 @@
 // was not synced.
 #pragma once
 
-#include "BrindleRecorderCore/DateProvider.hpp"
-#include "BrindleRecorderCore/FileManager.hpp"
+#include "BrindleRecorderCore/Base/DateProvider.hpp"
+#include "BrindleRecorderCore/Base/FileManager.hpp"
 
 #include <cstdint>
 #include <filesystem>

@@ -1,7 +1,7 @@
 // A serial queue without a thread: work runs within the call that adds it.
 #pragma once
 
-#include "BrindleRecorderCore/Executor.hpp"
+#include "BrindleRecorderCore/Base/Executor.hpp"
 
 #include <deque>
 #include <string>

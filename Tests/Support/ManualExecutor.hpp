@@ -1,7 +1,7 @@
 // A serial queue whose work runs when a test says so.
 #pragma once
 
-#include "BrindleRecorderCore/Executor.hpp"
+#include "BrindleRecorderCore/Base/Executor.hpp"
 
 #include <cstddef>
 #include <deque>

@@ -1,7 +1,7 @@
 // The real diagnostic log over a disk in memory, writing at once, for tests to read.
 #pragma once
 
-#include "BrindleRecorderCore/DiagnosticLog.hpp"
+#include "BrindleRecorderCore/Base/DiagnosticLog.hpp"
 #include "Support/InMemoryFileManager.hpp"
 #include "Support/InlineExecutor.hpp"
 

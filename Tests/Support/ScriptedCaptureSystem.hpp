@@ -3,7 +3,7 @@
 #pragma once
 
 #include "BrindleRecorderApp/Platform/CaptureSystem.hpp"
-#include "BrindleRecorderCore/DateProvider.hpp"
+#include "BrindleRecorderCore/Base/DateProvider.hpp"
 #include "Support/CallJournal.hpp"
 #include "Support/FakeListeners.hpp"
 

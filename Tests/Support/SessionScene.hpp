@@ -1,7 +1,7 @@
 // A session controller with a clock, a delegate and a callback that write down what they hear.
 #pragma once
 
-#include "BrindleRecorderCore/SessionController.hpp"
+#include "BrindleRecorderCore/Calls/SessionController.hpp"
 #include "Support/FakeDateProvider.hpp"
 
 #include <functional>

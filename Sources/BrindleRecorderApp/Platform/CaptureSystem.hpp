@@ -3,9 +3,9 @@
 
 #include "BrindleRecorderApp/Platform/Observation.hpp"
 #include "BrindleRecorderApp/Platform/PlatformError.hpp"
-#include "BrindleRecorderCore/Date.hpp"
-#include "BrindleRecorderCore/DeviceSelection.hpp"
-#include "BrindleRecorderCore/Expected.hpp"
+#include "BrindleRecorderCore/Base/Date.hpp"
+#include "BrindleRecorderCore/Base/Expected.hpp"
+#include "BrindleRecorderCore/Recordings/DeviceSelection.hpp"
 
 #include <cstdint>
 #include <filesystem>

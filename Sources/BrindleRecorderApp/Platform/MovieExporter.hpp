@@ -2,7 +2,7 @@
 #pragma once
 
 #include "BrindleRecorderApp/Platform/PlatformError.hpp"
-#include "BrindleRecorderCore/Date.hpp"
+#include "BrindleRecorderCore/Base/Date.hpp"
 
 #include <cstdint>
 #include <filesystem>

@@ -1,9 +1,9 @@
 #include "BrindleRecorderLinux/CommandLine/ConvertCommand.hpp"
 
-#include "BrindleRecorderApp/MovieRescue.hpp"
-#include "BrindleRecorderApp/Remuxer.hpp"
-#include "BrindleRecorderCore/DateProvider.hpp"
-#include "BrindleRecorderCore/DiagnosticLog.hpp"
+#include "BrindleRecorderApp/Recording/MovieRescue.hpp"
+#include "BrindleRecorderApp/Recording/Remuxer.hpp"
+#include "BrindleRecorderCore/Base/DateProvider.hpp"
+#include "BrindleRecorderCore/Base/DiagnosticLog.hpp"
 #include "BrindleRecorderLinux/CommandLine/ProgressBar.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
 #include "BrindleRecorderLinux/Media/OutputFile.hpp"

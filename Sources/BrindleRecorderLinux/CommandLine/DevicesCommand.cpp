@@ -1,7 +1,7 @@
 #include "BrindleRecorderLinux/CommandLine/DevicesCommand.hpp"
 
-#include "BrindleRecorderApp/DeviceCatalog.hpp"
-#include "BrindleRecorderApp/DeviceReport.hpp"
+#include "BrindleRecorderApp/Recording/DeviceCatalog.hpp"
+#include "BrindleRecorderApp/Recording/DeviceReport.hpp"
 #include "BrindleRecorderApp/Settings.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
 #include "BrindleRecorderLinux/Files/JsonDefaultsStore.hpp"

@@ -1,7 +1,7 @@
 // What the program was asked to do on its command line.
 #pragma once
 
-#include "BrindleRecorderCore/Expected.hpp"
+#include "BrindleRecorderCore/Base/Expected.hpp"
 
 #include <string>
 #include <string_view>

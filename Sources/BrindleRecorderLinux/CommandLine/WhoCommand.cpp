@@ -1,8 +1,8 @@
 #include "BrindleRecorderLinux/CommandLine/WhoCommand.hpp"
 
-#include "BrindleRecorderApp/MicActivityMonitor.hpp"
+#include "BrindleRecorderApp/Calls/MicActivityMonitor.hpp"
+#include "BrindleRecorderApp/Calls/WhoWatch.hpp"
 #include "BrindleRecorderApp/Settings.hpp"
-#include "BrindleRecorderApp/WhoWatch.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
 #include "BrindleRecorderLinux/Files/JsonDefaultsStore.hpp"
 #include "BrindleRecorderLinux/PipeWire/AudioServerStateText.hpp"

@@ -1,7 +1,7 @@
 // Bytes that can be read at any position: what the readers of movies work on.
 #pragma once
 
-#include "BrindleRecorderCore/Expected.hpp"
+#include "BrindleRecorderCore/Base/Expected.hpp"
 
 #include <cstddef>
 #include <cstdint>

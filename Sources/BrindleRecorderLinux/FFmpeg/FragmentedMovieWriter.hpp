@@ -2,7 +2,7 @@
 #pragma once
 
 #include "BrindleRecorderApp/Platform/PlatformError.hpp"
-#include "BrindleRecorderCore/Expected.hpp"
+#include "BrindleRecorderCore/Base/Expected.hpp"
 #include "BrindleRecorderLinux/FFmpeg/EncodedPacket.hpp"
 #include "BrindleRecorderLinux/FFmpeg/Handles.hpp"
 #include "BrindleRecorderLinux/Media/OutputFile.hpp"

@@ -3,7 +3,7 @@
 
 #include "BrindleRecorderApp/Platform/CaptureSystem.hpp"
 #include "BrindleRecorderApp/Platform/PlatformError.hpp"
-#include "BrindleRecorderCore/Expected.hpp"
+#include "BrindleRecorderCore/Base/Expected.hpp"
 #include "BrindleRecorderLinux/FFmpeg/AudioEncoder.hpp"
 #include "BrindleRecorderLinux/FFmpeg/AudioTimeline.hpp"
 #include "BrindleRecorderLinux/FFmpeg/EncodedPacket.hpp"

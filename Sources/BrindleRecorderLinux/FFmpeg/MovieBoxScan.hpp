@@ -7,7 +7,7 @@
 // meaning. Nothing moves, since samples are found by their place in the file.
 #pragma once
 
-#include "BrindleRecorderCore/Expected.hpp"
+#include "BrindleRecorderCore/Base/Expected.hpp"
 #include "BrindleRecorderLinux/FFmpeg/ByteSource.hpp"
 #include "BrindleRecorderLinux/FFmpeg/MovieBox.hpp"
 #include "BrindleRecorderLinux/FFmpeg/MovieFragment.hpp"

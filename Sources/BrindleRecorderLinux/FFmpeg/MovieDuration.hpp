@@ -1,7 +1,7 @@
 // How long the readable part of a movie plays.
 #pragma once
 
-#include "BrindleRecorderCore/Date.hpp"
+#include "BrindleRecorderCore/Base/Date.hpp"
 #include "BrindleRecorderLinux/FFmpeg/ByteSource.hpp"
 
 #include <optional>

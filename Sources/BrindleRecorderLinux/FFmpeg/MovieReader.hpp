@@ -2,8 +2,8 @@
 #pragma once
 
 #include "BrindleRecorderApp/Platform/PlatformError.hpp"
-#include "BrindleRecorderCore/Date.hpp"
-#include "BrindleRecorderCore/Expected.hpp"
+#include "BrindleRecorderCore/Base/Date.hpp"
+#include "BrindleRecorderCore/Base/Expected.hpp"
 #include "BrindleRecorderLinux/FFmpeg/ByteSource.hpp"
 #include "BrindleRecorderLinux/FFmpeg/Handles.hpp"
 #include "BrindleRecorderLinux/FFmpeg/MovieBoxScan.hpp"

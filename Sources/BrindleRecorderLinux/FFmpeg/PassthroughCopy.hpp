@@ -2,7 +2,7 @@
 #pragma once
 
 #include "BrindleRecorderApp/Platform/PlatformError.hpp"
-#include "BrindleRecorderCore/Expected.hpp"
+#include "BrindleRecorderCore/Base/Expected.hpp"
 #include "BrindleRecorderLinux/FFmpeg/ByteSource.hpp"
 #include "BrindleRecorderLinux/Media/CopyControl.hpp"
 

@@ -3,7 +3,7 @@
 
 #include "BrindleRecorderApp/Platform/CaptureSystem.hpp"
 #include "BrindleRecorderApp/Platform/PlatformError.hpp"
-#include "BrindleRecorderCore/Expected.hpp"
+#include "BrindleRecorderCore/Base/Expected.hpp"
 #include "BrindleRecorderLinux/FFmpeg/Handles.hpp"
 
 #include <cstdint>

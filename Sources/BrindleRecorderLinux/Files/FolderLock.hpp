@@ -1,7 +1,7 @@
 // One process at a time works in a folder.
 #pragma once
 
-#include "BrindleRecorderCore/FileDescriptor.hpp"
+#include "BrindleRecorderCore/Base/FileDescriptor.hpp"
 
 #include <filesystem>
 

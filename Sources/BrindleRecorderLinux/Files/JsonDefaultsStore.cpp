@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/Files/JsonDefaultsStore.hpp"
 
-#include "BrindleRecorderCore/AtomicFile.hpp"
+#include "BrindleRecorderCore/Base/AtomicFile.hpp"
 #include "BrindleRecorderLinux/Files/UserFolders.hpp"
 
 #include <fmt/format.h>

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "BrindleRecorderApp/Platform/DefaultsStore.hpp"
-#include "BrindleRecorderCore/Expected.hpp"
-#include "BrindleRecorderCore/FileManager.hpp"
+#include "BrindleRecorderCore/Base/Expected.hpp"
+#include "BrindleRecorderCore/Base/FileManager.hpp"
 
 #include <cstdint>
 #include <filesystem>

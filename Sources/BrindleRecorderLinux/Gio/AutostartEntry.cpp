@@ -1,7 +1,7 @@
 #include "BrindleRecorderLinux/Gio/AutostartEntry.hpp"
 
-#include "BrindleRecorderCore/AtomicFile.hpp"
-#include "BrindleRecorderCore/FileManager.hpp"
+#include "BrindleRecorderCore/Base/AtomicFile.hpp"
+#include "BrindleRecorderCore/Base/FileManager.hpp"
 #include "BrindleRecorderLinux/Files/UserFolders.hpp"
 #include "BrindleRecorderLinux/Gio/Handles.hpp"
 

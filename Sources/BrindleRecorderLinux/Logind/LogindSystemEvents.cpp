@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/Logind/LogindSystemEvents.hpp"
 
-#include "BrindleRecorderCore/FileDescriptor.hpp"
+#include "BrindleRecorderCore/Base/FileDescriptor.hpp"
 #include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
 #include "BrindleRecorderLinux/SdBus/BusService.hpp"
 

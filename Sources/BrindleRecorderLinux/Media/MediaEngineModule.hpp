@@ -2,8 +2,8 @@
 #pragma once
 
 #include "BrindleRecorderApp/Platform/PlatformError.hpp"
-#include "BrindleRecorderCore/Expected.hpp"
-#include "BrindleRecorderCore/FileDescriptor.hpp"
+#include "BrindleRecorderCore/Base/Expected.hpp"
+#include "BrindleRecorderCore/Base/FileDescriptor.hpp"
 
 #include <atomic>
 #include <filesystem>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "BrindleRecorderApp/Platform/CaptureSystem.hpp"
-#include "BrindleRecorderCore/Date.hpp"
+#include "BrindleRecorderCore/Base/Date.hpp"
 #include "BrindleRecorderLinux/Media/CapturedMedia.hpp"
 
 #include <chrono>

@@ -3,7 +3,7 @@
 
 #include "BrindleRecorderApp/Platform/MainLoop.hpp"
 #include "BrindleRecorderApp/Platform/MovieExporter.hpp"
-#include "BrindleRecorderCore/SerialQueue.hpp"
+#include "BrindleRecorderCore/Base/SerialQueue.hpp"
 
 #include <atomic>
 #include <memory>

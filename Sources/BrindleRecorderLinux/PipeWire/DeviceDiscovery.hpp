@@ -1,7 +1,7 @@
 // The cameras and microphones in what PipeWire's server knows. Pure: decided on records.
 #pragma once
 
-#include "BrindleRecorderCore/DeviceSelection.hpp"
+#include "BrindleRecorderCore/Recordings/DeviceSelection.hpp"
 #include "BrindleRecorderLinux/PipeWire/AudioGraph.hpp"
 
 #include <functional>

@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/Portal/CameraPortal.hpp"
 
-#include "BrindleRecorderApp/Uuid.hpp"
+#include "BrindleRecorderApp/Recording/Uuid.hpp"
 #include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
 #include "BrindleRecorderLinux/SdBus/BusService.hpp"
 

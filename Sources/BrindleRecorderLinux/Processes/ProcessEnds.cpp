@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/Processes/ProcessEnds.hpp"
 
-#include "BrindleRecorderCore/FileDescriptor.hpp"
+#include "BrindleRecorderCore/Base/FileDescriptor.hpp"
 
 #include <sys/syscall.h>
 #include <unistd.h>

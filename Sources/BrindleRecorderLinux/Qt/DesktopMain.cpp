@@ -2,9 +2,9 @@
 // nothing else. Started by brindle-recorder.
 #include "BrindleRecorderApp/AppInfo.hpp"
 #include "BrindleRecorderApp/AppModel.hpp"
-#include "BrindleRecorderApp/AppShell.hpp"
-#include "BrindleRecorderApp/SingleInstance.hpp"
-#include "BrindleRecorderCore/RecordingsFolder.hpp"
+#include "BrindleRecorderApp/Shell/AppShell.hpp"
+#include "BrindleRecorderApp/Shell/SingleInstance.hpp"
+#include "BrindleRecorderCore/Recordings/RecordingsFolder.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
 #include "BrindleRecorderLinux/DBus/DesktopNotifications.hpp"
 #include "BrindleRecorderLinux/DBus/SessionBusNames.hpp"

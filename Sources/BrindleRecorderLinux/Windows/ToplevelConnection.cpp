@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/Windows/ToplevelConnection.hpp"
 
-#include "BrindleRecorderApp/MicActivityMonitor.hpp"
+#include "BrindleRecorderApp/Calls/MicActivityMonitor.hpp"
 
 #include <poll.h>
 #include <wayland-client-protocol.h>

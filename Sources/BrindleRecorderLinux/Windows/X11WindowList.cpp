@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/Windows/X11WindowList.hpp"
 
-#include "BrindleRecorderApp/MicActivityMonitor.hpp"
+#include "BrindleRecorderApp/Calls/MicActivityMonitor.hpp"
 #include "BrindleRecorderLinux/Windows/X11Connection.hpp"
 
 #include <unistd.h>

@@ -1,0 +1,31 @@
+#include "BrindleRecorderApp/Shell/AppShell.hpp"
+
+#include "BrindleRecorderApp/AppModel.hpp"
+#include "BrindleRecorderApp/Platform/StatusItem.hpp"
+
+namespace brindle {
+
+AppShell::AppShell(AppModel& model, const AppEnvironment& environment, StatusItem& statusItem)
+    : model_{model}, statusItem_{statusItem}, label_{model, environment, statusItem},
+      menu_{model, environment}, firstRunWindow_{statusItem, model.permissions},
+      missingTrayNotice_{model, environment, statusItem} {
+    menu_.onChange = [this](const Menu& menu) {
+        statusItem_.showMenu(menu);
+    };
+    statusItem_.setActivationHandler([this](const std::string& id) { menu_.activate(id); });
+    statusItem_.setMenuOpeningHandler([this] { menu_.menuWillOpen(); });
+    statusItem_.showMenu(menu_.menu());
+}
+
+AppShell::~AppShell() {
+    statusItem_.setActivationHandler({});
+    statusItem_.setMenuOpeningHandler({});
+}
+
+void AppShell::launch() {
+    firstRunWindow_.showOnFirstLaunch(model_.settings);
+    model_.launch();
+    missingTrayNotice_.launch();
+}
+
+} // namespace brindle

@@ -1,0 +1,86 @@
+#include "BrindleRecorderApp/Shell/Notifier.hpp"
+
+#include "BrindleRecorderApp/Async/Continuation.hpp"
+
+#include <utility>
+
+namespace brindle {
+
+namespace {
+
+std::string askIdentifier(const std::string& label) {
+    return "ask-" + label;
+}
+
+} // namespace
+
+Notifier::Notifier(UserNotifications& notifications, std::function<std::string()> makeIdentifier)
+    : notifications_{notifications}, makeIdentifier_{std::move(makeIdentifier)} {}
+
+Task<void> Notifier::requestAuthorization() {
+    if (!notifications_.isAvailable()) {
+        co_return;
+    }
+    notifications_.setResponseHandler(
+        [weakSelf = std::weak_ptr{self_}](const NotificationResponse& response) {
+            if (const auto self = weakSelf.lock()) {
+                (*self)->handleResponse(response);
+            }
+        });
+    std::vector<NotificationCategory> categories;
+    categories.push_back(
+        {.identifier = askCategory,
+         .actions = {
+             {.identifier = recordAction, .title = "Record"},
+             {.identifier = skipAction, .title = "Skip"}}});
+    notifications_.setCategories(std::move(categories));
+
+    // The notifier may be gone when the answer comes: nothing of it is used after this.
+    const Continuation<bool> decision;
+    notifications_.requestAuthorization([decision](bool granted) { decision.resume(granted); });
+    co_await decision;
+}
+
+void Notifier::postAsk(const std::string& label, const std::string& body) {
+    if (!notifications_.isAvailable()) {
+        return;
+    }
+    notifications_.post(
+        {.identifier = askIdentifier(label),
+         .title = "Record this call?",
+         .body = body,
+         .categoryIdentifier = askCategory,
+         .label = label});
+}
+
+void Notifier::withdrawAsk(const std::string& label) {
+    if (notifications_.isAvailable()) {
+        notifications_.removeDelivered(askIdentifier(label));
+    }
+}
+
+void Notifier::post(
+    const std::string& title, const std::string& body, std::function<void()> whenShown) {
+    if (!notifications_.isAvailable()) {
+        return;
+    }
+    notifications_.post(
+        {.identifier = makeIdentifier_(),
+         .title = title,
+         .body = body,
+         .categoryIdentifier = {},
+         .label = {}},
+        std::move(whenShown));
+}
+
+void Notifier::handleResponse(const NotificationResponse& response) const {
+    if (!response.label || response.actionIdentifier == NotificationResponse::dismissAction) {
+        return;
+    }
+    // A copy, because the owner may replace the callback while it runs.
+    if (const auto answer = onAskAnswer) {
+        answer(*response.label, response.actionIdentifier != skipAction);
+    }
+}
+
+} // namespace brindle

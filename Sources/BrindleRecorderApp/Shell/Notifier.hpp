@@ -1,0 +1,58 @@
+// The application's notifications: the question whether to record a call, its answer, and plain
+// information.
+#pragma once
+
+#include "BrindleRecorderApp/Async/Task.hpp"
+#include "BrindleRecorderApp/Platform/UserNotifications.hpp"
+#include "BrindleRecorderApp/Recording/Uuid.hpp"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace brindle {
+
+/// Main thread only. Where this process cannot show notifications every operation does nothing;
+/// failures to show or to take back are nobody's concern.
+class Notifier {
+  public:
+    static constexpr const char* askCategory = "brindle.ask-record";
+    static constexpr const char* recordAction = "brindle.record";
+    static constexpr const char* skipAction = "brindle.skip";
+
+    /// The notifications must outlive the notifier. `makeIdentifier` gives each plain notification
+    /// an identifier of its own.
+    explicit Notifier(
+        UserNotifications& notifications, std::function<std::string()> makeIdentifier = randomUuid);
+    Notifier(const Notifier&) = delete;
+    Notifier& operator=(const Notifier&) = delete;
+
+    /// Called with the call's label and whether the user wants it recorded, for every answer, also
+    /// one to a question that is not asked any more. Closing the question is no answer; a click on
+    /// the question itself is "Record".
+    std::function<void(const std::string& label, bool record)> onAskAnswer;
+
+    /// Makes this notifier hear answers, makes the question's buttons known, then asks the user for
+    /// permission and waits for the decision, which changes nothing here.
+    Task<void> requestAuthorization();
+
+    /// Asks "Record this call?". Asking again for the same label replaces the earlier question.
+    void postAsk(const std::string& label, const std::string& body);
+    /// Takes the question for that label back.
+    void withdrawAsk(const std::string& label);
+
+    /// Shows a notification without buttons, beside all others; `whenShown` is called when it is on
+    /// the screen, which may never be.
+    void
+    post(const std::string& title, const std::string& body, std::function<void()> whenShown = {});
+
+  private:
+    void handleResponse(const NotificationResponse& response) const;
+
+    UserNotifications& notifications_;
+    std::function<std::string()> makeIdentifier_;
+    /// Ends with the notifier: an answer that comes later finds nobody.
+    std::shared_ptr<Notifier*> self_ = std::make_shared<Notifier*>(this);
+};
+
+} // namespace brindle

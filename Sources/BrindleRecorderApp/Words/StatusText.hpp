@@ -1,0 +1,34 @@
+// The words of the status line and of the record prompt.
+#pragma once
+
+#include "BrindleRecorderCore/Base/Date.hpp"
+#include "BrindleRecorderCore/Calls/CallSource.hpp"
+#include "BrindleRecorderCore/Calls/SessionState.hpp"
+
+#include <optional>
+#include <string>
+
+namespace brindle {
+
+/// Pure functions; any thread.
+struct StatusText {
+    struct Facts {
+        std::optional<Seconds> elapsed; ///< since the recording began
+        std::string camera;             ///< for people, also where there is none
+        std::string microphone;         ///< likewise
+        std::optional<std::string> callName;
+        bool waitingForAnswer = false; ///< a record prompt is showing
+    };
+
+    /// One line that says what the program is doing.
+    static std::string statusLine(const SessionState& state, const Facts& facts);
+
+    /// Minutes and seconds ("62:05"); minutes go on past the hour.
+    static std::string elapsedText(Seconds elapsed);
+
+    /// What people call the source: its program, the program with the meeting site of a browser
+    /// call, or "Manual recording".
+    static std::string displayName(const CallSource& source);
+};
+
+} // namespace brindle

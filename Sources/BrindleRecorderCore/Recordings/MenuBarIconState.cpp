@@ -1,0 +1,27 @@
+#include "BrindleRecorderCore/Recordings/MenuBarIconState.hpp"
+
+namespace brindle {
+
+MenuBarIconState MenuBarIconStateMapper::state(
+    bool recording, const std::optional<std::string>& recordingError, bool setupProblem) {
+    if (recording) {
+        return MenuBarIconState::recording();
+    }
+    if (recordingError) {
+        return MenuBarIconState::error(*recordingError);
+    }
+    if (setupProblem) {
+        return MenuBarIconState::error("Setup needs attention (see Permissions and Setup)");
+    }
+    return MenuBarIconState::idle();
+}
+
+std::string
+MenuBarIconStateMapper::statusLine(const MenuBarIconState& state, const std::string& idleLine) {
+    if (const auto* message = state.errorMessage()) {
+        return "Error: " + *message;
+    }
+    return idleLine;
+}
+
+} // namespace brindle
