@@ -12,7 +12,7 @@ skip_without() {
 start_screen() {
     local number
     mkfifo "$BRINDLE_SESSION/display"
-    Xvfb -displayfd 3 -ac -nolisten tcp -screen 0 1024x768x24 3>"$BRINDLE_SESSION/display" \
+    Xvfb -displayfd 3 -ac -noreset -nolisten tcp -screen 0 1024x768x24 3>"$BRINDLE_SESSION/display" \
         >"$BRINDLE_SESSION/logs/xvfb" 2>&1 &
     read -r -t 60 number <"$BRINDLE_SESSION/display" || fail 'the X server did not come up'
     export DISPLAY=:$number
