@@ -1,7 +1,6 @@
 #include "BrindleRecorderLinux/Qt/DrawnIcon.hpp"
 
 #include "BrindleRecorderApp/Shell/MenuBarIconRenderer.hpp"
-#include "BrindleRecorderLinux/Qt/IconPainter.hpp"
 
 #include <QImage>
 #include <QPainter>
@@ -12,6 +11,11 @@ namespace {
 
 IconImage picture() {
     return MenuBarIconRenderer::image(MenuBarIconState::idle(), 0, true, Appearance::light);
+}
+
+QImage drawn(int pixels) {
+    return DrawnIcon::picture(picture(), pixels)
+        .convertToFormat(QImage::Format_ARGB32_Premultiplied);
 }
 
 /// What a widget of that many pixels shows.
@@ -28,24 +32,24 @@ QImage shownIn(const QSize& pixels, qreal pixelsPerPoint) {
 
 TEST(DrawnIcon, IsDrawnForTheSizeThatItIsShownIn) {
     for (const int side : {16, 22, 24, 37, 64}) {
-        EXPECT_EQ(shownIn({side, side}, 1), IconPainter::paint(picture(), side)) << side;
+        EXPECT_EQ(shownIn({side, side}, 1), drawn(side)) << side;
     }
 }
 
 TEST(DrawnIcon, IsDrawnForThePixelsOfASharperScreen) {
-    EXPECT_EQ(shownIn({48, 48}, 2), IconPainter::paint(picture(), 48));
+    EXPECT_EQ(shownIn({48, 48}, 2), drawn(48));
 }
 
 TEST(DrawnIcon, StaysSquareInTheMiddle) {
     const QImage wide = shownIn({40, 24}, 1);
-    EXPECT_EQ(wide.copy(8, 0, 24, 24), IconPainter::paint(picture(), 24));
+    EXPECT_EQ(wide.copy(8, 0, 24, 24), drawn(24));
 }
 
 TEST(DrawnIcon, IsAPictureOnNothing) {
     EXPECT_EQ(
         DrawnIcon::of(picture()).pixmap(22).toImage().convertToFormat(
             QImage::Format_ARGB32_Premultiplied),
-        IconPainter::paint(picture(), 22));
+        drawn(22));
 }
 
 } // namespace

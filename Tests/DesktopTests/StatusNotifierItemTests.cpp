@@ -252,16 +252,5 @@ TEST_F(StatusNotifierItemTest, OffersThePictureInTheSizesOfPanels) {
     EXPECT_THAT(sizes, testing::ElementsAre(16, 18, 22, 24, 32, 36, 44, 48, 64));
 }
 
-TEST_F(StatusNotifierItemTest, APixelIsAlphaRedGreenBlue) {
-    QImage image{1, 1, QImage::Format_ARGB32_Premultiplied};
-    image.fill(QColor{255, 128, 0, 128});
-    const auto pixmap = traywire::Pixmap::of(image);
-    ASSERT_EQ(pixmap.bytes.size(), 4);
-    EXPECT_EQ(static_cast<unsigned char>(pixmap.bytes[0]), 128);
-    EXPECT_EQ(static_cast<unsigned char>(pixmap.bytes[1]), 255);
-    EXPECT_NEAR(static_cast<unsigned char>(pixmap.bytes[2]), 128, 1);
-    EXPECT_EQ(static_cast<unsigned char>(pixmap.bytes[3]), 0);
-}
-
 } // namespace
 } // namespace brindle

@@ -1,7 +1,7 @@
 #include "BrindleRecorderLinux/DBus/StatusNotifierItem.hpp"
 
 #include "BrindleRecorderLinux/DBus/ExportedMenu.hpp"
-#include "BrindleRecorderLinux/Qt/IconPainter.hpp"
+#include "BrindleRecorderLinux/Tray/IconPainter.hpp"
 
 #include <QCoreApplication>
 #include <QDBusConnectionInterface>

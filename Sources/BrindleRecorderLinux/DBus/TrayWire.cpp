@@ -1,21 +1,15 @@
 #include "BrindleRecorderLinux/DBus/TrayWire.hpp"
 
 #include <QDBusMetaType>
-#include <QtEndian>
 
 namespace brindle::traywire {
 
-Pixmap Pixmap::of(const QImage& image) {
-    const QImage straight = image.convertToFormat(QImage::Format_ARGB32);
-    Pixmap result{straight.width(), straight.height(), {}};
-    result.bytes.resize(straight.sizeInBytes());
-    char* out = result.bytes.data();
-    for (int y = 0; y < straight.height(); ++y) {
-        const auto rowBytes = qsizetype{straight.width()} * 4;
-        qToBigEndian<quint32>(straight.constScanLine(y), straight.width(), out);
-        out += rowBytes;
-    }
-    return result;
+Pixmap Pixmap::of(const IconPicture& picture) {
+    return {
+        picture.side, picture.side,
+        QByteArray(
+            reinterpret_cast<const char*>(picture.bytes.data()),
+            static_cast<qsizetype>(picture.bytes.size()))};
 }
 
 void registerTypes() {

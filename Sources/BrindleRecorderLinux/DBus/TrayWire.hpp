@@ -1,9 +1,10 @@
 // The records of org.kde.StatusNotifierItem on the bus.
 #pragma once
 
+#include "BrindleRecorderLinux/Tray/IconPainter.hpp"
+
 #include <QByteArray>
 #include <QDBusArgument>
-#include <QImage>
 #include <QList>
 #include <QMetaType>
 #include <QString>
@@ -16,7 +17,7 @@ struct Pixmap {
     int height = 0;
     QByteArray bytes;
 
-    static Pixmap of(const QImage& image);
+    static Pixmap of(const IconPicture& picture);
     friend bool operator==(const Pixmap&, const Pixmap&) = default;
 };
 using PixmapList = QList<Pixmap>;

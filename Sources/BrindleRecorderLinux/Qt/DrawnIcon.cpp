@@ -1,12 +1,14 @@
 #include "BrindleRecorderLinux/Qt/DrawnIcon.hpp"
 
-#include "BrindleRecorderLinux/Qt/IconPainter.hpp"
+#include "BrindleRecorderLinux/Tray/IconPainter.hpp"
 
 #include <QIconEngine>
 #include <QPainter>
 #include <QPixmap>
+#include <QtEndian>
 
 #include <algorithm>
+#include <cstdint>
 #include <utility>
 
 namespace brindle {
@@ -21,7 +23,7 @@ class Engine final : public QIconEngine {
         override {
         const int side = std::min(rect.width(), rect.height());
         const qreal pixelsPerPoint = painter->device()->devicePixelRatio();
-        QImage picture = IconPainter::paint(image_, qRound(side * pixelsPerPoint));
+        QImage picture = DrawnIcon::picture(image_, qRound(side * pixelsPerPoint));
         picture.setDevicePixelRatio(pixelsPerPoint);
         painter->drawImage(
             rect.x() + (rect.width() - side) / 2, rect.y() + (rect.height() - side) / 2, picture);
@@ -42,6 +44,17 @@ class Engine final : public QIconEngine {
 };
 
 } // namespace
+
+QImage DrawnIcon::picture(const IconImage& image, int pixels) {
+    const IconPicture drawn = IconPainter::paint(image, pixels);
+    QImage result{drawn.side, drawn.side, QImage::Format_ARGB32};
+    const std::uint8_t* row = drawn.bytes.data();
+    for (int y = 0; y < drawn.side; ++y) {
+        qFromBigEndian<quint32>(row, drawn.side, result.scanLine(y));
+        row += result.bytesPerLine();
+    }
+    return result;
+}
 
 QIcon DrawnIcon::of(const IconImage& image) {
     return QIcon{new Engine{image}};

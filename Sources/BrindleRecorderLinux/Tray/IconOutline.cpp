@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/Qt/IconOutline.hpp"
+#include "BrindleRecorderLinux/Tray/IconOutline.hpp"
 
 #include <cmath>
 #include <variant>
