@@ -19,16 +19,9 @@ constexpr std::chrono::seconds tickInterval{1};
 
 CallDetectorConfig detectorConfig(std::set<std::string> disabledFamilies, bool askBeforeRecording) {
     CallDetectorConfig config;
-    config.startAfter = Seconds{5};
-    config.stopAfter = Seconds{20};
-    config.unconfirmedStartAfter = Seconds{20};
     config.disabledFamilies = std::move(disabledFamilies);
     config.askBeforeRecording = askBeforeRecording;
     return config;
-}
-
-std::optional<std::string> idOf(const std::optional<CaptureDeviceInfo>& device) {
-    return device ? std::optional{device->uniqueID} : std::nullopt;
 }
 
 } // namespace
@@ -299,14 +292,15 @@ std::optional<std::string> AppModel::currentCallName() const {
 
 std::string AppModel::selectedCameraName() const {
     const auto resolution = DeviceSelection::resolve(
-        settings.preferredVideoDeviceID.get(), idOf(devices.systemDefaultCamera().get()),
-        devices.cameras().get());
+        settings.preferredVideoDeviceID.get(),
+        DeviceSelection::idOf(devices.systemDefaultCamera().get()), devices.cameras().get());
     return resolution.device ? resolution.device->localizedName : "No camera";
 }
 
 std::string AppModel::selectedMicrophoneName() const {
     const auto resolution = DeviceSelection::resolve(
-        settings.preferredAudioDeviceID.get(), idOf(devices.systemDefaultMicrophone().get()),
+        settings.preferredAudioDeviceID.get(),
+        DeviceSelection::idOf(devices.systemDefaultMicrophone().get()),
         devices.microphones().get());
     return resolution.device ? resolution.device->localizedName : "No microphone";
 }

@@ -26,10 +26,6 @@ std::string nameOf(const std::optional<CaptureDeviceInfo>& device) {
     return device ? device->localizedName : noDevice;
 }
 
-std::optional<std::string> idOf(const std::optional<CaptureDeviceInfo>& device) {
-    return device ? std::optional{device->uniqueID} : std::nullopt;
-}
-
 std::string describe(const RecoveryDecision& decision) {
     return fmt::format(
         "restart={} blockCurrentCamera={} audioOnly={}", decision.restart,
@@ -160,11 +156,12 @@ AppModel::ResolvedDevices AppModel::resolveDevices(bool audioOnly) {
     resolved.cameraAllowed = !audioOnly && !resolved.cameraAccessDenied;
     if (resolved.cameraAllowed) {
         resolved.camera = DeviceSelection::resolve(
-            settings.preferredVideoDeviceID.get(), idOf(devices.systemDefaultCamera().get()),
-            resolved.cameraCandidates);
+            settings.preferredVideoDeviceID.get(),
+            DeviceSelection::idOf(devices.systemDefaultCamera().get()), resolved.cameraCandidates);
     }
     resolved.microphone = DeviceSelection::resolve(
-        settings.preferredAudioDeviceID.get(), idOf(devices.systemDefaultMicrophone().get()),
+        settings.preferredAudioDeviceID.get(),
+        DeviceSelection::idOf(devices.systemDefaultMicrophone().get()),
         devices.microphones().get());
     return resolved;
 }

@@ -4,6 +4,7 @@
 #include "BrindleRecorderApp/Async/Published.hpp"
 #include "BrindleRecorderApp/Platform/DefaultsStore.hpp"
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -19,8 +20,10 @@ class Preference {
   public:
     using Observer = typename Published<Value>::Observer;
 
-    Preference(Value initial, std::function<void(const Value&)> store)
-        : value_{std::move(initial)}, store_{std::move(store)} {}
+    /// `changes` counts every change and must outlive the preference.
+    Preference(
+        Value initial, std::function<void(const Value&)> store, Published<std::uint64_t>& changes)
+        : value_{std::move(initial)}, store_{std::move(store)}, changes_{changes} {}
 
     [[nodiscard]] const Value& get() const { return value_.get(); }
 
@@ -29,7 +32,10 @@ class Preference {
     /// preference again has the last word in the store too.
     void set(Value value) {
         store_(value);
-        value_.set(std::move(value));
+        if (value != value_.get()) {
+            value_.set(std::move(value));
+            changes_.set(changes_.get() + 1);
+        }
     }
 
     /// Calls the observer after each change, when `get` already answers the new value.
@@ -40,12 +46,15 @@ class Preference {
   private:
     Published<Value> value_;
     std::function<void(const Value&)> store_;
+    Published<std::uint64_t>& changes_;
 };
 
 /// Main thread only. Reads the store once, at construction, and writes nothing then; from there on
 /// every assignment is written at once. A value that is missing from the store or malformed there
 /// counts as its default.
 class Settings {
+    Published<std::uint64_t> changes_; ///< before the preferences, which count theirs in it
+
   public:
     /// The store must outlive the settings.
     explicit Settings(DefaultsStore& defaults);
@@ -62,6 +71,9 @@ class Settings {
     Preference<std::set<std::string>> disabledCallFamilies;
     /// Default: false.
     Preference<bool> askBeforeRecording;
+
+    /// How often any of them has changed: for whoever shows them all.
+    [[nodiscard]] const Published<std::uint64_t>& changes() const { return changes_; }
 };
 
 } // namespace brindle

@@ -165,6 +165,14 @@ TEST_F(SettingsTest, EveryPreferencePublishesItsChanges) {
     settings.preferredAudioDeviceID.set("microphone-1");
     settings.preferredVideoDeviceID.set("camera-1");
     EXPECT_THAT(changed, ElementsAre("ask", "families", "shown", "audio", "video"));
+    EXPECT_EQ(settings.changes().get(), changed.size());
+}
+
+TEST_F(SettingsTest, AnEqualValueIsNoChange) {
+    Settings settings{store_};
+    settings.askBeforeRecording.set(false);
+    settings.disabledCallFamilies.set({"other"});
+    EXPECT_EQ(settings.changes().get(), 0U);
 }
 
 TEST_F(SettingsTest, AnObserverThatSetsThePreferenceAgainHasTheLastWordInTheStoreToo) {

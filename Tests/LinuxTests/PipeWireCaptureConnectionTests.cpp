@@ -1,5 +1,6 @@
 #include "BrindleRecorderLinux/PipeWire/CaptureConnection.hpp"
 
+#include "BrindleRecorderApp/Recording/CaptureConfiguration.hpp"
 #include "BrindleRecorderLinux/PipeWire/WaitingMedia.hpp"
 #include "DesktopDevices.hpp"
 #include "MovieInspection.hpp"
@@ -58,6 +59,9 @@ class PipeWireCaptureConnectionTest : public testing::Test {
     /// reached the recorder, but for those few.
     static constexpr int manyDeliveries = 20;
     static constexpr std::size_t fewerThanThose = 10;
+    static constexpr WaitingMedia::Room waitingRoom{
+        .pictures = CaptureConfiguration::videoSettings.mostWaitingBytes,
+        .sound = CaptureConfiguration::audioSettings.mostWaitingBytes};
 
     void SetUp() override {
         if (!test::inPrivateSession()) {
@@ -88,7 +92,8 @@ class PipeWireCaptureConnectionTest : public testing::Test {
             .microphone = "virt-mic",
             .pictures = {.width = 320, .height = 240, .frameRate = 30},
             .sampleRate = 48'000,
-            .channels = 1};
+            .channels = 1,
+            .waitingRoom = waitingRoom};
     }
     bool someHaveBeenHandedOn() {
         return eventually([this] { return pictures_.count() > 0 && sounds_.count() > 0; });
@@ -146,8 +151,7 @@ TEST_F(PipeWireCaptureConnectionTest, KeepsNoMoreThanThereIsRoomForWhileTheServe
     gate.open();
     ASSERT_TRUE(eventually([this] { return lostPictures_ > 0; }));
     constexpr std::size_t pictureBytes = 1920 * 1080 * 3 / 2;
-    EXPECT_LE(
-        pictures_.takenBetween(closed, opened), WaitingMedia::Room{}.pictures / pictureBytes + 1);
+    EXPECT_LE(pictures_.takenBetween(closed, opened), waitingRoom.pictures / pictureBytes + 1);
     EXPECT_EQ(failures_.count(), 0U);
 }
 

@@ -1,5 +1,6 @@
 #include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSession.hpp"
 
+#include "BrindleRecorderApp/Recording/CaptureConfiguration.hpp"
 #include "DesktopDevices.hpp"
 #include "LinuxTests/TestMediaEngine.hpp"
 #include "MovieInspection.hpp"
@@ -59,6 +60,8 @@ class Rig {
         session_->addOutput(output_);
         session_->commitConfiguration();
         output_->setMovieFragmentInterval(Seconds{5});
+        output_->setVideoSettings(CaptureConfiguration::videoSettings);
+        output_->setAudioSettings(CaptureConfiguration::audioSettings);
         errors_ = session_->observeRuntimeErrors([this](std::optional<PlatformError> error) {
             runtimeErrors.push_back(error ? error->description : "unknown");
         });

@@ -1,5 +1,6 @@
 #include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSystem.hpp"
 
+#include "BrindleRecorderApp/Recording/CaptureConfiguration.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "BrindleRecorderLinux/Portal/CameraPortal.hpp"
 #include "DesktopDevices.hpp"
@@ -212,6 +213,7 @@ TEST_F(PipeWireCaptureSystemTest, DISABLED_SurvivesTheServerOfThisSession) {
     session->addInput(*session->makeInput(system.device("virt-mic")));
     const auto output = session->makeMovieFileOutput();
     session->addOutput(output);
+    output->setAudioSettings(CaptureConfiguration::audioSettings);
     std::optional<PlatformError> error;
     const auto observation =
         session->observeRuntimeErrors([&error](std::optional<PlatformError> e) { error = e; });

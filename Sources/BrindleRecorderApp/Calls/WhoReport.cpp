@@ -4,8 +4,8 @@
 #include "BrindleRecorderCore/Calls/CallDetector.hpp"
 
 #include <fmt/format.h>
-#include <optional>
 #include <string_view>
+#include <variant>
 
 namespace brindle {
 
@@ -27,22 +27,23 @@ std::string description(const MicUser& user, const CallAppFamily* family) {
     return text;
 }
 
-/// Why the detector makes no candidate of the user. Asked only when it makes none.
-std::string whyNot(const MicUser& user, const CallAppFamily* family) {
-    if (CallCatalog::isIgnored(user.bundleID)) {
+std::string inWords(CallDetector::NoCall reason, const CallAppFamily* family) {
+    switch (reason) {
+    case CallDetector::NoCall::ignored:
         return "it is known to use the microphone without being in a call";
-    }
-    if (family != nullptr) {
-        return fmt::format("{} is switched off in the settings", family->name);
-    }
-    if (user.bundleID.starts_with("com.apple.")) {
+    case CallDetector::NoCall::partOfTheSystem:
         return "it is a part of the system";
+    case CallDetector::NoCall::familySwitchedOff:
+        return fmt::format(
+            "{} is switched off in the settings", family == nullptr ? "it" : family->name);
+    case CallDetector::NoCall::othersSwitchedOff:
+        break;
     }
     return "it is not a known call program, and other programs are switched off in the settings";
 }
 
-std::string_view doubtAbout(const MicUser& user, const CallAppFamily* family) {
-    if (family == nullptr) {
+std::string_view doubtAbout(const MicUser& user, const CallDetector::Candidate& candidate) {
+    if (candidate.source.kind == CallSource::Kind::other) {
         return "it is not a known call program";
     }
     return user.windowTitles ? "no meeting is recognised in its window titles"
@@ -54,16 +55,17 @@ std::string_view doubtAbout(const MicUser& user, const CallAppFamily* family) {
 std::string WhoReport::line(const MicUser& user, const CallDetectorConfig& config) {
     const CallAppFamily* const family = CallCatalog::family(user.bundleID);
     const std::string who = description(user, family);
-    const auto candidate = CallDetector{config}.classify(user);
-    if (!candidate) {
-        return fmt::format("{}: not a call, because {}", who, whyNot(user, family));
+    const auto judgement = CallDetector{config}.judge(user);
+    if (const auto* reason = std::get_if<CallDetector::NoCall>(&judgement)) {
+        return fmt::format("{}: not a call, because {}", who, inWords(*reason, family));
     }
-    if (candidate->confirmed) {
+    const auto& candidate = std::get<CallDetector::Candidate>(judgement);
+    if (candidate.confirmed) {
         return fmt::format("{}: a call after {:g} s", who, config.startAfter.count());
     }
     return fmt::format(
         "{}: a call after {:g} s, because {}", who, config.unconfirmedStartAfter.count(),
-        doubtAbout(user, family));
+        doubtAbout(user, candidate));
 }
 
 std::vector<std::string>

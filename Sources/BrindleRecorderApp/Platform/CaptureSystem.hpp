@@ -7,6 +7,7 @@
 #include "BrindleRecorderCore/Base/Expected.hpp"
 #include "BrindleRecorderCore/Recordings/DeviceSelection.hpp"
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -62,6 +63,9 @@ struct VideoOutputSettings {
     std::int64_t averageBitRate = 0; ///< bits per second
     int expectedSourceFrameRate = 0; ///< frames per second
     int maxKeyFrameInterval = 0;     ///< frames
+    /// Of pictures that were captured and have not been taken up yet; more are left out. One that
+    /// is larger by itself waits alone.
+    std::size_t mostWaitingBytes = 0;
     friend bool operator==(const VideoOutputSettings&, const VideoOutputSettings&) = default;
 };
 
@@ -69,6 +73,8 @@ struct AudioOutputSettings {
     int numberOfChannels = 0;
     int sampleRate = 0;       ///< hertz
     std::int64_t bitRate = 0; ///< bits per second
+    /// Of sound that was captured and has not been taken up yet; more is left out.
+    std::size_t mostWaitingBytes = 0;
     friend bool operator==(const AudioOutputSettings&, const AudioOutputSettings&) = default;
 };
 
@@ -88,6 +94,7 @@ class MovieFileOutput {
     virtual void setMovieFragmentInterval(Seconds interval) = 0;
     /// Whether the session feeds this output with that media type.
     [[nodiscard]] virtual bool hasConnection(MediaType mediaType) const = 0;
+    /// Each must be given where there is a connection of its kind, before the session runs.
     virtual void setVideoSettings(const VideoOutputSettings& settings) = 0;
     virtual void setAudioSettings(const AudioOutputSettings& settings) = 0;
 

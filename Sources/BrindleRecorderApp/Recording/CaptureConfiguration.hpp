@@ -5,6 +5,7 @@
 #include "BrindleRecorderApp/Recording/RecorderError.hpp"
 #include "BrindleRecorderCore/Base/Expected.hpp"
 
+#include <cstddef>
 #include <memory>
 
 namespace brindle {
@@ -24,9 +25,16 @@ struct CaptureConfiguration {
         .height = 1080,
         .averageBitRate = 5'000'000,
         .expectedSourceFrameRate = frameRate,
-        .maxKeyFrameInterval = 60};
+        .maxKeyFrameInterval = 60,
+        // About twenty raw pictures: a device that goes on while nobody takes what it delivers
+        // would fill the memory.
+        .mostWaitingBytes = std::size_t{64} * 1024 * 1024};
     static constexpr AudioOutputSettings audioSettings{
-        .numberOfChannels = 1, .sampleRate = 48'000, .bitRate = 96'000};
+        .numberOfChannels = 1,
+        .sampleRate = 48'000,
+        .bitRate = 96'000,
+        // More than a minute: sound is small and must not be left out lightly.
+        .mostWaitingBytes = std::size_t{16} * 1024 * 1024};
 
     /// Opens the devices, either of which may be null, and connects them with a movie file output.
     /// Fails with `cannotAddVideoInput`, `cannotAddAudioInput` or `cannotAddOutput`.

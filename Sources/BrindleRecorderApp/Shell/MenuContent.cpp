@@ -18,10 +18,7 @@ MenuContent::MenuContent(AppModel& model, const AppEnvironment& environment)
     follow(model.captureWarning);
     follow(model.lastRecordingError);
     follow(model.pendingAskLabel);
-    follow(model.settings.preferredVideoDeviceID);
-    follow(model.settings.preferredAudioDeviceID);
-    follow(model.settings.disabledCallFamilies);
-    follow(model.settings.askBeforeRecording);
+    follow(model.settings.changes());
     follow(model.devices.cameras());
     follow(model.devices.microphones());
     follow(model.devices.systemDefaultCamera());

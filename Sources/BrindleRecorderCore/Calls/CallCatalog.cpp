@@ -80,6 +80,10 @@ const CallAppFamily& CallCatalog::otherApps() {
     return family;
 }
 
+std::set<std::string> CallCatalog::familiesOffAtFirst() {
+    return {otherApps().id};
+}
+
 const std::vector<CallAppFamily>& CallCatalog::allFamilies() {
     static const std::vector<CallAppFamily> families = [] {
         std::vector<CallAppFamily> all = apps();

@@ -2,6 +2,7 @@
 // are browsers and what their titles say during a web meeting, and which never make a call.
 #pragma once
 
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -38,6 +39,9 @@ struct CallCatalog {
     static const std::vector<CallAppFamily>& browsers();
     /// Stands for every program that is in no family; matches no identifier.
     static const CallAppFamily& otherApps();
+    /// The ids of the families that are switched off until the user switches them on: only that of
+    /// the other programs.
+    static std::set<std::string> familiesOffAtFirst();
     /// Call programs, browsers, then the other programs.
     static const std::vector<CallAppFamily>& allFamilies();
     static const std::vector<CallSite>& sites();

@@ -95,30 +95,39 @@ std::optional<CallDetectorEvent> CallDetector::answer(std::string_view label, bo
 }
 
 std::optional<CallDetector::Candidate> CallDetector::classify(const MicUser& user) const {
+    auto judgement = judge(user);
+    auto* candidate = std::get_if<Candidate>(&judgement);
+    return candidate == nullptr ? std::nullopt : std::optional{std::move(*candidate)};
+}
+
+std::variant<CallDetector::Candidate, CallDetector::NoCall>
+CallDetector::judge(const MicUser& user) const {
     const auto isDisabled = [this](const std::string& familyID) {
         return config.disabledFamilies.contains(familyID);
     };
     if (CallCatalog::isIgnored(user.bundleID)) {
-        return std::nullopt;
+        return NoCall::ignored;
     }
     const CallAppFamily* family = CallCatalog::family(user.bundleID);
     if (family == nullptr) {
         const std::string& otherID = CallCatalog::otherApps().id;
-        // Parts of the system are never in a call, whatever they use the microphone for.
-        if (isDisabled(otherID) || user.bundleID.starts_with("com.apple.")) {
-            return std::nullopt;
+        if (user.bundleID.starts_with("com.apple.")) {
+            return NoCall::partOfTheSystem;
+        }
+        if (isDisabled(otherID)) {
+            return NoCall::othersSwitchedOff;
         }
         const std::string name =
             user.bundleID.empty() ? fmt::format("pid {}", user.pid) : user.bundleID;
         return Candidate{
-            .key = "other:" + name,
+            .key = otherID + ":" + name,
             .source = {name, user.bundleID, CallSource::Kind::other, std::nullopt, otherID},
             .confirmed = false,
             .rank = Rank::unknownProgram,
         };
     }
     if (isDisabled(family->id)) {
-        return std::nullopt;
+        return NoCall::familySwitchedOff;
     }
     if (!family->isBrowser) {
         return Candidate{

@@ -38,6 +38,14 @@ class CallDetector {
         friend bool operator==(const Candidate&, const Candidate&) = default;
     };
 
+    /// Why a user of the microphone is never a call.
+    enum class NoCall {
+        ignored,           ///< known to hold the microphone without being in a call
+        partOfTheSystem,   ///< whatever the system itself uses the microphone for
+        familySwitchedOff, ///< a call program or browser that the user switched off
+        othersSwitchedOff, ///< an unknown program, and the user switched those off
+    };
+
     struct Phase {
         /// A call was detected; the user is being asked.
         struct Asking {
@@ -104,8 +112,10 @@ class CallDetector {
     /// that is the question being asked.
     std::optional<CallDetectorEvent> answer(std::string_view label, bool record);
 
-    /// What a user of the microphone means under the current configuration; nothing when that is
-    /// never a call.
+    /// What a user of the microphone means under the current configuration, or why it means
+    /// nothing.
+    [[nodiscard]] std::variant<Candidate, NoCall> judge(const MicUser& user) const;
+    /// The same without the reason: nothing when it is never a call.
     [[nodiscard]] std::optional<Candidate> classify(const MicUser& user) const;
 
     [[nodiscard]] const Phase& phase() const { return phase_; }

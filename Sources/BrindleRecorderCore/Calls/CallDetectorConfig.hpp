@@ -2,6 +2,7 @@
 #pragma once
 
 #include "BrindleRecorderCore/Base/Date.hpp"
+#include "BrindleRecorderCore/Calls/CallCatalog.hpp"
 
 #include <set>
 #include <string>
@@ -17,7 +18,7 @@ struct CallDetectorConfig {
     /// unknown program.
     Seconds unconfirmedStartAfter{20.0};
     /// Ids of families whose microphone use is never a call.
-    std::set<std::string> disabledFamilies{"other"};
+    std::set<std::string> disabledFamilies = CallCatalog::familiesOffAtFirst();
     /// Whether a detected call is a question to the user instead of a start.
     bool askBeforeRecording = false;
 

@@ -33,6 +33,10 @@ std::optional<CaptureDeviceInfo> fallbackAmong(const std::vector<CaptureDeviceIn
 
 } // namespace
 
+std::optional<std::string> DeviceSelection::idOf(const std::optional<CaptureDeviceInfo>& device) {
+    return device ? std::optional{device->uniqueID} : std::nullopt;
+}
+
 bool DeviceSelection::isDeskView(std::string_view name) {
     constexpr std::string_view marker = "desk view";
     const auto sameLetter = [](char inName, char inMarker) {

@@ -31,6 +31,9 @@ struct DeviceResolution {
 /// Pure functions; callable from any thread. Cameras and microphones are chosen separately, each by
 /// a call of its own with the devices of that sort.
 struct DeviceSelection {
+    /// The device's unique identifier; absent where there is no device.
+    static std::optional<std::string> idOf(const std::optional<CaptureDeviceInfo>& device);
+
     /// Whether a name is that of a camera's picture of the desk in front of it, which shows no
     /// person. The letters A to Z compare without regard to case, whatever the locale.
     static bool isDeskView(std::string_view name);

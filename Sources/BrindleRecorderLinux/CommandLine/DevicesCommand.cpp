@@ -18,14 +18,6 @@
 
 namespace brindle {
 
-namespace {
-
-std::optional<std::string> idOf(const std::optional<CaptureDeviceInfo>& device) {
-    return device ? std::optional{device->uniqueID} : std::nullopt;
-}
-
-} // namespace
-
 bool DevicesCommand::run() const {
     JsonDefaultsStore defaults{
         files, JsonDefaultsStore::standardFile(), [this](const std::string& line) {
@@ -73,12 +65,12 @@ bool DevicesCommand::run() const {
         {.kind = "camera",
          .devices = catalog.cameras().get(),
          .preferredID = settings.preferredVideoDeviceID.get(),
-         .defaultID = idOf(catalog.systemDefaultCamera().get())});
+         .defaultID = DeviceSelection::idOf(catalog.systemDefaultCamera().get())});
     print(
         {.kind = "microphone",
          .devices = catalog.microphones().get(),
          .preferredID = settings.preferredAudioDeviceID.get(),
-         .defaultID = idOf(catalog.systemDefaultMicrophone().get())});
+         .defaultID = DeviceSelection::idOf(catalog.systemDefaultMicrophone().get())});
     return true;
 }
 

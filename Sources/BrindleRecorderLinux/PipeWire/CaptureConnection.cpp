@@ -6,7 +6,6 @@
 #include "BrindleRecorderLinux/PipeWire/LinkGuard.hpp"
 #include "BrindleRecorderLinux/PipeWire/MicrophoneFormats.hpp"
 #include "BrindleRecorderLinux/PipeWire/ServerAnswers.hpp"
-#include "BrindleRecorderLinux/PipeWire/WaitingMedia.hpp"
 
 #include <spa/param/param.h>
 
@@ -132,7 +131,8 @@ class CaptureConnection::Implementation {
              [this](media::CapturedSound sound) {
                  lastSound_ = media::monotonicNow();
                  handlers_.sound(std::move(sound));
-             }}};
+             }},
+        devices_.waitingRoom};
     media::Moment lastPicture_{0};
     media::Moment lastSound_{0};
 

@@ -5,6 +5,7 @@
 #include "BrindleRecorderCore/Base/Expected.hpp"
 #include "BrindleRecorderLinux/Media/CapturedMedia.hpp"
 #include "BrindleRecorderLinux/PipeWire/CameraFormats.hpp"
+#include "BrindleRecorderLinux/PipeWire/WaitingMedia.hpp"
 
 #include <functional>
 #include <memory>
@@ -27,6 +28,7 @@ class CaptureConnection {
         WantedPictures pictures;
         int sampleRate = 0; ///< hertz
         int channels = 0;
+        WaitingMedia::Room waitingRoom;
     };
     /// Called on the connection's thread; they must not call back.
     struct Handlers {

@@ -160,41 +160,36 @@ PipeWireCaptureSession::observeRuntimeErrors(RuntimeErrorListener listener) {
 }
 
 void PipeWireCaptureSession::startRunning() {
-    if (connection_ || inputs_.empty()) {
-        return;
+    if (connection_ || inputs_.empty() || !output_) {
+        return; // nothing to take, or nobody to take it
     }
     pipewire::CaptureConnection::Devices devices{
         .camera = deviceName(MediaType::video),
         .microphone = deviceName(MediaType::audio),
-        .pictures = {}};
-    const VideoOutputSettings video =
-        output_ ? output_->videoSettings() : PipeWireMovieFileOutput::defaultVideo;
-    const AudioOutputSettings audio =
-        output_ ? output_->audioSettings() : PipeWireMovieFileOutput::defaultAudio;
+        .pictures = {},
+        .waitingRoom = {}};
+    const VideoOutputSettings video = output_->videoSettings();
+    const AudioOutputSettings audio = output_->audioSettings();
     devices.pictures = {
         .width = video.width,
         .height = video.height,
         .frameRate = static_cast<double>(video.expectedSourceFrameRate)};
     devices.sampleRate = audio.sampleRate;
     devices.channels = audio.numberOfChannels;
+    devices.waitingRoom = {.pictures = video.mostWaitingBytes, .sound = audio.mostWaitingBytes};
     connection_ = std::make_unique<pipewire::CaptureConnection>(
-        std::move(devices), pipewire::CaptureConnection::Handlers{
-                                .picture =
-                                    [output = output_](media::CapturedPicture picture) {
-                                        if (output) {
-                                            output->addPicture(std::move(picture));
-                                        }
-                                    },
-                                .sound =
-                                    [output = output_](media::CapturedSound sound) {
-                                        if (output) {
-                                            output->addSound(std::move(sound));
-                                        }
-                                    },
-                                .failed =
-                                    [this](PlatformError error) {
-                                        report(std::move(error));
-                                    }});
+        std::move(devices),
+        pipewire::CaptureConnection::Handlers{
+            .picture =
+                [output = output_](media::CapturedPicture picture) {
+                    output->addPicture(std::move(picture));
+                },
+            .sound = [output = output_](
+                         media::CapturedSound sound) { output->addSound(std::move(sound)); },
+            .failed =
+                [this](PlatformError error) {
+                    report(std::move(error));
+                }});
     if (auto started = connection_->start(); !started) {
         report(started.error());
     }

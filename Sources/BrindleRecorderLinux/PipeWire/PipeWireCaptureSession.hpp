@@ -60,15 +60,6 @@ class PipeWireCaptureSession;
 /// Takes what its session captures and makes movies of it, one at a time.
 class PipeWireMovieFileOutput final : public MovieFileOutput {
   public:
-    static constexpr VideoOutputSettings defaultVideo{
-        .width = 1920,
-        .height = 1080,
-        .averageBitRate = 5'000'000,
-        .expectedSourceFrameRate = 30,
-        .maxKeyFrameInterval = 60};
-    static constexpr AudioOutputSettings defaultAudio{
-        .numberOfChannels = 1, .sampleRate = 48'000, .bitRate = 96'000};
-
     /// Loads the media engine in the meantime. Both must outlive the output.
     PipeWireMovieFileOutput(SystemLog& log, media::MediaEngineModule& mediaEngine);
     /// Ends a recording that is still going on.
@@ -104,8 +95,8 @@ class PipeWireMovieFileOutput final : public MovieFileOutput {
     std::weak_ptr<PipeWireCaptureSession> session_;
     media::MovieRecording::Settings settings_;
     std::shared_future<Expected<media::MediaEngine*, PlatformError>> mediaEngine_;
-    VideoOutputSettings video_ = defaultVideo;
-    AudioOutputSettings audio_ = defaultAudio;
+    VideoOutputSettings video_;
+    AudioOutputSettings audio_;
     mutable std::mutex mutex_; ///< guards `recording_`, which the devices' thread feeds
     std::shared_ptr<media::MovieRecording> recording_;
 };

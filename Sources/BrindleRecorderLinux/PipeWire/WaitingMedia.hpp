@@ -25,13 +25,10 @@ class WaitingMedia {
     };
     /// In bytes. A picture that is larger than all of its room waits alone.
     struct Room {
-        /// About twenty raw pictures of full HD: a recording takes no more at once, either.
-        std::size_t pictures = std::size_t{64} * 1024 * 1024;
-        /// More than a minute of it: sound is small and must not be left out lightly.
-        std::size_t sound = std::size_t{16} * 1024 * 1024;
+        std::size_t pictures = 0;
+        std::size_t sound = 0;
     };
 
-    explicit WaitingMedia(Handlers handlers) : WaitingMedia{std::move(handlers), Room{}} {}
     WaitingMedia(Handlers handlers, Room room);
 
     void arrived(media::CapturedPicture picture);
