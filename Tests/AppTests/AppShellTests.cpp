@@ -43,7 +43,7 @@ TEST_F(AppShellTest, ShowsIconAndMenuAtOnce) {
 }
 
 TEST_F(AppShellTest, KeepsTheMenuOnTheScreenTrue) {
-    model.statusLine.set("another");
+    test::publish(model.statusLine, "another");
     settle();
     EXPECT_EQ(textOf("status"), "another");
 }

@@ -30,10 +30,10 @@ TEST_F(MenuBarLabelTest, TheStateIsThatOfTheApplication) {
     setCamera(AuthorizationStatus::denied);
     EXPECT_EQ(
         state(), MenuBarIconState::error("Setup needs attention (see Permissions and Setup)"));
-    model.lastRecordingError.set("Not enough free disk space.");
+    test::publish(model.lastRecordingError, "Not enough free disk space.");
     EXPECT_EQ(state(), MenuBarIconState::error("Not enough free disk space."));
     record();
-    model.lastRecordingError.set("Problem in the running recording.");
+    test::publish(model.lastRecordingError, "Problem in the running recording.");
     EXPECT_EQ(state(), MenuBarIconState::recording());
 }
 
@@ -56,7 +56,7 @@ TEST_F(MenuBarLabelTest, FollowsTheApplication) {
         description(),
         "Brindle Recorder: error, Setup needs attention (see Permissions and Setup)");
     setCamera(AuthorizationStatus::authorized);
-    model.lastRecordingError.set("Not enough free disk space.");
+    test::publish(model.lastRecordingError, "Not enough free disk space.");
     settle();
     EXPECT_EQ(description(), "Brindle Recorder: error, Not enough free disk space.");
     record();
@@ -124,8 +124,8 @@ TEST_F(MenuBarLabelTest, FollowsTheAppearanceOfThePanel) {
 TEST_F(MenuBarLabelTest, DoesNotShowTheSameIconTwice) {
     make();
     workspace.setAppearance(Appearance::light);
-    model.lastRecordingError.set("Problem");
-    model.lastRecordingError.set(std::nullopt);
+    test::publish(model.lastRecordingError, "Problem");
+    test::publish(model.lastRecordingError, std::nullopt);
     settle();
     EXPECT_EQ(statusItem.icons.size(), 1U);
 }
@@ -137,7 +137,7 @@ TEST_F(MenuBarLabelTest, LeavesNothingBehind) {
     EXPECT_EQ(workspace.motionListeners(), 0U);
     EXPECT_EQ(workspace.appearanceListeners(), 0U);
     const auto shown = statusItem.icons.size();
-    model.lastRecordingError.set("Problem");
+    test::publish(model.lastRecordingError, "Problem");
     loop.advance(std::chrono::seconds{1});
     EXPECT_EQ(statusItem.icons.size(), shown);
 }

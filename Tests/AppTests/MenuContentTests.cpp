@@ -148,7 +148,7 @@ TEST_F(MenuContentTest, EveryLineHasANameOfItsOwn) {
     loginItems.failWith("no");
     model.launchAtLogin.set(true);
     beAsked();
-    model.captureWarning.set("careful");
+    test::publish(model.captureWarning, "careful");
     settle();
     std::vector<MenuItem> all;
     collect(content->menu(), all);
@@ -162,22 +162,22 @@ TEST_F(MenuContentTest, EveryLineHasANameOfItsOwn) {
 // The status
 
 TEST_F(MenuContentTest, TheStatusLineIsTheModels) {
-    model.statusLine.set("Not recording this call");
+    test::publish(model.statusLine, "Not recording this call");
     EXPECT_THAT(section(1), ElementsAre("Not recording this call"));
 }
 
 TEST_F(MenuContentTest, InTheErrorStateTheStatusLineIsTheErrorWhateverTheModelSays) {
     setCamera(AuthorizationStatus::denied);
-    model.statusLine.set("Not recording this call");
+    test::publish(model.statusLine, "Not recording this call");
     EXPECT_THAT(
         section(1), ElementsAre("Error: Setup needs attention (see Permissions and Setup)"));
-    model.lastRecordingError.set("Not enough free disk space.");
+    test::publish(model.lastRecordingError, "Not enough free disk space.");
     EXPECT_THAT(section(1), ElementsAre("Error: Not enough free disk space."));
 }
 
 TEST_F(MenuContentTest, WhileRecordingTheStatusLineIsTheModelsInSpiteOfAnError) {
     record();
-    model.lastRecordingError.set("Problem");
+    test::publish(model.lastRecordingError, "Problem");
     EXPECT_THAT(
         section(1),
         ElementsAre(
@@ -185,10 +185,10 @@ TEST_F(MenuContentTest, WhileRecordingTheStatusLineIsTheModelsInSpiteOfAnError) 
 }
 
 TEST_F(MenuContentTest, TheWarningIsThereExactlyAsLongAsTheModelHasOne) {
-    model.captureWarning.set("Less than 10 GB of disk space are free.");
+    test::publish(model.captureWarning, "Less than 10 GB of disk space are free.");
     EXPECT_THAT(
         section(1), ElementsAre(idleLine, "Warning: Less than 10 GB of disk space are free."));
-    model.captureWarning.set(std::nullopt);
+    test::publish(model.captureWarning, std::nullopt);
     EXPECT_THAT(section(1), ElementsAre(idleLine));
 }
 
@@ -252,7 +252,7 @@ TEST_F(MenuContentTest, AnAnswerMeantForAnEarlierCallDoesNothing) {
 TEST_F(MenuContentTest, AClickBeforeTheMenuHasFollowedNeverAnswersAnotherPrompt) {
     beAsked();
     const auto earlier = line("(Record)").id;
-    model.pendingAskLabel.set("another call");
+    test::publish(model.pendingAskLabel, "another call");
     content->activate(earlier);
     EXPECT_EQ(model.pendingAskLabel.get(), "another call");
     EXPECT_THAT(notifications.removed, IsEmpty());
@@ -327,7 +327,7 @@ TEST_F(MenuContentTest, ChoosingTheSystemDefaultForgetsTheDevice) {
 
 TEST_F(MenuContentTest, ChoosingADeviceRefreshesTheStatusLine) {
     for (const char* choice : {"(Integrated Camera)", "(Integrated Microphone)"}) {
-        model.statusLine.set("out of date");
+        test::publish(model.statusLine, "out of date");
         pick(choice);
         EXPECT_EQ(model.statusLine.get(), idleLine) << choice;
     }
@@ -445,7 +445,7 @@ TEST_F(MenuContentTest, TheQuestionSwitchesOnAndOff) {
 // The folder
 
 TEST_F(MenuContentTest, ShowsTheFolderAndItsSize) {
-    model.folderSizeText.set("1.5 MB");
+    test::publish(model.folderSizeText, "1.5 MB");
     EXPECT_THAT(section(4), ElementsAre("(Open Recordings Folder)", "Recordings folder: 1.5 MB"));
 }
 
@@ -560,9 +560,9 @@ TEST_F(MenuContentTest, ACommandMayEndTheMenuItself) {
 // Keeping up
 
 TEST_F(MenuContentTest, IsComputedOnceForAllThatHappensInOneTurn) {
-    model.statusLine.set("one");
-    model.statusLine.set("two");
-    model.folderSizeText.set("12 KB");
+    test::publish(model.statusLine, "one");
+    test::publish(model.statusLine, "two");
+    test::publish(model.folderSizeText, "12 KB");
     EXPECT_THAT(shown, IsEmpty());
     settle();
     EXPECT_THAT(shown, SizeIs(1));
@@ -571,8 +571,8 @@ TEST_F(MenuContentTest, IsComputedOnceForAllThatHappensInOneTurn) {
 }
 
 TEST_F(MenuContentTest, IsNotShownAgainWhenItReadsTheSame) {
-    model.statusLine.set("one");
-    model.statusLine.set(idleLine);
+    test::publish(model.statusLine, "one");
+    test::publish(model.statusLine, idleLine);
     settle();
     EXPECT_THAT(shown, IsEmpty());
 }
@@ -581,31 +581,31 @@ TEST_F(MenuContentTest, EverythingPublishedReachesTheMenu) {
     const std::vector<std::pair<const char*, std::function<void()>>> changes{
         {"session state",
          [&] {
-             model.sessionState.set(SessionState::recording("x"));
+             test::publish(model.sessionState, SessionState::recording("x"));
          }},
         {"status line",
          [&] {
-             model.statusLine.set("another");
+             test::publish(model.statusLine, "another");
          }},
         {"session state again",
          [&] {
-             model.sessionState.set(SessionState::idle());
+             test::publish(model.sessionState, SessionState::idle());
          }},
         {"last error",
          [&] {
-             model.lastRecordingError.set("error");
+             test::publish(model.lastRecordingError, "error");
          }},
         {"warning",
          [&] {
-             model.captureWarning.set("warning");
+             test::publish(model.captureWarning, "warning");
          }},
         {"folder size",
          [&] {
-             model.folderSizeText.set("7 KB");
+             test::publish(model.folderSizeText, "7 KB");
          }},
         {"prompt",
          [&] {
-             model.pendingAskLabel.set("zoom#1");
+             test::publish(model.pendingAskLabel, "zoom#1");
          }},
         {"camera choice",
          [&] {
@@ -645,11 +645,11 @@ TEST_F(MenuContentTest, EverythingPublishedReachesTheMenu) {
          }},
         {"camera access",
          [&] {
-             model.permissions.cameraAuthorized.set(false);
+             test::publish(model.permissions.cameraAuthorized, false);
          }},
         {"microphone access",
          [&] {
-             model.permissions.microphoneAuthorized.set(false);
+             test::publish(model.permissions.microphoneAuthorized, false);
          }},
         {"login item",
          [&] {
@@ -709,7 +709,7 @@ TEST_F(MenuContentTest, LinesThatStayKeepTheirNames) {
     capture.addCamera({"cam-0", "Another", false});
     capture.fireDevicesChanged();
     record();
-    model.captureWarning.set("careful");
+    test::publish(model.captureWarning, "careful");
     EXPECT_EQ(idsOf(stable), before);
     EXPECT_EQ(line(model.statusLine.get()).id, status);
     pick("(Integrated Camera)");
@@ -726,9 +726,9 @@ TEST_F(MenuContentTest, UnknownLinesAndTextsDoNothing) {
 }
 
 TEST_F(MenuContentTest, LeavesNothingBehind) {
-    model.statusLine.set("one");
+    test::publish(model.statusLine, "one");
     content.reset();
-    model.statusLine.set("two");
+    test::publish(model.statusLine, "two");
     settle();
     EXPECT_THAT(shown, IsEmpty());
 }

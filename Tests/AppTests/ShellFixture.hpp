@@ -4,6 +4,7 @@
 #include "BrindleRecorderApp/AppModel.hpp"
 #include "Support/FakeDesktop.hpp"
 #include "Support/FakeStatusItem.hpp"
+#include "Support/Publish.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,7 @@
 #include "BrindleRecorderApp/Shell/Notifier.hpp"
 
 #include "BrindleRecorderApp/Async/Continuation.hpp"
+#include "BrindleRecorderApp/Words/RecordingTexts.hpp"
 
 #include <utility>
 
@@ -71,6 +72,10 @@ void Notifier::post(
          .categoryIdentifier = {},
          .label = {}},
         std::move(whenShown));
+}
+
+void Notifier::tell(const std::string& body) {
+    post(RecordingMessages::title, body);
 }
 
 void Notifier::handleResponse(const NotificationResponse& response) const {

@@ -45,6 +45,8 @@ class Notifier {
     /// the screen, which may never be.
     void
     post(const std::string& title, const std::string& body, std::function<void()> whenShown = {});
+    /// The same in the program's own name.
+    void tell(const std::string& body);
 
   private:
     void handleResponse(const NotificationResponse& response) const;

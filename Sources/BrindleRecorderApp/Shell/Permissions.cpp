@@ -52,8 +52,8 @@ PermissionsModel::PermissionsModel(CaptureSystem& captureSystem, const WindowLis
 }
 
 void PermissionsModel::refresh() {
-    cameraAuthorized.set(isAuthorized(captureSystem_, MediaType::video));
-    microphoneAuthorized.set(isAuthorized(captureSystem_, MediaType::audio));
+    cameraAuthorized_.set(isAuthorized(captureSystem_, MediaType::video));
+    microphoneAuthorized_.set(isAuthorized(captureSystem_, MediaType::audio));
 }
 
 Task<void> PermissionsModel::requestCameraAndMicrophone() {

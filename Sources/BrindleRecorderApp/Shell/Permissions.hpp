@@ -43,6 +43,9 @@ struct SetupChecklist {
 
 /// Main thread only.
 class PermissionsModel {
+    Published<bool> cameraAuthorized_;
+    Published<bool> microphoneAuthorized_;
+
   public:
     /// Reads both authorisations at once. Both services must outlive the model.
     PermissionsModel(CaptureSystem& captureSystem, const WindowList& windowList);
@@ -50,8 +53,8 @@ class PermissionsModel {
     PermissionsModel& operator=(const PermissionsModel&) = delete;
 
     /// True only for "authorized"; not decided yet, restricted and denied are all false.
-    Published<bool> cameraAuthorized;
-    Published<bool> microphoneAuthorized;
+    const Published<bool>& cameraAuthorized = cameraAuthorized_;
+    const Published<bool>& microphoneAuthorized = microphoneAuthorized_;
 
     /// Reads both authorisations again and publishes them.
     void refresh();

@@ -1,3 +1,3 @@
 # After a sleep the call that goes on is not recorded again.
-set(OLD [[        startRecording(*room);]])
+set(OLD [[        parts_.session.resume();]])
 set(NEW [[]])

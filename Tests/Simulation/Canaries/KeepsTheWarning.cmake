@@ -1,3 +1,3 @@
 # A warning about a recording stays when its call is over.
-set(OLD [[captureWarning.set(std::nullopt);]])
+set(OLD [[captureWarning_.set(std::nullopt);]])
 set(NEW [[]])

@@ -1,3 +1,3 @@
 # The program leaves without waiting for the recording to be closed and converted.
-set(OLD [[pendingWork_.whenIdle(std::move(finished));]])
+set(OLD [[parts_.recordings.whenIdle(std::move(finished));]])
 set(NEW [[finished();]])

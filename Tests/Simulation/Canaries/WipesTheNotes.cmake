@@ -1,4 +1,4 @@
 # What was noted at the start of a recording is forgotten when it is stopped.
-set(OLD [[log_.diagnostic(fmt::format("end recording: {} keep={}", baseName, keep));]])
-set(NEW [[log_.diagnostic(fmt::format("end recording: {} keep={}", baseName, keep));
-    sidecar.notes.clear();]])
+set(OLD [[log_.diagnostic(fmt::format("end recording: {} keep={}", segment.baseName, keep));]])
+set(NEW [[log_.diagnostic(fmt::format("end recording: {} keep={}", segment.baseName, keep));
+    segment.sidecar.notes.clear();]])

@@ -1,0 +1,21 @@
+// One movie of a call. A call has several when capture fails in its middle, or the machine sleeps.
+#pragma once
+
+#include "BrindleRecorderApp/Recording/RecordingSession.hpp"
+#include "BrindleRecorderCore/Recordings/Sidecar.hpp"
+
+#include <cstdint>
+#include <string>
+
+namespace brindle {
+
+/// What is being recorded, from a successful start until a stop or a failure.
+struct Segment {
+    RecordingRequest request; ///< that it was begun for
+    /// Tells it from every other, also from one that was discarded and had the same name.
+    std::uint64_t number = 0;
+    std::string baseName;
+    Sidecar sidecar; ///< as it was written last
+};
+
+} // namespace brindle
