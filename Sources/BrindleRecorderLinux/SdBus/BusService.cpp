@@ -17,7 +17,7 @@ bool isFrom(sd_bus_message* message, std::string_view sender) {
 
 } // namespace
 
-BusService::BusService(BusOnLoop& bus, std::string name, std::function<void()> ownerChanged)
+BusService::BusService(Bus& bus, std::string name, std::function<void()> ownerChanged)
     : bus_{bus}, name_{std::move(name)}, ownerChanged_{std::move(ownerChanged)} {
     // Followed first, so that nothing is missed between question and answer.
     followOwner();

@@ -2,7 +2,7 @@
 // signal.
 #pragma once
 
-#include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
+#include "BrindleRecorderLinux/SdBus/Bus.hpp"
 
 #include <systemd/sd-bus.h>
 
@@ -22,7 +22,7 @@ class BusService {
 
     /// The bus must be connected and outlive this. `ownerChanged` is called when the name gets
     /// another owner or loses its last, but not for the owner that it has at first.
-    BusService(BusOnLoop& bus, std::string name, std::function<void()> ownerChanged);
+    BusService(Bus& bus, std::string name, std::function<void()> ownerChanged);
     BusService(const BusService&) = delete;
     BusService& operator=(const BusService&) = delete;
 
@@ -48,7 +48,7 @@ class BusService {
     void askForOwner();
     void takeOwnerChange(sd_bus_message* signal);
 
-    BusOnLoop& bus_;
+    Bus& bus_;
     const std::string name_;
     const std::function<void()> ownerChanged_;
     std::string owner_;
