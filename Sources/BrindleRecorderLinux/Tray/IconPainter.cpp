@@ -23,7 +23,11 @@ namespace {
 
 constexpr std::size_t bytesPerPixel = 4;
 
-using Pixels = agg::pixfmt_custom_blend_rgba<
+/// To draw on: what is drawn covers what was there.
+using Pixels = agg::pixfmt_alpha_blend_rgba<
+    agg::blender_rgba_pre<agg::rgba8, agg::order_argb>, agg::rendering_buffer>;
+/// To erase from.
+using ErasedPixels = agg::pixfmt_custom_blend_rgba<
     agg::comp_op_adaptor_rgba_pre<agg::rgba8, agg::order_argb>, agg::rendering_buffer>;
 
 /// A picture that is being drawn: the whole one, or a layer of it. Premultiplied, on nothing.
@@ -52,7 +56,7 @@ class Drawing {
         agg::rendering_buffer above = rows(layer);
         agg::rendering_buffer below = rows(canvases_.back());
         const Pixels source{above};
-        Pixels target{below, agg::comp_op_src_over};
+        Pixels target{below};
         agg::renderer_base<Pixels>{target}.blend_from(source);
     }
 
@@ -71,11 +75,13 @@ class Drawing {
     }
 
     void operator()(const IconImage::FillCircle& circle) {
-        fill(circle.rect, circle.colour, agg::comp_op_src_over);
+        agg::rendering_buffer target = rows(canvases_.back());
+        fill(Pixels{target}, circle.rect, circle.colour);
     }
 
     void operator()(const IconImage::ClearCircle& circle) {
-        fill(circle.rect, {0, 0, 0, 1}, agg::comp_op_dst_out);
+        agg::rendering_buffer target = rows(canvases_.back());
+        fill(ErasedPixels{target, agg::comp_op_dst_out}, circle.rect, {0, 0, 0, 1});
     }
 
     IconPicture finish() {
@@ -115,10 +121,11 @@ class Drawing {
         return result;
     }
 
-    void fill(const IconRect& rect, const IconColour& colour, agg::comp_op_e operation) {
+    template <class Target>
+    void fill(Target target, const IconRect& rect, const IconColour& colour) {
         if (rect.width > 0 && rect.height > 0) {
             agg::ellipse disc = ellipse(rect);
-            draw(disc, colour, operation);
+            draw(target, disc, colour);
         }
     }
 
@@ -126,14 +133,14 @@ class Drawing {
     void stroke(Path& path, double lineWidth, const IconColour& colour) {
         agg::conv_stroke<Path> line{path};
         line.width(lineWidth * scale());
-        draw(line, colour, agg::comp_op_src_over);
+        agg::rendering_buffer buffer = rows(canvases_.back());
+        Pixels target{buffer};
+        draw(target, line, colour);
     }
 
-    template <class Shape>
-    void draw(Shape& shape, const IconColour& colour, agg::comp_op_e operation) {
-        agg::rendering_buffer target = rows(canvases_.back());
-        Pixels pixels{target, static_cast<unsigned>(operation)};
-        agg::renderer_base<Pixels> renderer{pixels};
+    template <class Target, class Shape>
+    static void draw(Target& target, Shape& shape, const IconColour& colour) {
+        agg::renderer_base<Target> renderer{target};
         agg::rasterizer_scanline_aa<> rasterizer;
         rasterizer.add_path(shape);
         agg::scanline_u8 line;
