@@ -7,6 +7,7 @@
 #include "BrindleRecorderLinux/CommandLine/HeadlessDesktop.hpp"
 #include "BrindleRecorderLinux/CommandLine/Options.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
+#include "BrindleRecorderLinux/CommandLine/TerminalMenu.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalNotifications.hpp"
 #include "BrindleRecorderLinux/CommandLine/WhoCommand.hpp"
 #include "BrindleRecorderLinux/Files/FolderLock.hpp"
@@ -81,15 +82,6 @@ int runDesktop() {
     return runHeadless();
 }
 
-int askRunningCopy(const std::vector<std::string>& arguments) {
-    const auto problem = SiblingProgram::become(SiblingProgram::desktop, arguments);
-    printLine(
-        stderr,
-        fmt::format(
-            "brindle-recorder: {} cannot be started ({})", SiblingProgram::desktop, problem));
-    return exitCouldNotRun;
-}
-
 /// Runs a command that ends by itself, or when it is interrupted.
 int runCommand(const std::function<bool(PipeWireMainLoop&, FileManager&)>& command) {
     PipeWireMainLoop mainLoop;
@@ -138,12 +130,9 @@ int run(const std::vector<std::string_view>& arguments) {
             return ConvertCommand{mainLoop, files, mediaEngine, options->movie}.run();
         });
     case Options::Command::showMenu:
-        return askRunningCopy({"--menu"});
-    case Options::Command::pick: {
-        std::vector<std::string> words{"--pick"};
-        words.insert(words.end(), options->words.begin(), options->words.end());
-        return askRunningCopy(words);
-    }
+        return TerminalMenu{}.print() ? exitSuccess : exitCouldNotRun;
+    case Options::Command::pick:
+        return TerminalMenu{}.pick(options->words) ? exitSuccess : exitCouldNotRun;
     }
     return exitBadUsage;
 }

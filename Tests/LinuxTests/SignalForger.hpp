@@ -38,7 +38,10 @@ class SignalForger {
         }
         ping(victim);
     }
-    /// Whether the victim has handled the last signal, and all that the bus sent it before.
+    /// Sends it a question that it answers in its turn.
+    void ping(const std::string& victim);
+    /// Whether the victim has handled the last signal or question, and all that the bus sent it
+    /// before.
     [[nodiscard]] bool isHandled();
     [[nodiscard]] std::string ownName() const;
 
@@ -51,8 +54,6 @@ class SignalForger {
 
     [[nodiscard]] Message make(const Signal& signal) const;
     void post(sd_bus_message* message, const char* destination);
-    void ping(const std::string& victim);
-
     std::unique_ptr<sd_bus, Release> bus_;
     bool isAnswered_ = true;
 };

@@ -7,8 +7,6 @@
 #include "BrindleRecorderCore/Recordings/RecordingsFolder.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
 #include "BrindleRecorderLinux/DBus/DesktopNotifications.hpp"
-#include "BrindleRecorderLinux/DBus/SessionBusNames.hpp"
-#include "BrindleRecorderLinux/DBus/TerminalMenu.hpp"
 #include "BrindleRecorderLinux/Files/FolderLock.hpp"
 #include "BrindleRecorderLinux/Gio/AutostartEntry.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
@@ -18,6 +16,8 @@
 #include "BrindleRecorderLinux/Qt/DesktopStatusItem.hpp"
 #include "BrindleRecorderLinux/Qt/DesktopWorkspace.hpp"
 #include "BrindleRecorderLinux/Qt/LoopInQt.hpp"
+#include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
+#include "BrindleRecorderLinux/SdBus/SessionBusNames.hpp"
 #include "BrindleRecorderLinux/Windows/Screen.hpp"
 
 #include <QApplication>
@@ -31,7 +31,6 @@
 #include <exception>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace brindle {
 namespace {
@@ -40,16 +39,6 @@ constexpr int exitSuccess = 0;
 constexpr int exitCouldNotRun = 1;
 
 const std::string ownIdentifier{AppInfo::bundleIdentifier};
-
-/// "--menu", or "--pick" and the words of a line.
-int askRunningCopy(int& argumentCount, char** arguments) {
-    const QCoreApplication application{argumentCount, arguments};
-    const TerminalMenu menu{QDBusConnection::sessionBus()};
-    const std::vector<std::string> words(arguments + 1, arguments + argumentCount);
-    const bool done =
-        words.front() == "--pick" ? menu.pick({words.begin() + 1, words.end()}) : menu.print();
-    return done ? exitSuccess : exitCouldNotRun;
-}
 
 /// Qt speaks to Wayland compositors through a plug-in that is installed separately, and ends the
 /// process where it can speak to nobody.
@@ -117,11 +106,12 @@ std::optional<int> run(int& argumentCount, char** arguments) {
     const QApplication application{argumentCount, arguments};
     whileQtBegins.reset();
     const auto bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected()) {
+    BusOnLoop sessionBus{mainLoop.loop(), BusOnLoop::Which::session};
+    if (!bus.isConnected() || !sessionBus.isConnected()) {
         return std::nullopt;
     }
     // A second copy leaves before anything of it shows.
-    const SessionBusNames names{bus, AppInfo::sameAppBundleIdentifiers(ownIdentifier)};
+    const SessionBusNames names{sessionBus, AppInfo::sameAppBundleIdentifiers(ownIdentifier)};
     if (SingleInstance::anotherCopyRuns(
             names, static_cast<std::int32_t>(QApplication::applicationPid()), ownIdentifier)) {
         return exitSuccess;
@@ -144,7 +134,7 @@ std::optional<int> run(int& argumentCount, char** arguments) {
     DesktopStatusItem statusItem;
     AppShell shell{model, environment, statusItem};
     quitting.prepareWith(model);
-    if (!statusItem.exportOn(bus)) {
+    if (!statusItem.exportOn(sessionBus)) {
         services.log().both(EventLog::Level::error, "tray: the session bus does not take the icon");
     }
     shell.launch();
@@ -157,9 +147,6 @@ std::optional<int> run(int& argumentCount, char** arguments) {
 
 int main(int argumentCount, char** arguments) {
     try {
-        if (argumentCount > 1) {
-            return brindle::askRunningCopy(argumentCount, arguments);
-        }
         if (const auto status = brindle::run(argumentCount, arguments)) {
             return *status;
         }

@@ -15,7 +15,7 @@ DesktopStatusItem::DesktopStatusItem() {
     };
 }
 
-bool DesktopStatusItem::exportOn(const QDBusConnection& bus) {
+bool DesktopStatusItem::exportOn(Bus& bus) {
     // The menu first: a panel that takes the icon asks for it at once.
     return menu_.exportOn(bus) && icon_.exportOn(bus);
 }

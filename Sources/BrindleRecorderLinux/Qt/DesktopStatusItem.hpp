@@ -2,10 +2,11 @@
 #pragma once
 
 #include "BrindleRecorderApp/Platform/StatusItem.hpp"
-#include "BrindleRecorderLinux/DBus/ExportedMenu.hpp"
-#include "BrindleRecorderLinux/DBus/StatusNotifierItem.hpp"
 #include "BrindleRecorderLinux/Qt/QtTrayIcon.hpp"
 #include "BrindleRecorderLinux/Qt/QtTrayMenu.hpp"
+#include "BrindleRecorderLinux/SdBus/Bus.hpp"
+#include "BrindleRecorderLinux/Tray/ExportedMenu.hpp"
+#include "BrindleRecorderLinux/Tray/StatusNotifierItem.hpp"
 
 #include <functional>
 #include <memory>
@@ -20,7 +21,8 @@ class DesktopStatusItem final : public StatusItem {
     DesktopStatusItem();
 
     /// Offers icon and menu to the panels on that bus; false when their places are taken there.
-    bool exportOn(const QDBusConnection& bus);
+    /// The bus must be connected and outlive this.
+    bool exportOn(Bus& bus);
 
     void showIcon(const IconImage& image) override;
     void showMenu(const Menu& menu) override;

@@ -1,16 +1,14 @@
 // The menu of the running program in a terminal, for desktops that show no icon and for scripts.
 #pragma once
 
-#include <QDBusConnection>
-
 #include <cstdio>
 #include <string>
 #include <vector>
 
 namespace brindle {
 
+/// Asks the copy of the program that the session bus knows, and waits for its answers.
 struct TerminalMenu {
-    QDBusConnection bus;
     std::FILE* output = stdout;
     std::FILE* errors = stderr;
 

@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/DBus/MenuNumbers.hpp"
+#include "BrindleRecorderLinux/Tray/MenuNumbers.hpp"
 
 #include <utility>
 

@@ -1,13 +1,16 @@
-#include "BrindleRecorderLinux/DBus/TerminalMenu.hpp"
+#include "BrindleRecorderLinux/CommandLine/TerminalMenu.hpp"
 
 #include "BrindleRecorderApp/AppInfo.hpp"
-#include "BrindleRecorderLinux/DBus/ExportedMenu.hpp"
-#include "DesktopTests/Bus.hpp"
+#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
+#include "BrindleRecorderLinux/Tray/ExportedMenu.hpp"
+#include "LinuxTests/OutputCapture.hpp"
+#include "LinuxTests/ScriptedBusObject.hpp"
+#include "LinuxTests/WaitOnLoop.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <array>
 #include <atomic>
 #include <string>
 #include <thread>
@@ -19,20 +22,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// What was written to a file that is read back.
-class Captured {
-  public:
-    Captured() : file{std::tmpfile()} {}
-    ~Captured() { std::fclose(file); }
-    Captured(const Captured&) = delete;
-    Captured& operator=(const Captured&) = delete;
-    [[nodiscard]] std::string text() const {
-        std::rewind(file);
-        std::array<char, 4096> buffer{};
-        return {buffer.data(), std::fread(buffer.data(), 1, buffer.size(), file)};
-    }
-    std::FILE* file;
-};
+const std::string programName{AppInfo::bundleIdentifier};
 
 class TerminalMenuTest : public testing::Test {
   protected:
@@ -40,13 +30,15 @@ class TerminalMenuTest : public testing::Test {
         menu_.onActivation = [this](const std::string& name) {
             picked_.push_back(name);
         };
-        menu_.exportOn(program_.bus());
-        program_.bus().registerService(
-            QString::fromStdString(std::string{AppInfo::bundleIdentifier}));
+        EXPECT_TRUE(menu_.exportOn(program_));
+        test::requireOfBus(
+            sd_bus_request_name(program_.get(), programName.c_str(), 0), "the name is taken");
         menu_.show(
             {{"status", MenuItem::Text{"Idle — watching for calls"}},
              {"rule", MenuItem::Divider{}},
              {"start", MenuItem::Button{"Record now", std::nullopt}},
+             {"camera",
+              MenuItem::Submenu{"Camera", {{"usb", MenuItem::Button{"USB__2_", std::nullopt}}}}},
              {"settings",
               MenuItem::Submenu{
                   "Settings", {{"ask", MenuItem::Toggle{"Ask before recording", true}}}}}});
@@ -57,35 +49,47 @@ class TerminalMenuTest : public testing::Test {
     bool run(Command command) {
         std::atomic<int> result{-1};
         std::thread terminal{[&] {
-            const BusClient client;
-            result = command(TerminalMenu{client.bus(), output_.file, errors_.file}) ? 1 : 0;
+            result = command(TerminalMenu{output_.stream(), errors_.stream()}) ? 1 : 0;
         }};
-        EXPECT_TRUE(waitUntil([&] { return result != -1; }));
+        EXPECT_TRUE(waitUntil(loop_, [&] { return result != -1; }));
         terminal.join();
         return result == 1;
+    }
+    bool print() {
+        return run([](const TerminalMenu& menu) { return menu.print(); });
     }
     bool pick(const std::vector<std::string>& words) {
         return run([&](const TerminalMenu& menu) { return menu.pick(words); });
     }
 
-    BusClient program_;
+    PipeWireMainLoop loop_;
+    BusOnLoop program_{loop_.loop(), BusOnLoop::Which::session};
     ExportedMenu menu_;
     std::vector<std::string> picked_;
-    Captured output_;
-    Captured errors_;
+    test::OutputCapture output_;
+    test::OutputCapture errors_;
 };
 
 TEST_F(TerminalMenuTest, PrintsTheMenu) {
-    EXPECT_TRUE(run([](const TerminalMenu& menu) { return menu.print(); }));
+    EXPECT_TRUE(print());
     EXPECT_EQ(
-        output_.text(), "Idle — watching for calls\n\nRecord now\nSettings\n"
+        output_.text(), "Idle — watching for calls\n\nRecord now\nCamera\n    USB__2_\nSettings\n"
                         "    [x] Ask before recording\n");
 }
 
 TEST_F(TerminalMenuTest, PicksALine) {
     EXPECT_TRUE(pick({"Record now"}));
     EXPECT_TRUE(pick({"Settings", "Ask before recording"}));
-    EXPECT_THAT(picked_, ElementsAre("start", "ask"));
+    EXPECT_TRUE(pick({"Camera", "USB__2_"}));
+    EXPECT_THAT(picked_, ElementsAre("start", "ask", "usb"));
+}
+
+TEST_F(TerminalMenuTest, WhatIsPickedMayHaveComeWithTheOpening) {
+    menu_.onOpening = [this] {
+        menu_.show({{"new", MenuItem::Button{"New", std::nullopt}}});
+    };
+    EXPECT_TRUE(pick({"New"}));
+    EXPECT_THAT(picked_, ElementsAre("new"));
 }
 
 TEST_F(TerminalMenuTest, SaysWhatCannotBePicked) {
@@ -101,9 +105,9 @@ TEST_F(TerminalMenuTest, SaysWhatCannotBePicked) {
 }
 
 TEST_F(TerminalMenuTest, SaysSoWhenNothingRuns) {
-    program_.bus().unregisterService(
-        QString::fromStdString(std::string{AppInfo::bundleIdentifier}));
-    EXPECT_FALSE(run([](const TerminalMenu& menu) { return menu.print(); }));
+    test::requireOfBus(
+        sd_bus_release_name(program_.get(), programName.c_str()), "the name is not ours");
+    EXPECT_FALSE(print());
     EXPECT_EQ(
         errors_.text(),
         "brindle-recorder: no copy of the program with a menu runs in this session\n");
