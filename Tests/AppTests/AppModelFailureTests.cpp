@@ -621,6 +621,7 @@ TEST_F(AppModelFailure, ARestartThatWaitsUntilTheNextRecordingIsDueIsNotBegun) {
     EXPECT_THAT(
         linesAbout("recording not begun"), ElementsAre("recording not begun: room=zoom#1 is over"));
     EXPECT_EQ(sessionInWords(), "recording manual#2");
+    EXPECT_THAT(sidecar(firstBaseName).notes, ElementsAre(Not(HasSubstr("continued in"))));
     ASSERT_THAT(captured, SizeIs(2));
     EXPECT_TRUE(capture.output().isRecording());
     model().stopRecordingFromMenu();

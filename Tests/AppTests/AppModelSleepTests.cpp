@@ -15,7 +15,10 @@ namespace {
 using namespace std::chrono_literals;
 using testing::Contains;
 using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using testing::SizeIs;
 
 class AppModelSleep : public testing::Test, protected test::AppScene {
@@ -222,6 +225,24 @@ TEST_F(AppModelSleep, AStartThatWaitsForTheMicrophoneIsTakenBack) {
     settle();
     EXPECT_THAT(captured, SizeIs(1));
     EXPECT_TRUE(isCapturing());
+}
+
+TEST_F(AppModelSleep, ARestartThatASleepOvertakesIsNotSaidToGoOnInAFileThatNeverCame) {
+    recordZoomCall();
+    capture.setAuthorizationStatus(MediaType::audio, AuthorizationStatus::notDetermined);
+    deviceDies();
+    settle();
+    ASSERT_THAT(
+        sidecar(firstBaseName).notes, ElementsAre(EndsWith("continued in 2026-03-14_0930-2.mp4")));
+    const auto closedAt = sidecar(firstBaseName).endedAt;
+    fallAsleep();
+    wakeAfter(3600s);
+    capture.answerAccess(MediaType::audio, true);
+    settle();
+    ASSERT_THAT(captured, SizeIs(2));
+    EXPECT_EQ(captured.back().stem(), "2026-03-14_1030");
+    EXPECT_THAT(sidecar(firstBaseName).notes, ElementsAre(Not(HasSubstr("continued in"))));
+    EXPECT_EQ(sidecar(firstBaseName).endedAt, closedAt);
 }
 
 TEST_F(AppModelSleep, ARecordingThatIsNotToBeRestartedIsNotResumedEither) {

@@ -177,7 +177,9 @@ Task<void> RecordingLife::processFailure(
         .baseName = *continuedIn,
         .continuedBaseName = left.segment.baseName,
     };
-    co_await begin(failed, std::move(continuation), decision.audioOnly);
+    if (!co_await begin(failed, std::move(continuation), decision.audioOnly)) {
+        closer_.finishFailed(left, std::nullopt); // there is no file that it goes on in
+    }
 }
 
 void RecordingLife::changed() const {
