@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -31,7 +32,7 @@ class WhoReportLine : public testing::TestWithParam<WhoCase> {};
 TEST_P(WhoReportLine, SaysWhoItIsAndWhatFollows) {
     CallDetectorConfig config;
     config.disabledFamilies = GetParam().disabled;
-    EXPECT_EQ(WhoReport::line(GetParam().user, config), GetParam().line);
+    EXPECT_EQ(WhoReport::line({GetParam().user, std::nullopt}, config), GetParam().line);
 }
 
 const std::set<std::string> onlyOthers{"other"};
@@ -43,23 +44,23 @@ INSTANTIATE_TEST_SUITE_P(
             "CallProgram",
             {"us.zoom.xos", 4711},
             onlyOthers,
-            "us.zoom.xos, pid 4711, zoom.us: a call after 5 s"},
+            "zoom.us (us.zoom.xos), pid 4711: a call after 5 s"},
         WhoCase{
             "BrowserInAMeeting",
             {"com.google.Chrome", 12, Titles{"Inbox", "Weekly sync - Google Meet"}},
             onlyOthers,
-            "com.google.Chrome, pid 12, Google Chrome, meet.google.com: a call after 5 s"},
+            "Google Chrome (com.google.Chrome), pid 12, meet.google.com: a call after 5 s"},
         WhoCase{
             "BrowserWithoutAMeeting",
             {"com.google.Chrome", 12, Titles{"Inbox"}},
             onlyOthers,
-            "com.google.Chrome, pid 12, Google Chrome: a call after 20 s, because no meeting is "
+            "Google Chrome (com.google.Chrome), pid 12: a call after 20 s, because no meeting is "
             "recognised in its window titles"},
         WhoCase{
             "BrowserWithoutTitles",
             {"org.mozilla.firefox", 12},
             onlyOthers,
-            "org.mozilla.firefox, pid 12, Firefox: a call after 20 s, because its window titles "
+            "Firefox (org.mozilla.firefox), pid 12: a call after 20 s, because its window titles "
             "cannot be read"},
         WhoCase{
             "UnknownProgramWhileOthersAreOff",
@@ -87,13 +88,13 @@ INSTANTIATE_TEST_SUITE_P(
             "SwitchedOff",
             {"com.tinyspeck.slackmacgap", 9},
             {"slack"},
-            "com.tinyspeck.slackmacgap, pid 9, Slack: not a call, because Slack is switched off "
+            "Slack (com.tinyspeck.slackmacgap), pid 9: not a call, because Slack is switched off "
             "in the settings"},
         WhoCase{
             "SwitchedOffInAMeeting",
             {"com.google.Chrome", 12, Titles{"Google Meet"}},
             {"chrome"},
-            "com.google.Chrome, pid 12, Google Chrome, meet.google.com: not a call, because "
+            "Google Chrome (com.google.Chrome), pid 12, meet.google.com: not a call, because "
             "Google Chrome is switched off in the settings"},
         WhoCase{
             "NobodyKnown",
@@ -109,14 +110,33 @@ TEST(WhoReport, SaysThatNobodyIsThere) {
 
 TEST(WhoReport, KeepsTheOrderOfTheUsers) {
     EXPECT_THAT(
-        WhoReport::lines({{"us.zoom.xos", 1}, {"parec", 2}}, {}),
+        WhoReport::lines({{{"us.zoom.xos", 1}, {}}, {{"parec", 2}, {}}}, {}),
         ElementsAre(HasSubstr("us.zoom.xos"), HasSubstr("parec")));
+}
+
+TEST(WhoReport, NamesAProgramAsItsUserKnowsIt) {
+    EXPECT_EQ(
+        WhoReport::line({{"com.apple.replayd", 8}, "OBS Studio"}, {}),
+        "OBS Studio (com.apple.replayd), pid 8: not a call, because it is known to use the "
+        "microphone without being in a call");
+}
+
+TEST(WhoReport, TheCatalogNamesItsOwnProgramsItself) {
+    EXPECT_THAT(
+        WhoReport::line({{"us.zoom.xos", 8}, "A wrapper"}, {}),
+        testing::StartsWith("zoom.us (us.zoom.xos), pid 8: "));
+}
+
+TEST(WhoReport, NamesNothingTwice) {
+    EXPECT_THAT(
+        WhoReport::line({{"parec", 8}, "parec"}, {}), testing::StartsWith("parec, pid 8: "));
 }
 
 TEST(WhoReport, NeverShowsAWindowTitle) {
     const MicUser user{"com.google.Chrome", 12, Titles{"Salary of Jo - Google Meet", "Diagnosis"}};
     EXPECT_THAT(
-        WhoReport::line(user, {}), testing::AllOf(Not(HasSubstr("Jo")), Not(HasSubstr("Diag"))));
+        WhoReport::line({user, {}}, {}),
+        testing::AllOf(Not(HasSubstr("Jo")), Not(HasSubstr("Diag"))));
 }
 
 TEST(WhoReport, TellsAReasonExactlyWhereTheDetectorSeesNoCall) {
@@ -136,7 +156,8 @@ TEST(WhoReport, TellsAReasonExactlyWhereTheDetectorSeesNoCall) {
             const MicUser user{identifier, 7, Titles{"Huddle"}};
             const bool counts = CallDetector{config}.classify(user).has_value();
             EXPECT_EQ(
-                WhoReport::line(user, config).find("not a call, because") == std::string::npos,
+                WhoReport::line({user, {}}, config).find("not a call, because") ==
+                    std::string::npos,
                 counts)
                 << identifier;
         }

@@ -18,6 +18,7 @@ namespace {
 using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 using testing::SizeIs;
 
 class WhoWatchTest : public testing::Test {
@@ -76,6 +77,21 @@ TEST_F(WhoWatchTest, NoticesAMeetingInAWindowTitleThatNobodyTellsOf) {
     EXPECT_THAT(
         shown,
         ElementsAre(ElementsAre(HasSubstr("no meeting")), ElementsAre(HasSubstr("meet.jit.si"))));
+}
+
+TEST_F(WhoWatchTest, NamesAProgramAsTheDesktopDoes) {
+    processes.bundleIDs[33] = "com.apple.replayd";
+    processes.programNames[33] = "OBS Studio";
+    audio.setProcess(2, {.runningInput = true, .pid = 33, .bundleID = "com.apple.replayd"});
+    EXPECT_THAT(
+        WhoWatch::answer(monitor, {}), ElementsAre(HasSubstr("OBS Studio (com.apple.replayd)")));
+}
+
+TEST_F(WhoWatchTest, DoesNotNameASandboxedProgramAfterTheProcessThatSpeaksForIt) {
+    processes.bundleIDs[33] = "com.apple.replayd";
+    processes.programNames[33] = "OBS Studio";
+    audio.setProcess(2, {.runningInput = true, .pid = 33, .bundleID = "org.example.Box"});
+    EXPECT_THAT(WhoWatch::answer(monitor, {}), ElementsAre(Not(HasSubstr("OBS Studio"))));
 }
 
 TEST_F(WhoWatchTest, LeavesNothingBehind) {

@@ -9,7 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
 #include <string>
 #include <vector>
 
@@ -62,18 +61,6 @@ std::string identified(const FakeProcess& process) {
     const FakeProc proc;
     proc.add(process);
     return ProcProcessRegistry{proc.folder()}.bundleIdentifier(process.pid).value_or("nothing");
-}
-
-TEST(ApplicationIdentity, EveryRowLeadsToAFamilyOrToAnIgnoredIdentifier) {
-    std::set<std::pair<IdentitySource, std::string_view>> seen;
-    for (const ApplicationRow& row : ApplicationTable::rows()) {
-        EXPECT_NE(
-            CallCatalog::family(row.identifier) != nullptr, CallCatalog::isIgnored(row.identifier))
-            << row.name;
-        EXPECT_FALSE(row.name.empty());
-        EXPECT_FALSE(row.evidence.empty()) << row.name;
-        EXPECT_TRUE(seen.emplace(row.source, row.name).second) << row.name << " is there twice";
-    }
 }
 
 TEST(ApplicationIdentity, KnowsItselfInEveryProgramThatItIsMadeOf) {

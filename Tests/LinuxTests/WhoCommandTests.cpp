@@ -94,7 +94,17 @@ TEST_F(WhoCommandTest, NamesTheSiteOfAMeetingButNotItsTitle) {
     EXPECT_EQ(
         askWhile(1),
         fmt::format(
-            "org.mozilla.firefox, pid {}, Firefox, meet.google.com: a call after 5 s\n",
+            "Firefox (org.mozilla.firefox), pid {}, meet.google.com: a call after 5 s\n",
+            program.pid()));
+}
+
+TEST_F(WhoCommandTest, NamesAProgramThatIsNeverInACallAsItsUserKnowsIt) {
+    const ChildProcess program{programNamed("obs"), {"obs", "--record", "--raw", "/dev/null"}};
+    EXPECT_EQ(
+        askWhile(1),
+        fmt::format(
+            "OBS Studio (com.apple.replayd), pid {}: not a call, because it is known to use the "
+            "microphone without being in a call\n",
             program.pid()));
 }
 

@@ -16,6 +16,7 @@ class FakeProcessRegistry final : public ProcessRegistry {
   public:
     std::int32_t ownPid = 4242;
     std::map<std::int32_t, std::string> bundleIDs;
+    std::map<std::int32_t, std::string> programNames;
     std::map<std::int32_t, std::filesystem::path> executablePaths;
     std::map<std::filesystem::path, std::string> applications;
     /// The processes whose identifier was asked for, in order.
@@ -25,6 +26,9 @@ class FakeProcessRegistry final : public ProcessRegistry {
     [[nodiscard]] std::optional<std::string> bundleIdentifier(std::int32_t pid) const override {
         lookups.push_back(pid);
         return valueOf(bundleIDs, pid);
+    }
+    [[nodiscard]] std::optional<std::string> programName(std::int32_t pid) const override {
+        return valueOf(programNames, pid);
     }
     [[nodiscard]] std::optional<std::filesystem::path>
     executablePath(std::int32_t pid) const override {

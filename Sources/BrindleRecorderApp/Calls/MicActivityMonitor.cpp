@@ -160,6 +160,13 @@ std::vector<MicUser> MicActivityMonitor::deviceSnapshot() const {
     return {{.bundleID = {}, .pid = unknownPid, .windowTitles = std::nullopt}};
 }
 
+std::optional<std::string> MicActivityMonitor::programName(const MicUser& user) const {
+    // What a sandbox or the sound server says of a user may be more than its process tells.
+    const bool isTheProcess =
+        user.pid > 0 && processRegistry_.bundleIdentifier(user.pid) == user.bundleID;
+    return isTheProcess ? processRegistry_.programName(user.pid) : std::nullopt;
+}
+
 std::string MicActivityMonitor::bundleIDOf(AudioObjectID process, std::int32_t pid) {
     auto bundleID = audioObjects_.bundleIdentifier(process).value_or(std::string{});
     if (isOfKnownFamily(bundleID)) {

@@ -63,6 +63,8 @@ class MicActivityMonitor {
     windowTitlesForFamilyOf(const std::string& bundleID) const;
     /// The users, each browser with its window titles. The windows are read once for all of them.
     [[nodiscard]] std::vector<MicUser> withWindowTitles(std::vector<MicUser> users) const;
+    /// What people call the user's program, where the desktop knows that better than the catalog.
+    [[nodiscard]] std::optional<std::string> programName(const MicUser& user) const;
 
   private:
     /// Either observation is empty where it could not be registered.

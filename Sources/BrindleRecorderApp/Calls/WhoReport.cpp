@@ -4,6 +4,7 @@
 #include "BrindleRecorderCore/Calls/CallDetector.hpp"
 
 #include <fmt/format.h>
+#include <optional>
 #include <string_view>
 #include <variant>
 
@@ -11,16 +12,23 @@ namespace brindle {
 
 namespace {
 
+/// The program as its user knows it, and what it is known by here.
+std::string nameOf(const NamedMicUser& who, const CallAppFamily* family) {
+    const std::string& identifier = who.user.bundleID;
+    if (identifier.empty()) {
+        return "no identifier";
+    }
+    const auto name = family != nullptr ? std::optional{family->name} : who.program;
+    return name && *name != identifier ? fmt::format("{} ({})", *name, identifier) : identifier;
+}
+
 /// What is known of the user, whether it counts or not.
-std::string description(const MicUser& user, const CallAppFamily* family) {
-    std::string text = user.bundleID.empty() ? std::string{"no identifier"} : user.bundleID;
+std::string description(const NamedMicUser& who, const CallAppFamily* family) {
+    const MicUser& user = who.user;
+    std::string text = nameOf(who, family);
     text += user.pid > 0 ? fmt::format(", pid {}", user.pid) : ", process unknown";
-    if (family != nullptr) {
-        text += ", " + family->name;
-        const CallSite* site = family->isBrowser && user.windowTitles
-                                   ? CallCatalog::site(*user.windowTitles)
-                                   : nullptr;
-        if (site != nullptr) {
+    if (family != nullptr && family->isBrowser && user.windowTitles) {
+        if (const CallSite* site = CallCatalog::site(*user.windowTitles)) {
             text += ", " + site->host;
         }
     }
@@ -52,9 +60,10 @@ std::string_view doubtAbout(const MicUser& user, const CallDetector::Candidate& 
 
 } // namespace
 
-std::string WhoReport::line(const MicUser& user, const CallDetectorConfig& config) {
+std::string WhoReport::line(const NamedMicUser& named, const CallDetectorConfig& config) {
+    const MicUser& user = named.user;
     const CallAppFamily* const family = CallCatalog::family(user.bundleID);
-    const std::string who = description(user, family);
+    const std::string who = description(named, family);
     const auto judgement = CallDetector{config}.judge(user);
     if (const auto* reason = std::get_if<CallDetector::NoCall>(&judgement)) {
         return fmt::format("{}: not a call, because {}", who, inWords(*reason, family));
@@ -69,14 +78,14 @@ std::string WhoReport::line(const MicUser& user, const CallDetectorConfig& confi
 }
 
 std::vector<std::string>
-WhoReport::lines(const std::vector<MicUser>& users, const CallDetectorConfig& config) {
+WhoReport::lines(const std::vector<NamedMicUser>& users, const CallDetectorConfig& config) {
     if (users.empty()) {
         return {"Nobody uses the microphone."};
     }
     std::vector<std::string> lines;
     lines.reserve(users.size());
-    for (const MicUser& user : users) {
-        lines.push_back(line(user, config));
+    for (const NamedMicUser& who : users) {
+        lines.push_back(line(who, config));
     }
     return lines;
 }

@@ -32,7 +32,12 @@ WhoWatch::~WhoWatch() {
 
 std::vector<std::string>
 WhoWatch::answer(MicActivityMonitor& monitor, const CallDetectorConfig& config) {
-    return WhoReport::lines(monitor.withWindowTitles(monitor.snapshot()), config);
+    std::vector<NamedMicUser> users;
+    for (MicUser& user : monitor.withWindowTitles(monitor.snapshot())) {
+        auto program = monitor.programName(user);
+        users.push_back({.user = std::move(user), .program = std::move(program)});
+    }
+    return WhoReport::lines(users, config);
 }
 
 void WhoWatch::look() {

@@ -18,6 +18,9 @@ class ProcessRegistry {
     /// The identifier of the application that the process belongs to, as the catalog spells it
     /// where the application is known there.
     [[nodiscard]] virtual std::optional<std::string> bundleIdentifier(std::int32_t pid) const = 0;
+    /// What people call the program that the process belongs to; absent where its identifier or the
+    /// catalog tells it.
+    [[nodiscard]] virtual std::optional<std::string> programName(std::int32_t pid) const = 0;
     /// The file that the process runs.
     [[nodiscard]] virtual std::optional<std::filesystem::path>
     executablePath(std::int32_t pid) const = 0;

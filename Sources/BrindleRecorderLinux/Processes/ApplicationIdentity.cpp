@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
+#include <utility>
 
 namespace brindle {
 
@@ -142,6 +143,15 @@ bool isOtherApplication(const ProcessEvidence& child, const ProcessEvidence& par
            (child.desktopID && parent.desktopID && child.desktopID != parent.desktopID);
 }
 
+ApplicationIdentity identityBy(const ApplicationRow& row) {
+    return {std::string{row.program.identifier}, true, std::string{row.program.name}};
+}
+
+/// What is in no row is known by its label.
+ApplicationIdentity unknown(std::string label) {
+    return {.identifier = std::move(label), .isInTable = false, .program = {}};
+}
+
 std::string labelOf(const ProcessEvidence& evidence, bool startedFromShell) {
     for (const auto& id : {evidence.sandboxID, evidence.snapName}) {
         if (id) {
@@ -220,41 +230,38 @@ identityOfProcess(std::int32_t pid, const EvidenceLookup& evidenceOf) {
         evidence = *std::move(parent);
     }
     if (found == nullptr) {
-        return ApplicationIdentity{labelOf(*own, startedFromShell), false};
+        return unknown(labelOf(*own, startedFromShell));
     }
     if (const ApplicationRow* const webApp = rowOfWebApp(evidence)) {
         found = webApp;
     }
-    return ApplicationIdentity{std::string{found->identifier}, true};
+    return identityBy(*found);
 }
 
 std::optional<ApplicationIdentity>
 identityOfClient(const ClientClaims& claims, const std::optional<ApplicationIdentity>& process) {
-    const auto ofRow = [](const ApplicationRow* row) {
-        return ApplicationIdentity{std::string{row->identifier}, true};
-    };
     if (const auto* row = ApplicationTable::find(IdentitySource::flatpak, claims.sandboxID)) {
-        return ofRow(row);
+        return identityBy(*row);
     }
     if (const auto* row = ApplicationTable::find(IdentitySource::snap, claims.snapName)) {
-        return ofRow(row);
+        return identityBy(*row);
     }
     if (process && process->isInTable) {
         return process;
     }
     const std::string_view binary = unwrapped(fileName(withoutDeletedMark(claims.binary)));
     if (const auto* row = ApplicationTable::find(IdentitySource::executable, binary)) {
-        return ofRow(row);
+        return identityBy(*row);
     }
     if (const auto* row = rowOfApplicationID(claims.applicationID)) {
-        return ofRow(row);
+        return identityBy(*row);
     }
     if (const auto* row =
             ApplicationTable::find(IdentitySource::streamName, claims.applicationName)) {
-        return ofRow(row);
+        return identityBy(*row);
     }
     if (!claims.sandboxID.empty()) {
-        return ApplicationIdentity{claims.sandboxID, false};
+        return unknown(claims.sandboxID);
     }
     if (process) {
         return process;
@@ -263,7 +270,7 @@ identityOfClient(const ClientClaims& claims, const std::optional<ApplicationIden
          {std::string_view{claims.applicationID}, binary,
           std::string_view{claims.applicationName}}) {
         if (!label.empty()) {
-            return ApplicationIdentity{std::string{label}, false};
+            return unknown(std::string{label});
         }
     }
     return std::nullopt;

@@ -1,7 +1,7 @@
 // Which application a process or a client of the sound server belongs to.
 #pragma once
 
-#include "BrindleRecorderLinux/Processes/ApplicationTable.hpp"
+#include "BrindleRecorderCore/Calls/ApplicationTable.hpp"
 #include "BrindleRecorderLinux/Processes/ProcessEvidence.hpp"
 
 #include <cstdint>
@@ -14,6 +14,7 @@ namespace brindle {
 struct ApplicationIdentity {
     std::string identifier; ///< the catalog's where the application is in the table, else a label
     bool isInTable = false;
+    std::string program{}; ///< for people; empty where the identifier is enough
 
     friend bool operator==(const ApplicationIdentity&, const ApplicationIdentity&) = default;
 };

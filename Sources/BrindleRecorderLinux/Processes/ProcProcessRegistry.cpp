@@ -46,6 +46,14 @@ std::optional<std::string> ProcProcessRegistry::bundleIdentifier(std::int32_t pi
     return std::move(found->identifier);
 }
 
+std::optional<std::string> ProcProcessRegistry::programName(std::int32_t pid) const {
+    auto found = identity(pid);
+    if (!found || found->program.empty()) {
+        return std::nullopt;
+    }
+    return std::move(found->program);
+}
+
 std::optional<std::filesystem::path> ProcProcessRegistry::executablePath(std::int32_t pid) const {
     Remembered* const memory = memoryOf(pid);
     if (memory == nullptr) {

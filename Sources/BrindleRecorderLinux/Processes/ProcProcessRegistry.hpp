@@ -23,6 +23,7 @@ class ProcProcessRegistry final : public ProcessRegistry {
 
     [[nodiscard]] std::int32_t ownProcessIdentifier() const override;
     [[nodiscard]] std::optional<std::string> bundleIdentifier(std::int32_t pid) const override;
+    [[nodiscard]] std::optional<std::string> programName(std::int32_t pid) const override;
     [[nodiscard]] std::optional<std::filesystem::path>
     executablePath(std::int32_t pid) const override;
     /// Always nothing: applications are not folders here.

@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/Windows/WindowOwner.hpp"
 
-#include "BrindleRecorderLinux/Processes/ApplicationTable.hpp"
+#include "BrindleRecorderCore/Calls/ApplicationTable.hpp"
 
 #include <algorithm>
 
@@ -70,7 +70,7 @@ std::optional<std::string> applicationOfWindowName(std::string_view name) {
     if (row == nullptr) {
         row = rowOfWebApp(lower);
     }
-    return row == nullptr ? std::nullopt : std::optional{std::string{row->identifier}};
+    return row == nullptr ? std::nullopt : std::optional{std::string{row->program.identifier}};
 }
 
 WindowOwner ownerOf(const WindowClaims& claims, const ProcessRegistry& processes) {

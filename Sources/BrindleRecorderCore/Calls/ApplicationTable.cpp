@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/Processes/ApplicationTable.hpp"
+#include "BrindleRecorderCore/Calls/ApplicationTable.hpp"
 
 #include <cstddef>
 #include <functional>
@@ -13,23 +13,23 @@ using enum IdentitySource;
 using enum Children;
 
 // Call programs.
-constexpr std::string_view zoom = "us.zoom.xos";
-constexpr std::string_view teams = "com.microsoft.teams2";
-constexpr std::string_view oldTeams = "com.microsoft.teams";
-constexpr std::string_view slack = "com.tinyspeck.slackmacgap";
-constexpr std::string_view webex = "Cisco-Systems.Spark";
-constexpr std::string_view whatsApp = "net.whatsapp.WhatsApp";
-constexpr std::string_view discord = "com.hnc.Discord";
-constexpr std::string_view skype = "com.skype.skype";
-constexpr std::string_view signalMessenger = "org.whispersystems.signal-desktop";
-constexpr std::string_view telegram = "org.telegram.desktop";
-constexpr std::string_view meetApp = "com.google.Chrome.app.kjgfgldnnfoeklkmfkjfagphfepbbdan";
+constexpr KnownProgram zoom{"us.zoom.xos"};
+constexpr KnownProgram teams{"com.microsoft.teams2"};
+constexpr KnownProgram oldTeams{"com.microsoft.teams"};
+constexpr KnownProgram slack{"com.tinyspeck.slackmacgap"};
+constexpr KnownProgram webex{"Cisco-Systems.Spark"};
+constexpr KnownProgram whatsApp{"net.whatsapp.WhatsApp"};
+constexpr KnownProgram discord{"com.hnc.Discord"};
+constexpr KnownProgram skype{"com.skype.skype"};
+constexpr KnownProgram signalMessenger{"org.whispersystems.signal-desktop"};
+constexpr KnownProgram telegram{"org.telegram.desktop"};
+constexpr KnownProgram meetApp{"com.google.Chrome.app.kjgfgldnnfoeklkmfkjfagphfepbbdan"};
 
 // Browsers. Chromium is Chrome without the name.
-constexpr std::string_view chrome = "com.google.Chrome";
-constexpr std::string_view edge = "com.microsoft.edgemac";
-constexpr std::string_view brave = "com.brave.Browser";
-constexpr std::string_view firefox = "org.mozilla.firefox";
+constexpr KnownProgram chrome{"com.google.Chrome"};
+constexpr KnownProgram edge{"com.microsoft.edgemac"};
+constexpr KnownProgram brave{"com.brave.Browser"};
+constexpr KnownProgram firefox{"org.mozilla.firefox"};
 
 // What holds the microphone without being a call, by the part that it plays.
 constexpr std::string_view desktopControls = "com.apple.controlcenter";
@@ -40,7 +40,59 @@ constexpr std::string_view assistant = "com.apple.assistantd";
 constexpr std::string_view dictation = "com.apple.dictation";
 constexpr std::string_view screenReader = "com.apple.VoiceOver";
 constexpr std::string_view recorder = "com.apple.replayd";
-constexpr std::string_view ourselves = "com.tamsworth.brindlerecorder";
+
+constexpr KnownProgram volumeControl{desktopControls, "PulseAudio Volume Control"};
+constexpr KnownProgram pwvucontrol{desktopControls, "Pwvucontrol"};
+constexpr KnownProgram ncpamixer{desktopControls, "ncpamixer"};
+constexpr KnownProgram pulsemixer{desktopControls, "pulsemixer"};
+constexpr KnownProgram gnomeSettings{desktopControls, "GNOME Settings"};
+constexpr KnownProgram kdeSettings{desktopControls, "KDE System Settings"};
+constexpr KnownProgram cinnamonSettings{desktopControls, "Cinnamon System Settings"};
+constexpr KnownProgram mateVolume{desktopControls, "MATE Volume Control"};
+constexpr KnownProgram plasma{desktopControls, "Plasma"};
+constexpr KnownProgram gnomeShell{desktopControls, "GNOME Shell"};
+constexpr KnownProgram kdeServices{desktopControls, "KDE's background services"};
+constexpr KnownProgram cinnamon{desktopControls, "Cinnamon"};
+constexpr KnownProgram xfcePanel{desktopControls, "Xfce Panel"};
+constexpr KnownProgram matePanel{desktopControls, "MATE Panel"};
+constexpr KnownProgram lxqtPanel{desktopControls, "LXQt Panel"};
+constexpr KnownProgram waybar{desktopControls, "Waybar"};
+
+constexpr KnownProgram pipeWire{soundService, "PipeWire"};
+constexpr KnownProgram wirePlumber{soundService, "WirePlumber"};
+constexpr KnownProgram pulseAudio{soundService, "PulseAudio"};
+constexpr KnownProgram jack{soundService, "JACK"};
+constexpr KnownProgram easyEffects{soundService, "Easy Effects"};
+constexpr KnownProgram noiseTorch{soundService, "NoiseTorch"};
+constexpr KnownProgram qpwgraph{soundService, "qpwgraph"};
+constexpr KnownProgram helvum{soundService, "Helvum"};
+constexpr KnownProgram cadmus{soundService, "Cadmus"};
+
+constexpr KnownProgram desktopPortal{cameraService, "Desktop portal"};
+
+constexpr KnownProgram speechDispatcher{speechService, "Speech Dispatcher"};
+
+constexpr KnownProgram rhasspy{assistant, "Rhasspy"};
+constexpr KnownProgram mycroft{assistant, "Mycroft"};
+constexpr KnownProgram wyoming{assistant, "Wyoming Satellite"};
+
+constexpr KnownProgram nerdDictation{dictation, "nerd-dictation"};
+constexpr KnownProgram numen{dictation, "Numen"};
+constexpr KnownProgram talon{dictation, "Talon"};
+constexpr KnownProgram speechNote{dictation, "Speech Note"};
+constexpr KnownProgram buzz{dictation, "Buzz"};
+
+constexpr KnownProgram orca{screenReader, "Orca"};
+
+constexpr KnownProgram obs{recorder, "OBS Studio"};
+constexpr KnownProgram simpleScreenRecorder{recorder, "SimpleScreenRecorder"};
+constexpr KnownProgram kooha{recorder, "Kooha"};
+constexpr KnownProgram gpuScreenRecorder{recorder, "GPU Screen Recorder"};
+constexpr KnownProgram vokoscreen{recorder, "vokoscreenNG"};
+constexpr KnownProgram audacity{recorder, "Audacity"};
+constexpr KnownProgram soundRecorder{recorder, "GNOME Sound Recorder"};
+constexpr KnownProgram ardour{recorder, "Ardour"};
+constexpr KnownProgram ourselves{"com.tamsworth.brindlerecorder", "Brindle Recorder"};
 
 // Evidence.
 constexpr std::string_view measured = "measured";
@@ -216,77 +268,77 @@ const std::vector<ApplicationRow>& ApplicationTable::rows() {
         {desktopEntry, "firefox_firefox", firefox, snapStore},
 
         // Volume controls and desktop shells
-        {executable, "pavucontrol", desktopControls, upstream},
-        {executable, "pavucontrol-qt", desktopControls, known},
-        {executable, "pwvucontrol", desktopControls, upstream},
-        {executable, "ncpamixer", desktopControls, known},
-        {executable, "pulsemixer", desktopControls, known},
-        {executable, "gnome-control-center", desktopControls, upstream},
-        {executable, "gnome-volume-control", desktopControls, known},
-        {executable, "systemsettings", desktopControls, streamDump},
-        {executable, "cinnamon-settings", desktopControls, known},
-        {executable, "mate-volume-control", desktopControls, known},
-        {flatpak, "com.saivert.pwvucontrol", desktopControls, known},
-        {desktopEntry, "org.PulseAudio.pavucontrol", desktopControls, upstream},
-        {desktopEntry, "org.gnome.VolumeControl", desktopControls, upstream},
-        {desktopEntry, "org.gnome.Settings", desktopControls, known},
-        {desktopEntry, "org.kde.plasma-pa", desktopControls, upstream},
-        {executable, "gnome-shell", desktopControls, upstream, areOthers},
-        {executable, "plasmashell", desktopControls, streamDump, areOthers},
-        {executable, "kded5", desktopControls, known, areOthers},
-        {executable, "kded6", desktopControls, known, areOthers},
-        {executable, "cinnamon", desktopControls, known, areOthers},
-        {executable, "xfce4-panel", desktopControls, known, areOthers},
-        {executable, "mate-panel", desktopControls, known, areOthers},
-        {executable, "lxqt-panel", desktopControls, known, areOthers},
-        {executable, "waybar", desktopControls, known, areOthers},
+        {executable, "pavucontrol", volumeControl, upstream},
+        {executable, "pavucontrol-qt", volumeControl, known},
+        {executable, "pwvucontrol", pwvucontrol, upstream},
+        {executable, "ncpamixer", ncpamixer, known},
+        {executable, "pulsemixer", pulsemixer, known},
+        {executable, "gnome-control-center", gnomeSettings, upstream},
+        {executable, "gnome-volume-control", gnomeSettings, known},
+        {executable, "systemsettings", kdeSettings, streamDump},
+        {executable, "cinnamon-settings", cinnamonSettings, known},
+        {executable, "mate-volume-control", mateVolume, known},
+        {flatpak, "com.saivert.pwvucontrol", pwvucontrol, known},
+        {desktopEntry, "org.PulseAudio.pavucontrol", volumeControl, upstream},
+        {desktopEntry, "org.gnome.VolumeControl", gnomeSettings, upstream},
+        {desktopEntry, "org.gnome.Settings", gnomeSettings, known},
+        {desktopEntry, "org.kde.plasma-pa", plasma, upstream},
+        {executable, "gnome-shell", gnomeShell, upstream, areOthers},
+        {executable, "plasmashell", plasma, streamDump, areOthers},
+        {executable, "kded5", kdeServices, known, areOthers},
+        {executable, "kded6", kdeServices, known, areOthers},
+        {executable, "cinnamon", cinnamon, known, areOthers},
+        {executable, "xfce4-panel", xfcePanel, known, areOthers},
+        {executable, "mate-panel", matePanel, known, areOthers},
+        {executable, "lxqt-panel", lxqtPanel, known, areOthers},
+        {executable, "waybar", waybar, known, areOthers},
 
         // Sound servers, effects and echo cancellers
-        {executable, "pipewire", soundService, measured, areOthers},
-        {executable, "pipewire-pulse", soundService, measured, areOthers},
-        {executable, "wireplumber", soundService, measured, areOthers},
-        {executable, "pipewire-media-session", soundService, upstream, areOthers},
-        {executable, "pulseaudio", soundService, upstream, areOthers},
-        {executable, "jackd", soundService, known, areOthers},
-        {executable, "jackdbus", soundService, known, areOthers},
-        {executable, "easyeffects", soundService, upstream},
-        {flatpak, "com.github.wwmm.easyeffects", soundService, upstream},
-        {executable, "noisetorch", soundService, upstream},
-        {executable, "qpwgraph", soundService, known},
-        {executable, "helvum", soundService, known},
-        {executable, "cadmus", soundService, known},
-        {executable, "xdg-desktop-portal", cameraService, upstream, areOthers},
+        {executable, "pipewire", pipeWire, measured, areOthers},
+        {executable, "pipewire-pulse", pipeWire, measured, areOthers},
+        {executable, "wireplumber", wirePlumber, measured, areOthers},
+        {executable, "pipewire-media-session", pipeWire, upstream, areOthers},
+        {executable, "pulseaudio", pulseAudio, upstream, areOthers},
+        {executable, "jackd", jack, known, areOthers},
+        {executable, "jackdbus", jack, known, areOthers},
+        {executable, "easyeffects", easyEffects, upstream},
+        {flatpak, "com.github.wwmm.easyeffects", easyEffects, upstream},
+        {executable, "noisetorch", noiseTorch, upstream},
+        {executable, "qpwgraph", qpwgraph, known},
+        {executable, "helvum", helvum, known},
+        {executable, "cadmus", cadmus, known},
+        {executable, "xdg-desktop-portal", desktopPortal, upstream, areOthers},
 
         // Speech, assistants, dictation, screen readers
-        {executable, "speech-dispatcher", speechService, upstream},
-        {executable, "orca", screenReader, known},
-        {executable, "rhasspy", assistant, known},
-        {executable, "mycroft", assistant, known},
-        {executable, "wyoming-satellite", assistant, known},
-        {executable, "nerd-dictation", dictation, upstream},
-        {executable, "numen", dictation, known},
-        {executable, "talon", dictation, known},
-        {flatpak, "net.mkiol.SpeechNote", dictation, known},
-        {executable, "dsnote", dictation, known},
-        {flatpak, "io.github.chidiwilliams.Buzz", dictation, flathub},
-        {executable, "buzz", dictation, known},
+        {executable, "speech-dispatcher", speechDispatcher, upstream},
+        {executable, "orca", orca, known},
+        {executable, "rhasspy", rhasspy, known},
+        {executable, "mycroft", mycroft, known},
+        {executable, "wyoming-satellite", wyoming, known},
+        {executable, "nerd-dictation", nerdDictation, upstream},
+        {executable, "numen", numen, known},
+        {executable, "talon", talon, known},
+        {flatpak, "net.mkiol.SpeechNote", speechNote, known},
+        {executable, "dsnote", speechNote, known},
+        {flatpak, "io.github.chidiwilliams.Buzz", buzz, flathub},
+        {executable, "buzz", buzz, known},
 
         // Recorders
-        {executable, "obs", recorder, upstream},
-        {flatpak, "com.obsproject.Studio", recorder, known},
-        {snap, "obs-studio", recorder, snapStore},
-        {executable, "simplescreenrecorder", recorder, known},
-        {executable, "kooha", recorder, known},
-        {flatpak, "io.github.seadve.Kooha", recorder, known},
-        {executable, "gpu-screen-recorder", recorder, known},
-        {flatpak, "com.dec05eba.gpu_screen_recorder", recorder, known},
-        {executable, "vokoscreenNG", recorder, known},
-        {executable, "audacity", recorder, known},
-        {flatpak, "org.audacityteam.Audacity", recorder, known},
-        {snap, "audacity", recorder, snapStore},
-        {executable, "gnome-sound-recorder", recorder, known},
-        {flatpak, "org.gnome.SoundRecorder", recorder, known},
-        {executable, "ardour", recorder, known},
+        {executable, "obs", obs, upstream},
+        {flatpak, "com.obsproject.Studio", obs, known},
+        {snap, "obs-studio", obs, snapStore},
+        {executable, "simplescreenrecorder", simpleScreenRecorder, known},
+        {executable, "kooha", kooha, known},
+        {flatpak, "io.github.seadve.Kooha", kooha, known},
+        {executable, "gpu-screen-recorder", gpuScreenRecorder, known},
+        {flatpak, "com.dec05eba.gpu_screen_recorder", gpuScreenRecorder, known},
+        {executable, "vokoscreenNG", vokoscreen, known},
+        {executable, "audacity", audacity, known},
+        {flatpak, "org.audacityteam.Audacity", audacity, known},
+        {snap, "audacity", audacity, snapStore},
+        {executable, "gnome-sound-recorder", soundRecorder, known},
+        {flatpak, "org.gnome.SoundRecorder", soundRecorder, known},
+        {executable, "ardour", ardour, known},
         {executable, "brindle-recorder", ourselves, upstream},
         {executable, "brindle-recorder-desktop", ourselves, upstream},
     };

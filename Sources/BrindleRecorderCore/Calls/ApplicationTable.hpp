@@ -1,5 +1,6 @@
 // The one table that says which Linux programs are the catalog's applications, in whatever way they
-// are packaged.
+// are packaged, and which of them are never in a call. Data only: what a process is known by is
+// found elsewhere.
 #pragma once
 
 #include <optional>
@@ -25,14 +26,21 @@ enum class Children {
     areOthers   ///< it starts other people's programs, as a desktop shell does
 };
 
+/// A program, however it is packaged and whatever it is recognised by.
+struct KnownProgram {
+    std::string_view identifier; ///< as the catalog spells it, or ignores it
+    std::string_view name{};     ///< for people; empty where the catalog has it
+};
+
 struct ApplicationRow {
     IdentitySource source;
     std::string_view name;
-    std::string_view identifier; ///< as the catalog spells it, or ignores it
-    std::string_view evidence;   ///< where the name is known from
+    KnownProgram program;
+    std::string_view evidence; ///< where the name is known from
     Children children = Children::belongToIt;
 };
 
+/// Built at its first use and never changed; any thread.
 class ApplicationTable {
   public:
     static const std::vector<ApplicationRow>& rows();
