@@ -1,6 +1,7 @@
 // The desktop that the application runs on: one of every service of the seam.
 #pragma once
 
+#include "BrindleRecorderApp/Platform/DesktopWords.hpp"
 #include "BrindleRecorderCore/Base/TimeZone.hpp"
 
 #include <functional>
@@ -24,7 +25,7 @@ class UserNotifications;
 class WindowList;
 class Workspace;
 
-/// References only; everything must outlive the application.
+/// Everything that it refers to must outlive the application.
 struct AppEnvironment {
     MainLoop& mainLoop;
     const DateProvider& dateProvider;
@@ -51,6 +52,8 @@ struct AppEnvironment {
     /// so that no call is ever lengthened, cut or split by one.
     std::function<void()> takeOverWallTime = [] {
     };
+    /// What this desktop calls its own things.
+    DesktopWords words{};
 };
 
 } // namespace brindle

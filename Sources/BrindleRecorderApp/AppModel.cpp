@@ -10,7 +10,7 @@ namespace brindle {
 
 AppModel::AppModel(const AppEnvironment& environment, RecordingsFolder folder)
     : settings{environment.defaults}, devices{environment.captureSystem, environment.audioObjects},
-      permissions{environment.captureSystem, environment.windowList},
+      permissions{environment.captureSystem, environment.windowList, environment.words},
       launchAtLogin{environment.loginItems}, notifier{environment.notifications},
       environment_{environment},
       log_{environment.diagnosticLog, environment.systemLog, environment.dateProvider},

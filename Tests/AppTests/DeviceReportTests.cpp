@@ -1,4 +1,4 @@
-#include "BrindleRecorderApp/Recording/DeviceReport.hpp"
+#include "BrindleRecorderApp/Words/DeviceReport.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

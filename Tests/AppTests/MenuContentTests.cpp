@@ -16,6 +16,7 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
@@ -57,6 +58,12 @@ void collect(const Menu& menu, std::vector<MenuItem>& all) {
             collect(submenu->items, all);
         }
     }
+}
+
+Strings allIn(const Menu& menu) {
+    std::vector<MenuItem> all;
+    collect(menu, all);
+    return inWords(all);
 }
 
 class MenuContentTest : public test::ShellFixture {
@@ -424,6 +431,30 @@ TEST_F(MenuContentTest, SettingsListEveryFamilyAndTheQuestion) {
     EXPECT_EQ(linesOf("Settings"), expected);
     EXPECT_THAT(expected, Contains("[x] zoom.us"));
     EXPECT_THAT(expected, Contains("[ ] Other apps using the microphone"));
+}
+
+TEST_F(MenuContentTest, AFamilyThatTheDesktopCannotHaveIsNotOfferedButItsSettingIsKept) {
+    defaults.setStringArray("disabledCallFamilies", {"facetime", "other"});
+    AppEnvironment desktop = environment;
+    desktop.words.absentFamilies = {"facetime"};
+    AppModel onIt{desktop, folder};
+    const MenuContent menuOnIt{onIt, desktop};
+    const auto words = allIn(menuOnIt.menu());
+    EXPECT_THAT(words, Not(Contains(HasSubstr("FaceTime"))));
+    EXPECT_THAT(words, Contains("[x] zoom.us"));
+    onIt.setAutoRecord("zoom", false);
+    EXPECT_THAT(
+        defaults.stringArray("disabledCallFamilies").value(),
+        ElementsAre("facetime", "other", "zoom"));
+}
+
+TEST_F(MenuContentTest, TheDesktopNamesItsOwnThings) {
+    loginItems.current = LoginItemStatus::requiresApproval;
+    AppEnvironment desktop = environment;
+    desktop.words.loginApproval = "Ask the gatekeeper";
+    AppModel onIt{desktop, folder};
+    const MenuContent menuOnIt{onIt, desktop};
+    EXPECT_THAT(allIn(menuOnIt.menu()), Contains("Ask the gatekeeper"));
 }
 
 TEST_F(MenuContentTest, AFamilySwitchesOffAndOn) {

@@ -39,6 +39,14 @@ TEST(ApplicationTable, FindsARowByItsExactName) {
     EXPECT_EQ(ApplicationTable::find(IdentitySource::desktopEntry, "obs"), nullptr);
 }
 
+TEST(ApplicationTable, TellsTheFamiliesThatHaveNoProgramHere) {
+    const auto absent = ApplicationTable::absentFamilies();
+    EXPECT_TRUE(absent.contains("facetime"));
+    EXPECT_FALSE(absent.contains("zoom"));
+    EXPECT_FALSE(absent.contains("chrome"));
+    EXPECT_FALSE(absent.contains(CallCatalog::otherApps().id));
+}
+
 TEST(ApplicationTable, KnowsWhichProgramsOnlyStartOthers) {
     EXPECT_EQ(
         ApplicationTable::find(IdentitySource::executable, "gnome-shell")->children,

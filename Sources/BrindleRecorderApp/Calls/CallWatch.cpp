@@ -2,6 +2,7 @@
 
 #include "BrindleRecorderApp/Settings.hpp"
 #include "BrindleRecorderApp/Shell/Notifier.hpp"
+#include "BrindleRecorderApp/Words/NoticeTexts.hpp"
 #include "BrindleRecorderApp/Words/StatusText.hpp"
 
 #include <algorithm>
@@ -148,8 +149,7 @@ void CallWatch::handle(const CallDetectorEvent& event) {
     } else if (const auto* ask = std::get_if<CallDetectorEvent::Ask>(&event.value)) {
         sources_[ask->label] = ask->source;
         pendingAskLabel_.set(ask->label);
-        notifier_.postAsk(
-            ask->label, StatusText::displayName(ask->source) + " is using the microphone.");
+        notifier_.postAsk(ask->label, NoticeTexts::askBody(StatusText::displayName(ask->source)));
     } else if (const auto* stop = std::get_if<CallDetectorEvent::Stop>(&event.value)) {
         log_.diagnostic("call ended: " + stop->label);
     }

@@ -1,6 +1,7 @@
 #include "BrindleRecorderApp/Calls/SoundServerNotice.hpp"
 
 #include "BrindleRecorderApp/Platform/UserNotifications.hpp"
+#include "BrindleRecorderApp/Words/NoticeTexts.hpp"
 
 namespace brindle {
 
@@ -19,8 +20,8 @@ void SoundServerNotice::tell() {
     isTold_ = true;
     notifications_.post(
         {.identifier = "sound-server",
-         .title = "Brindle Recorder",
-         .body = "Sound on this desktop does not go through PipeWire, so calls cannot be noticed.",
+         .title = NoticeTexts::soundServerTitle,
+         .body = NoticeTexts::soundServerBody,
          .categoryIdentifier = {},
          .label = {}});
     waiting_.reset();

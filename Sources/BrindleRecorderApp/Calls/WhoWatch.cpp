@@ -1,6 +1,6 @@
 #include "BrindleRecorderApp/Calls/WhoWatch.hpp"
 
-#include "BrindleRecorderApp/Calls/WhoReport.hpp"
+#include "BrindleRecorderApp/Words/WhoReport.hpp"
 
 #include <chrono>
 #include <utility>

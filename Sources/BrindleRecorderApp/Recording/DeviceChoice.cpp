@@ -3,6 +3,7 @@
 #include "BrindleRecorderApp/Recording/DeviceCatalog.hpp"
 #include "BrindleRecorderApp/Settings.hpp"
 #include "BrindleRecorderApp/Shell/Permissions.hpp"
+#include "BrindleRecorderApp/Words/StatusText.hpp"
 
 #include <algorithm>
 #include <iterator>
@@ -36,12 +37,12 @@ ChosenDevices DeviceChoice::choose(bool audioOnly) {
 
 std::string DeviceChoice::cameraName() const {
     const auto camera = resolveCamera(devices_.cameras().get()).device;
-    return camera ? camera->localizedName : "No camera";
+    return camera ? camera->localizedName : StatusText::noCamera;
 }
 
 std::string DeviceChoice::microphoneName() const {
     const auto microphone = resolveMicrophone().device;
-    return microphone ? microphone->localizedName : "No microphone";
+    return microphone ? microphone->localizedName : StatusText::noMicrophone;
 }
 
 void DeviceChoice::blockCameraNamed(const std::string& localizedName) {

@@ -2,6 +2,7 @@
 
 #include "BrindleRecorderApp/Async/Continuation.hpp"
 #include "BrindleRecorderApp/Diagnostics.hpp"
+#include "BrindleRecorderApp/Words/FailureTexts.hpp"
 #include "BrindleRecorderCore/Recordings/RemuxVerification.hpp"
 
 #include <fmt/format.h>
@@ -123,7 +124,7 @@ Task<Expected<void, RecorderError>> Remuxer::remuxToMP4(
             Level::error,
             fmt::format(
                 "remux failed: {} could not create a passthrough export session", sourceName));
-        co_return failed("Could not create a passthrough export session.");
+        co_return failed(FailureTexts::noExportSession);
     }
     const auto supported = session->supportedFileTypes();
     if (std::ranges::find(supported, MovieFileType::mpeg4) == supported.end()) {
@@ -131,7 +132,7 @@ Task<Expected<void, RecorderError>> Remuxer::remuxToMP4(
             Level::error, fmt::format(
                               "remux failed: {} passthrough export cannot write MP4; supported={}",
                               sourceName, listOf(supported)));
-        co_return failed("Passthrough export cannot write MP4 for this asset.");
+        co_return failed(FailureTexts::cannotWriteMP4);
     }
 
     // Where there is nothing to convert, what is at the destination may be all that is left.
@@ -165,7 +166,7 @@ RecorderError Remuxer::exportFailure(
     const std::string name = source.filename().string();
     if (session.status() == ExportSession::Status::cancelled) {
         log_.both(Level::info, fmt::format("remux cancelled: {} {}", name, fileState(source)));
-        return RecorderError::remuxFailed("Export was cancelled.");
+        return RecorderError::remuxFailed(FailureTexts::exportCancelled);
     }
     const int status = static_cast<int>(session.status());
     const auto error = session.error();
@@ -177,8 +178,7 @@ RecorderError Remuxer::exportFailure(
         log_.system(
             Level::error,
             fmt::format("remux failed: {} status={} with no error; {}", name, status, states));
-        return RecorderError::remuxFailed(
-            fmt::format("Unknown export failure (status {}).", status));
+        return RecorderError::remuxFailed(FailureTexts::unknownExportFailure(status));
     }
     const auto underlying = Diagnostics::underlyingOrNone(*error);
     const auto dependencies = error->userInfo.find("failedDependencies");
@@ -237,7 +237,7 @@ Expected<void, RecorderError> Remuxer::replaceSource(
             Level::error,
             fmt::format("remux failed: {} could not put the MP4 in place; {}", sourceName, reason));
         fileManager_.removeFileForGood(temporary);
-        return failed(fmt::format("The MP4 could not be put in place ({}).", reason));
+        return failed(FailureTexts::notPutInPlace(reason));
     }
     if (leftOut > 0) {
         // Somebody else may be able to read more of it.

@@ -7,7 +7,7 @@ namespace brindle {
 
 AppShell::AppShell(AppModel& model, const AppEnvironment& environment, StatusItem& statusItem)
     : model_{model}, statusItem_{statusItem}, label_{model, environment, statusItem},
-      menu_{model, environment}, firstRunWindow_{statusItem, model.permissions},
+      menu_{model, environment}, firstRunWindow_{statusItem, model.permissions, environment.words},
       missingTrayNotice_{model, environment, statusItem} {
     menu_.onChange = [this](const Menu& menu) {
         statusItem_.showMenu(menu);

@@ -2,27 +2,15 @@
 
 #include "BrindleRecorderApp/Platform/StatusItem.hpp"
 #include "BrindleRecorderApp/Settings.hpp"
+#include "BrindleRecorderApp/Words/SetupTexts.hpp"
+
+#include <utility>
 
 namespace brindle {
 
-namespace {
-
-constexpr const char* windowTitle = "Brindle Recorder Setup";
-constexpr const char* heading = "Brindle Recorder";
-constexpr const char* introduction =
-    "Brindle Recorder notices when a call app (Zoom, Teams, Meet, Slack, FaceTime and more) is "
-    "using your microphone and records your camera and microphone while the call lasts. It records "
-    "you only — never other participants, never your screen. You can also start and stop it from "
-    "the menu bar.";
-constexpr const char* windowTitlesNote =
-    "Optional: allow Screen & System Audio Recording to let it read window titles, so browser "
-    "calls are recognised faster.";
-constexpr const char* doneTitle = "Done";
-
-} // namespace
-
-FirstRunWindow::FirstRunWindow(StatusItem& statusItem, const PermissionsModel& permissions)
-    : statusItem_{statusItem}, permissions_{permissions} {
+FirstRunWindow::FirstRunWindow(
+    StatusItem& statusItem, const PermissionsModel& permissions, DesktopWords words)
+    : statusItem_{statusItem}, permissions_{permissions}, words_{std::move(words)} {
     const auto follow = [this](const auto&) {
         refresh();
     };
@@ -34,7 +22,7 @@ void FirstRunWindow::show() {
     if (window_) {
         refresh();
     } else {
-        window_ = statusItem_.makeSetupWindow(content(permissions_.setupItems()));
+        window_ = statusItem_.makeSetupWindow(content(permissions_.setupItems(), words_));
     }
     window_->bringToFront();
 }
@@ -49,20 +37,22 @@ void FirstRunWindow::showOnFirstLaunch(Settings& settings) {
 
 void FirstRunWindow::refresh() {
     if (window_) {
-        window_->setContent(content(permissions_.setupItems()));
+        window_->setContent(content(permissions_.setupItems(), words_));
     }
 }
 
-SetupWindowContent FirstRunWindow::content(const std::vector<SetupItem>& items) {
+SetupWindowContent
+FirstRunWindow::content(const std::vector<SetupItem>& items, const DesktopWords& words) {
     SetupWindowContent content{
-        .title = windowTitle,
+        .title = SetupTexts::windowTitle,
         .blocks = {
-            SetupWindowContent::Heading{heading}, SetupWindowContent::Paragraph{introduction},
-            SetupWindowContent::Note{windowTitlesNote}, SetupWindowContent::Divider{}}};
+            SetupWindowContent::Heading{SetupTexts::heading},
+            SetupWindowContent::Paragraph{SetupTexts::introduction(words)},
+            SetupWindowContent::Note{words.windowTitlesNote}, SetupWindowContent::Divider{}}};
     for (const SetupItem& item : items) {
         content.blocks.emplace_back(SetupWindowContent::Row{item.title, item.fixHint});
     }
-    content.blocks.emplace_back(SetupWindowContent::DefaultButton{doneTitle});
+    content.blocks.emplace_back(SetupWindowContent::DefaultButton{SetupTexts::done});
     return content;
 }
 

@@ -1,6 +1,7 @@
 // The window that explains the program and its setup when it is launched for the first time.
 #pragma once
 
+#include "BrindleRecorderApp/Platform/DesktopWords.hpp"
 #include "BrindleRecorderApp/Platform/Observation.hpp"
 #include "BrindleRecorderApp/Platform/SetupWindow.hpp"
 #include "BrindleRecorderApp/Shell/Permissions.hpp"
@@ -17,7 +18,8 @@ class StatusItem;
 class FirstRunWindow {
   public:
     /// Both must outlive the window.
-    FirstRunWindow(StatusItem& statusItem, const PermissionsModel& permissions);
+    FirstRunWindow(
+        StatusItem& statusItem, const PermissionsModel& permissions, DesktopWords words = {});
     FirstRunWindow(const FirstRunWindow&) = delete;
     FirstRunWindow& operator=(const FirstRunWindow&) = delete;
 
@@ -28,13 +30,15 @@ class FirstRunWindow {
     void showOnFirstLaunch(Settings& settings);
 
     /// What stands in the window.
-    static SetupWindowContent content(const std::vector<SetupItem>& items);
+    static SetupWindowContent
+    content(const std::vector<SetupItem>& items, const DesktopWords& words = {});
 
   private:
     void refresh();
 
     StatusItem& statusItem_;
     const PermissionsModel& permissions_;
+    const DesktopWords words_;
     std::unique_ptr<SetupWindow> window_;
     std::vector<std::unique_ptr<Observation>> observations_;
 };

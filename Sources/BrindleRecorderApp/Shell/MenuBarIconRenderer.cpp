@@ -1,5 +1,7 @@
 #include "BrindleRecorderApp/Shell/MenuBarIconRenderer.hpp"
 
+#include "BrindleRecorderApp/Words/StatusText.hpp"
+
 #include <cmath>
 #include <numbers>
 
@@ -70,9 +72,9 @@ IconImage MenuBarIconRenderer::image(
 
 std::string MenuBarIconRenderer::accessibilityDescription(const MenuBarIconState& state) {
     if (const auto* message = state.errorMessage()) {
-        return "Brindle Recorder: error, " + *message;
+        return StatusText::iconError(*message);
     }
-    return state.isRecording() ? "Brindle Recorder: recording" : "Brindle Recorder: idle";
+    return state.isRecording() ? StatusText::iconRecording : StatusText::iconIdle;
 }
 
 } // namespace brindle

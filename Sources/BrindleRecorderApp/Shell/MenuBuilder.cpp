@@ -1,7 +1,10 @@
 #include "BrindleRecorderApp/Shell/MenuBuilder.hpp"
 
 #include "BrindleRecorderApp/AppModel.hpp"
+#include "BrindleRecorderApp/Platform/DesktopWords.hpp"
 #include "BrindleRecorderApp/Shell/AppIconState.hpp"
+#include "BrindleRecorderApp/Words/MenuTexts.hpp"
+#include "BrindleRecorderApp/Words/NoticeTexts.hpp"
 #include "BrindleRecorderCore/Calls/CallCatalog.hpp"
 
 #include <utility>
@@ -21,17 +24,9 @@ MenuItem submenu(std::string id, std::string title, std::vector<MenuItem> items)
     return {std::move(id), MenuItem::Submenu{std::move(title), std::move(items)}};
 }
 
-std::string deviceLabel(const std::string& name, bool checked) {
-    return checked ? "✓ " + name : name;
-}
-
-std::string systemDefaultLabel(const std::optional<std::string>& name, bool checked) {
-    return deviceLabel("System default (" + name.value_or("none") + ")", checked);
-}
-
 class MenuBuilder {
   public:
-    explicit MenuBuilder(AppModel& model) : model_{model} {}
+    MenuBuilder(AppModel& model, const DesktopWords& words) : model_{model}, words_{words} {}
 
     CommandedMenu build(Command openCompanion);
 
@@ -63,6 +58,7 @@ class MenuBuilder {
     MenuItem toggle(std::string id, std::string title, bool isOn, Command command);
 
     AppModel& model_;
+    const DesktopWords& words_;
     CommandedMenu result_;
 };
 
@@ -70,7 +66,7 @@ CommandedMenu MenuBuilder::build(Command openCompanion) {
     if (openCompanion) {
         addSection(
             "companion",
-            {button("companion.open", "Open Brindle Content System", std::move(openCompanion))});
+            {button("companion.open", MenuTexts::openCompanion, std::move(openCompanion))});
     }
     addSection("status", status());
     addSection("devices", devicePickers());
@@ -96,7 +92,7 @@ Items MenuBuilder::status() {
         "status", MenuBarIconStateMapper::statusLine(
                       menuBarIconState(model_, model_.permissions), model_.statusLine.get()))};
     if (const auto& warning = model_.captureWarning.get()) {
-        items.push_back(text("status.warning", "Warning: " + *warning));
+        items.push_back(text("status.warning", MenuTexts::warning(*warning)));
     }
     if (const auto& label = model_.pendingAskLabel.get()) {
         const auto answer = [this](bool record) {
@@ -105,8 +101,8 @@ Items MenuBuilder::status() {
             };
         };
         // Named after the call, so that a click meant for one prompt never answers another.
-        items.push_back(button("ask.record." + *label, "Record", answer(true)));
-        items.push_back(button("ask.skip." + *label, "Skip", answer(false)));
+        items.push_back(button("ask.record." + *label, NoticeTexts::record, answer(true)));
+        items.push_back(button("ask.skip." + *label, NoticeTexts::skip, answer(false)));
     }
     return items;
 }
@@ -115,15 +111,15 @@ Items MenuBuilder::devicePickers() {
     return {
         devicePicker(
             {.id = "camera",
-             .title = "Camera",
-             .noneFound = "No cameras found",
+             .title = MenuTexts::camera,
+             .noneFound = MenuTexts::noCameras,
              .devices = model_.devices.cameras().get(),
              .systemDefault = model_.devices.systemDefaultCamera().get(),
              .preferred = model_.settings.preferredVideoDeviceID}),
         devicePicker(
             {.id = "microphone",
-             .title = "Microphone",
-             .noneFound = "No microphones found",
+             .title = MenuTexts::microphone,
+             .noneFound = MenuTexts::noMicrophones,
              .devices = model_.devices.microphones().get(),
              .systemDefault = model_.devices.systemDefaultMicrophone().get(),
              .preferred = model_.settings.preferredAudioDeviceID})};
@@ -143,13 +139,14 @@ MenuItem MenuBuilder::devicePicker(const DevicePicker& picker) {
     const auto& systemDefault = picker.systemDefault;
     Items items{button(
         picker.id + ".default",
-        systemDefaultLabel(
+        MenuTexts::systemDefault(
             systemDefault ? std::optional{systemDefault->localizedName} : std::nullopt, !chosen),
         choose(std::nullopt))};
     for (const CaptureDeviceInfo& device : picker.devices) {
         items.push_back(button(
             picker.id + ".device." + device.uniqueID,
-            deviceLabel(device.localizedName, chosen == device.uniqueID), choose(device.uniqueID)));
+            MenuTexts::device(device.localizedName, chosen == device.uniqueID),
+            choose(device.uniqueID)));
     }
     return submenu(picker.id, picker.title, std::move(items));
 }
@@ -157,23 +154,27 @@ MenuItem MenuBuilder::devicePicker(const DevicePicker& picker) {
 Items MenuBuilder::recordingCommands() {
     Items items;
     if (model_.sessionState.get().isRecording()) {
-        items.push_back(button("recording.stop", "Stop recording", [&model = model_] {
+        items.push_back(button("recording.stop", MenuTexts::stopRecording, [&model = model_] {
             model.stopRecordingFromMenu();
         }));
-        items.push_back(button("recording.discard", "Stop and Discard", [&model = model_] {
+        items.push_back(button("recording.discard", MenuTexts::stopAndDiscard, [&model = model_] {
             model.stopAndDiscard();
         }));
     } else {
-        items.push_back(button(
-            "recording.start", "Record now", [&model = model_] { model.recordNowFromMenu(); }));
+        items.push_back(button("recording.start", MenuTexts::recordNow, [&model = model_] {
+            model.recordNowFromMenu();
+        }));
     }
     items.push_back(settings());
     return items;
 }
 
 MenuItem MenuBuilder::settings() {
-    Items items{text("settings.heading", "Auto-record calls in:")};
+    Items items{text("settings.heading", MenuTexts::autoRecordHeading)};
     for (const CallAppFamily& family : CallCatalog::allFamilies()) {
+        if (words_.absentFamilies.contains(family.id)) {
+            continue;
+        }
         const auto isOn = [&model = model_, id = family.id] {
             return !model.settings.disabledCallFamilies.get().contains(id);
         };
@@ -182,30 +183,29 @@ MenuItem MenuBuilder::settings() {
             [&model = model_, id = family.id, isOn] { model.setAutoRecord(id, !isOn()); }));
     }
     auto& ask = model_.settings.askBeforeRecording;
-    items.push_back(
-        toggle("settings.ask", "Ask before recording", ask.get(), [&ask] { ask.set(!ask.get()); }));
-    return submenu("settings", "Settings", std::move(items));
+    items.push_back(toggle(
+        "settings.ask", MenuTexts::askBeforeRecording, ask.get(), [&ask] { ask.set(!ask.get()); }));
+    return submenu("settings", MenuTexts::settings, std::move(items));
 }
 
 Items MenuBuilder::folder() {
     return {
         button(
-            "folder.open", "Open Recordings Folder",
+            "folder.open", MenuTexts::openFolder,
             [&model = model_] { model.openRecordingsFolder(); }),
-        text("folder.size", "Recordings folder: " + model_.folderSizeText.get())};
+        text("folder.size", MenuTexts::folderSize(model_.folderSizeText.get()))};
 }
 
 Items MenuBuilder::launchAtLogin() {
     auto& login = model_.launchAtLogin;
-    Items items{toggle("login", "Launch at Login", login.isEnabled().get(), [&login] {
+    Items items{toggle("login", MenuTexts::launchAtLogin, login.isEnabled().get(), [&login] {
         login.set(!login.isEnabled().get());
     })};
     if (const auto& error = login.lastError().get()) {
-        items.push_back(text("login.error", "Launch at login failed: " + *error));
+        items.push_back(text("login.error", MenuTexts::loginFailed(*error)));
     }
     if (login.requiresApproval().get()) {
-        items.push_back(
-            text("login.approval", "Approve in System Settings > General > Login Items"));
+        items.push_back(text("login.approval", words_.loginApproval));
     }
     return items;
 }
@@ -218,13 +218,12 @@ MenuItem MenuBuilder::setup() const {
             items.push_back(text("setup." + item.id + ".hint", *item.fixHint));
         }
     }
-    return submenu("setup", "Permissions and Setup", std::move(items));
+    return submenu("setup", MenuTexts::setup, std::move(items));
 }
 
 MenuItem MenuBuilder::quit() {
     return button(
-        "quit", "Quit Brindle Recorder", [&model = model_] { model.requestQuit(); },
-        MenuShortcut{'q'});
+        "quit", MenuTexts::quit, [&model = model_] { model.requestQuit(); }, MenuShortcut{'q'});
 }
 
 MenuItem MenuBuilder::button(
@@ -240,8 +239,8 @@ MenuItem MenuBuilder::toggle(std::string id, std::string title, bool isOn, Comma
 
 } // namespace
 
-CommandedMenu buildMenu(AppModel& model, Command openCompanion) {
-    return MenuBuilder{model}.build(std::move(openCompanion));
+CommandedMenu buildMenu(AppModel& model, const DesktopWords& words, Command openCompanion) {
+    return MenuBuilder{model, words}.build(std::move(openCompanion));
 }
 
 } // namespace brindle

@@ -10,6 +10,7 @@
 namespace brindle {
 
 class AppModel;
+struct DesktopWords;
 
 /// A menu as it is at one moment.
 struct CommandedMenu {
@@ -23,6 +24,7 @@ struct CommandedMenu {
 
 /// `openCompanion` opens the companion application; empty where there is none, which then has no
 /// line. The commands refer to the model, which must outlive them. Main thread only.
-CommandedMenu buildMenu(AppModel& model, CommandedMenu::Command openCompanion);
+CommandedMenu
+buildMenu(AppModel& model, const DesktopWords& words, CommandedMenu::Command openCompanion);
 
 } // namespace brindle

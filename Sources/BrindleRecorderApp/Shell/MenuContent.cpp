@@ -68,7 +68,7 @@ CommandedMenu MenuContent::build() const {
             CompanionApplication::open(workspace, processRegistry);
         };
     }
-    return buildMenu(model_, std::move(openCompanion));
+    return buildMenu(model_, environment_.words, std::move(openCompanion));
 }
 
 void MenuContent::rebuild() {

@@ -3,6 +3,7 @@
 #include "BrindleRecorderApp/AppModel.hpp"
 #include "BrindleRecorderApp/Platform/DefaultsStore.hpp"
 #include "BrindleRecorderApp/Platform/StatusItem.hpp"
+#include "BrindleRecorderApp/Words/NoticeTexts.hpp"
 
 #include <chrono>
 
@@ -28,10 +29,7 @@ void MissingTrayNotice::look() {
         return;
     }
     model_.notifier.post(
-        "Brindle Recorder is running",
-        "This desktop shows no icon for it. In a terminal, brindle-recorder --menu shows what it "
-        "is "
-        "doing, and brindle-recorder --pick \"Record now\" picks a line of that menu.",
+        NoticeTexts::missingTrayTitle, NoticeTexts::missingTrayBody,
         [&state = environment_.state] { state.setBoolean(hasBeenTold, true); });
 }
 

@@ -1,6 +1,7 @@
 #include "BrindleRecorderApp/Shell/Notifier.hpp"
 
 #include "BrindleRecorderApp/Async/Continuation.hpp"
+#include "BrindleRecorderApp/Words/NoticeTexts.hpp"
 #include "BrindleRecorderApp/Words/RecordingTexts.hpp"
 
 #include <utility>
@@ -32,8 +33,8 @@ Task<void> Notifier::requestAuthorization() {
     categories.push_back(
         {.identifier = askCategory,
          .actions = {
-             {.identifier = recordAction, .title = "Record"},
-             {.identifier = skipAction, .title = "Skip"}}});
+             {.identifier = recordAction, .title = NoticeTexts::record},
+             {.identifier = skipAction, .title = NoticeTexts::skip}}});
     notifications_.setCategories(std::move(categories));
 
     // The notifier may be gone when the answer comes: nothing of it is used after this.
@@ -48,7 +49,7 @@ void Notifier::postAsk(const std::string& label, const std::string& body) {
     }
     notifications_.post(
         {.identifier = askIdentifier(label),
-         .title = "Record this call?",
+         .title = NoticeTexts::askTitle,
          .body = body,
          .categoryIdentifier = askCategory,
          .label = label});

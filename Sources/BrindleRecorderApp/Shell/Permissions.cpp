@@ -2,18 +2,17 @@
 
 #include "BrindleRecorderApp/Platform/CaptureSystem.hpp"
 #include "BrindleRecorderApp/Platform/WindowList.hpp"
+#include "BrindleRecorderApp/Words/SetupTexts.hpp"
 
 #include <algorithm>
+#include <utility>
 
 namespace brindle {
 
 namespace {
 
-SetupItem item(const char* id, const char* title, const char* hint, bool satisfied) {
-    return {
-        .id = id,
-        .title = title,
-        .fixHint = satisfied ? std::nullopt : std::optional<std::string>{hint}};
+SetupItem item(const char* id, const char* title, const std::string& hint, bool satisfied) {
+    return {.id = id, .title = title, .fixHint = satisfied ? std::nullopt : std::optional{hint}};
 }
 
 bool isAuthorized(const CaptureSystem& captureSystem, MediaType mediaType) {
@@ -22,20 +21,14 @@ bool isAuthorized(const CaptureSystem& captureSystem, MediaType mediaType) {
 
 } // namespace
 
-std::vector<SetupItem> SetupChecklist::items(const SetupState& state) {
+std::vector<SetupItem> SetupChecklist::items(const SetupState& state, const DesktopWords& words) {
     return {
+        item("camera", SetupTexts::cameraAccess, words.cameraHint, state.cameraAuthorized),
         item(
-            "camera", "Camera access",
-            "System Settings > Privacy & Security > Camera > enable Brindle Recorder.",
-            state.cameraAuthorized),
-        item(
-            "microphone", "Microphone access",
-            "System Settings > Privacy & Security > Microphone > enable Brindle Recorder.",
+            "microphone", SetupTexts::microphoneAccess, words.microphoneHint,
             state.microphoneAuthorized),
         item(
-            "windowTitles", "Window titles (optional: spot browser calls faster)",
-            "Optional: System Settings > Privacy & Security > Screen & System Audio Recording > "
-            "enable Brindle Recorder.",
+            "windowTitles", SetupTexts::windowTitles, words.windowTitlesHint,
             state.windowTitlesAllowed)};
 }
 
@@ -46,8 +39,9 @@ bool SetupChecklist::hasProblem(const SetupState& state) {
     });
 }
 
-PermissionsModel::PermissionsModel(CaptureSystem& captureSystem, const WindowList& windowList)
-    : captureSystem_{captureSystem}, windowList_{windowList} {
+PermissionsModel::PermissionsModel(
+    CaptureSystem& captureSystem, const WindowList& windowList, DesktopWords words)
+    : captureSystem_{captureSystem}, windowList_{windowList}, words_{std::move(words)} {
     refresh();
 }
 
@@ -81,7 +75,7 @@ SetupState PermissionsModel::setupState() const {
 }
 
 std::vector<SetupItem> PermissionsModel::setupItems() const {
-    return SetupChecklist::items(setupState());
+    return SetupChecklist::items(setupState(), words_);
 }
 
 bool PermissionsModel::hasProblem() const {

@@ -4,6 +4,7 @@
 #include "BrindleRecorderApp/Async/Continuation.hpp"
 #include "BrindleRecorderApp/Async/Published.hpp"
 #include "BrindleRecorderApp/Async/Task.hpp"
+#include "BrindleRecorderApp/Platform/DesktopWords.hpp"
 
 #include <memory>
 #include <optional>
@@ -34,7 +35,7 @@ struct SetupItem {
 /// Pure functions; any thread.
 struct SetupChecklist {
     /// Always three items: camera, microphone, window titles.
-    static std::vector<SetupItem> items(const SetupState& state);
+    static std::vector<SetupItem> items(const SetupState& state, const DesktopWords& words = {});
 
     /// Whether recording cannot work fully: camera or microphone has something to mend. Window
     /// titles are a convenience and never a problem.
@@ -48,7 +49,8 @@ class PermissionsModel {
 
   public:
     /// Reads both authorisations at once. Both services must outlive the model.
-    PermissionsModel(CaptureSystem& captureSystem, const WindowList& windowList);
+    PermissionsModel(
+        CaptureSystem& captureSystem, const WindowList& windowList, DesktopWords words = {});
     PermissionsModel(const PermissionsModel&) = delete;
     PermissionsModel& operator=(const PermissionsModel&) = delete;
 
@@ -72,6 +74,7 @@ class PermissionsModel {
   private:
     CaptureSystem& captureSystem_;
     const WindowList& windowList_;
+    const DesktopWords words_;
     /// Tells a request that waits for the user whether the model is still there.
     std::shared_ptr<const Done> lifetime_ = std::make_shared<Done>();
 };

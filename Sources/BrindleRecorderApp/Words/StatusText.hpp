@@ -1,4 +1,4 @@
-// The words of the status line and of the record prompt.
+// The words of the status line and of the icon.
 #pragma once
 
 #include "BrindleRecorderCore/Base/Date.hpp"
@@ -19,6 +19,16 @@ struct StatusText {
         std::optional<std::string> callName;
         bool waitingForAnswer = false; ///< a record prompt is showing
     };
+
+    static constexpr const char* noCamera = "No camera";
+    static constexpr const char* noMicrophone = "No microphone";
+
+    // What the icon says to whom cannot see it.
+    static constexpr const char* iconIdle = "Brindle Recorder: idle";
+    static constexpr const char* iconRecording = "Brindle Recorder: recording";
+    static std::string iconError(const std::string& message) {
+        return "Brindle Recorder: error, " + message;
+    }
 
     /// One line that says what the program is doing.
     static std::string statusLine(const SessionState& state, const Facts& facts);

@@ -1,5 +1,7 @@
 #include "BrindleRecorderCore/Calls/ApplicationTable.hpp"
 
+#include "BrindleRecorderCore/Calls/CallCatalog.hpp"
+
 #include <cstddef>
 #include <functional>
 #include <unordered_map>
@@ -363,6 +365,20 @@ const ApplicationRow* ApplicationTable::find(IdentitySource source, std::string_
     }();
     const auto found = index.find({source, name});
     return found == index.end() ? nullptr : found->second;
+}
+
+std::set<std::string> ApplicationTable::absentFamilies() {
+    std::set<std::string> absent;
+    for (const CallAppFamily& family : CallCatalog::allFamilies()) {
+        absent.insert(family.id);
+    }
+    absent.erase(CallCatalog::otherApps().id);
+    for (const ApplicationRow& row : rows()) {
+        if (const CallAppFamily* family = CallCatalog::family(row.program.identifier)) {
+            absent.erase(family->id);
+        }
+    }
+    return absent;
 }
 
 } // namespace brindle

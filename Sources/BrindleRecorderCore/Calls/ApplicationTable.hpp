@@ -3,7 +3,8 @@
 // found elsewhere.
 #pragma once
 
-#include <optional>
+#include <set>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -46,6 +47,9 @@ class ApplicationTable {
     static const std::vector<ApplicationRow>& rows();
     /// Names are compared exactly. Null for an unknown name.
     static const ApplicationRow* find(IdentitySource source, std::string_view name);
+    /// The ids of the families that no row leads to: their programs do not exist on Linux. The
+    /// other programs, which stand in no row, are always there.
+    static std::set<std::string> absentFamilies();
 };
 
 } // namespace brindle

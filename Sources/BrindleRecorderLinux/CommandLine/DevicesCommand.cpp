@@ -1,8 +1,8 @@
 #include "BrindleRecorderLinux/CommandLine/DevicesCommand.hpp"
 
 #include "BrindleRecorderApp/Recording/DeviceCatalog.hpp"
-#include "BrindleRecorderApp/Recording/DeviceReport.hpp"
 #include "BrindleRecorderApp/Settings.hpp"
+#include "BrindleRecorderApp/Words/DeviceReport.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
 #include "BrindleRecorderLinux/Files/JsonDefaultsStore.hpp"
 #include "BrindleRecorderLinux/PipeWire/AudioServerStateText.hpp"

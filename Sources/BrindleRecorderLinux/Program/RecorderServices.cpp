@@ -19,6 +19,7 @@
 #include "BrindleRecorderLinux/Portal/CameraPortal.hpp"
 #include "BrindleRecorderLinux/Portal/Sandbox.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
+#include "BrindleRecorderLinux/Program/LinuxWords.hpp"
 #include "BrindleRecorderLinux/Program/SiblingProgram.hpp"
 #include "BrindleRecorderLinux/SystemLog/SyslogSystemLog.hpp"
 #include "BrindleRecorderLinux/Time/BootClock.hpp"
@@ -127,6 +128,7 @@ AppEnvironment RecorderServices::environment(
         .workspace = workspace,
         .systemEvents = &own.systemEvents,
         .takeOverWallTime = [&clock = own.clock] { clock.takeOverWallTime(); },
+        .words = linuxWords(),
     };
 }
 

@@ -1,4 +1,4 @@
-#include "BrindleRecorderApp/Calls/WhoReport.hpp"
+#include "BrindleRecorderApp/Words/WhoReport.hpp"
 
 #include "BrindleRecorderCore/Calls/CallCatalog.hpp"
 #include "BrindleRecorderCore/Calls/CallDetector.hpp"

@@ -1,4 +1,4 @@
-#include "BrindleRecorderApp/Recording/DeviceReport.hpp"
+#include "BrindleRecorderApp/Words/DeviceReport.hpp"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>

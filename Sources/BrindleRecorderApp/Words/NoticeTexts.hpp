@@ -1,0 +1,29 @@
+// The words of the notifications that are about no recording, and of the question whether to make
+// one.
+#pragma once
+
+#include <string>
+
+namespace brindle {
+
+/// Pure functions and constants; any thread.
+struct NoticeTexts {
+    static constexpr const char* askTitle = "Record this call?";
+    static constexpr const char* record = "Record";
+    static constexpr const char* skip = "Skip";
+    /// `source` as people call it.
+    static std::string askBody(const std::string& source) {
+        return source + " is using the microphone.";
+    }
+
+    static constexpr const char* missingTrayTitle = "Brindle Recorder is running";
+    static constexpr const char* missingTrayBody =
+        "This desktop shows no icon for it. In a terminal, brindle-recorder --menu shows what it "
+        "is doing, and brindle-recorder --pick \"Record now\" picks a line of that menu.";
+
+    static constexpr const char* soundServerTitle = "Brindle Recorder";
+    static constexpr const char* soundServerBody =
+        "Sound on this desktop does not go through PipeWire, so calls cannot be noticed.";
+};
+
+} // namespace brindle
