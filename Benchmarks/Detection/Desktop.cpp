@@ -25,11 +25,11 @@ Date now() {
 
 Desktop::Desktop()
     : audioObjects_{
-          loop_, loop_.loop(), processes_, pipewire::AudioServer::Options::ofThisSession(),
+          loop_, pipeWire_.get(), processes_, pipewire::AudioServer::Options::ofThisSession(),
           [](pipewire::AudioServerState) {
           }},
       windows_{
-          processes_, loop_.loop(),
+          processes_, loop_,
           [this] {
               return audioObjects_.graph();
           }},

@@ -4,8 +4,9 @@
 
 #include "BrindleRecorderApp/Calls/MicActivityMonitor.hpp"
 #include "BrindleRecorderCore/Calls/CallDetector.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/PipeWire/PipeWireOnLoop.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
 #include "BrindleRecorderLinux/Windows/DesktopWindowList.hpp"
 
@@ -30,11 +31,12 @@ class Desktop {
     void await(const std::string& what, const std::function<bool()>& condition);
 
     MicActivityMonitor& monitor() { return monitor_; }
-    PipeWireMainLoop& loop() { return loop_; }
+    EventLoop& loop() { return loop_; }
 
   private:
-    PipeWireMainLoop loop_;
-    ProcProcessRegistry processes_{loop_.loop()};
+    EventLoop loop_;
+    ProcProcessRegistry processes_{loop_};
+    pipewire::PipeWireOnLoop pipeWire_{loop_};
     PipeWireAudioObjects audioObjects_;
     DesktopWindowList windows_;
     MicActivityMonitor monitor_;

@@ -14,6 +14,8 @@ namespace {
 
 using namespace pipewire;
 
+using MainLoopHandle = std::unique_ptr<pw_main_loop, Releaser<pw_main_loop_destroy>>;
+
 bool hasRunningRecording(const AudioGraph& graph) {
     return std::any_of(graph.nodes.begin(), graph.nodes.end(), [](const NodeRecord& node) {
         return node.state == NodeState::running &&

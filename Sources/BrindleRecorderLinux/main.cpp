@@ -11,8 +11,8 @@
 #include "BrindleRecorderLinux/CommandLine/TerminalNotifications.hpp"
 #include "BrindleRecorderLinux/CommandLine/WhoCommand.hpp"
 #include "BrindleRecorderLinux/Files/FolderLock.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/Media/MediaEngineModule.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "BrindleRecorderLinux/Program/QuitRequests.hpp"
 #include "BrindleRecorderLinux/Program/RecorderServices.hpp"
 #include "BrindleRecorderLinux/Program/SiblingProgram.hpp"
@@ -36,7 +36,7 @@ constexpr int exitBadUsage = 2;
 
 int runHeadless() {
     // Before any thread starts, so that no thread takes the signals for itself.
-    PipeWireMainLoop mainLoop;
+    EventLoop mainLoop;
     QuitRequests quitting{mainLoop, [&mainLoop] {
                               mainLoop.quit();
                           }};
@@ -83,8 +83,8 @@ int runDesktop() {
 }
 
 /// Runs a command that ends by itself, or when it is interrupted.
-int runCommand(const std::function<bool(PipeWireMainLoop&, FileManager&)>& command) {
-    PipeWireMainLoop mainLoop;
+int runCommand(const std::function<bool(EventLoop&, FileManager&)>& command) {
+    EventLoop mainLoop;
     for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP}) {
         if (!mainLoop.onSignal(signalNumber, [&mainLoop] { mainLoop.quit(); })) {
             printLine(stderr, "brindle-recorder: the system refuses to deliver signals");
@@ -116,16 +116,16 @@ int run(const std::vector<std::string_view>& arguments) {
     case Options::Command::runHeadless:
         return runHeadless();
     case Options::Command::showWho:
-        return runCommand([&](PipeWireMainLoop& mainLoop, FileManager& files) {
+        return runCommand([&](EventLoop& mainLoop, FileManager& files) {
             return WhoCommand{mainLoop, files, options->once}.run();
         });
     case Options::Command::showDevices:
-        return runCommand([](PipeWireMainLoop& mainLoop, FileManager& files) {
+        return runCommand([](EventLoop& mainLoop, FileManager& files) {
             media::MediaEngineModule mediaEngine{SiblingProgram::path(SiblingProgram::mediaEngine)};
             return DevicesCommand{mainLoop, files, mediaEngine}.run();
         });
     case Options::Command::convertMovie:
-        return runCommand([&](PipeWireMainLoop& mainLoop, FileManager& files) {
+        return runCommand([&](EventLoop& mainLoop, FileManager& files) {
             media::MediaEngineModule mediaEngine{SiblingProgram::path(SiblingProgram::mediaEngine)};
             return ConvertCommand{mainLoop, files, mediaEngine, options->movie}.run();
         });

@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/Qt/LoopInQt.hpp"
 
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "DesktopTests/Bus.hpp"
 
 #include <QTimer>
@@ -20,7 +20,7 @@ using std::chrono::milliseconds;
 
 class LoopInQtTest : public testing::Test {
   protected:
-    PipeWireMainLoop mainLoop_;
+    EventLoop mainLoop_;
     LoopInQt loopInQt_{mainLoop_};
 };
 

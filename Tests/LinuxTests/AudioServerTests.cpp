@@ -1,9 +1,10 @@
 // Servers that come late, go and come again, each test with servers of its own.
 #include "BrindleRecorderLinux/PipeWire/AudioServer.hpp"
 
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/PipeWire/DeviceDiscovery.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/PipeWire/PipeWireOnLoop.hpp"
 #include "BrindleRecorderLinux/PipeWire/PulseAudioTraces.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
 #include "LinuxTests/ChildProcess.hpp"
@@ -64,7 +65,7 @@ class AudioServerTest : public testing::Test {
     }
     void watch() {
         server_ = std::make_unique<AudioServer>(
-            loop_, loop_.loop(), options(),
+            loop_, pipeWire_.get(), options(),
             AudioServer::Callbacks{
                 .changed = [this] { ++changes_; },
                 .stateChanged =
@@ -77,7 +78,8 @@ class AudioServerTest : public testing::Test {
     }
 
     FakeProc proc_;
-    PipeWireMainLoop loop_;
+    EventLoop loop_;
+    pipewire::PipeWireOnLoop pipeWire_{loop_};
     std::vector<AudioServerState> states_;
     int changes_ = 0;
     std::unique_ptr<AudioServer> server_;
@@ -139,7 +141,7 @@ TEST_F(AudioServerTest, TriesAgainLaterAndLaterButNeverLaterThanTwoSeconds) {
     int attempts = 0;
     const AudioServer server{
         time,
-        loop_.loop(),
+        pipeWire_.get(),
         options(),
         {.changed = [&] { ++attempts; },
          .stateChanged =
@@ -244,12 +246,13 @@ TEST_F(RestartedSessionTest, ASessionIsNotStartedInAFolderThatIsInUse) {
 }
 
 TEST_F(RestartedSessionTest, NobodyRecordsWhileTheServerIsGone) {
-    PipeWireMainLoop loop;
+    EventLoop loop;
+    const pipewire::PipeWireOnLoop pipeWire{loop};
     const ProcProcessRegistry registry;
     std::vector<AudioServerState> states;
     PipeWireAudioObjects objects{
         loop,
-        loop.loop(),
+        pipeWire.get(),
         registry,
         {.remote = runtimeFolder() / "pipewire-0", .runtimeFolder = runtimeFolder()},
         [&](AudioServerState state) {

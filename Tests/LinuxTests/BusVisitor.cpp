@@ -14,7 +14,7 @@ std::string ownNameOf(sd_bus* bus) {
     return name;
 }
 
-BusVisitor::BusVisitor(PipeWireMainLoop& loop) : loop_{loop} {
+BusVisitor::BusVisitor(EventLoop& loop) : loop_{loop} {
     sd_bus* bus = nullptr;
     requireOfBus(sd_bus_open_user(&bus), "no bus");
     bus_.reset(bus);

@@ -1,7 +1,7 @@
 // Somebody on the session bus who asks a program of ours and listens to it, as a panel does.
 #pragma once
 
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/SdBus/Bus.hpp"
 #include "LinuxTests/ScriptedBusObject.hpp"
 
@@ -19,7 +19,7 @@ class BusVisitor {
   public:
     /// What it asks is answered while the loop runs, which must outlive this. Throws
     /// std::runtime_error when there is no bus.
-    explicit BusVisitor(PipeWireMainLoop& loop);
+    explicit BusVisitor(EventLoop& loop);
     ~BusVisitor();
     BusVisitor(const BusVisitor&) = delete;
     BusVisitor& operator=(const BusVisitor&) = delete;
@@ -56,7 +56,7 @@ class BusVisitor {
     BusMessage answerTo(const BusMessage& question);
     void process();
 
-    PipeWireMainLoop& loop_;
+    EventLoop& loop_;
     BusHandle bus_;
     BusSlot listening_;
     Place listenedTo_;

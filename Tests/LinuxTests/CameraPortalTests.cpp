@@ -1,7 +1,7 @@
 #include "BrindleRecorderLinux/Portal/CameraPortal.hpp"
 
 #include "BrindleRecorderCore/Base/FileDescriptor.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "LinuxTests/BareBus.hpp"
 #include "LinuxTests/ScriptedCameraPortal.hpp"
 #include "LinuxTests/SignalForger.hpp"
@@ -36,8 +36,7 @@ class CameraPortalTest : public testing::Test {
   protected:
     CameraPortal& access(std::chrono::nanoseconds patience = longerThanTheTest) {
         return access_.emplace(
-            loop_, loop_.loop(), [this](std::string_view line) { lines_.emplace_back(line); },
-            patience);
+            loop_, [this](std::string_view line) { lines_.emplace_back(line); }, patience);
     }
     void request() {
         access_->requestAccess([this](bool granted) { answers_.push_back(granted); });
@@ -71,7 +70,7 @@ class CameraPortalTest : public testing::Test {
 
     test::BareBus bus_;
     test::SignalForger forger_;
-    PipeWireMainLoop loop_;
+    EventLoop loop_;
     std::optional<ScriptedCameraPortal> portal_;
     std::vector<std::string> lines_;
     std::vector<bool> answers_;
@@ -320,11 +319,11 @@ TEST(CameraPortal, ABusThatNeverGreetsHoldsNothingUp) {
     ASSERT_EQ(listen(mute.number(), 1), 0);
     const test::EnvironmentVariable bus{"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path};
 
-    PipeWireMainLoop loop;
+    EventLoop loop;
     std::optional<bool> answer;
     std::chrono::steady_clock::time_point left;
     {
-        CameraPortal access{loop, loop.loop(), [](std::string_view) {}, soonOver};
+        CameraPortal access{loop, [](std::string_view) {}, soonOver};
         access.requestAccess([&answer](bool granted) { answer = granted; });
         ASSERT_TRUE(waitUntil(loop, [&] { return answer.has_value(); }));
         EXPECT_EQ(access.status(), AuthorizationStatus::notDetermined);

@@ -1,8 +1,8 @@
 #include "BrindleRecorderLinux/CommandLine/ConvertCommand.hpp"
 
 #include "BrindleRecorderCore/Base/PosixFileManager.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/Media/OutputFile.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "LinuxTests/OutputCapture.hpp"
 #include "LinuxTests/TestMediaEngine.hpp"
 #include "MovieFixtures.hpp"
@@ -19,7 +19,7 @@ using testing::HasSubstr;
 class ConvertCommandTest : public testing::Test {
   protected:
     bool convert() {
-        PipeWireMainLoop loop;
+        EventLoop loop;
         PosixFileManager files;
         return ConvertCommand{loop,  files,           test::mediaEngine(),
                               movie, output.stream(), errors.stream()}
@@ -72,7 +72,7 @@ TEST_F(ConvertCommandTest, ConvertsAMovieOnceItIsNoLongerBeingRecorded) {
 TEST_F(ConvertCommandTest, KeepsTheMovieWhenItIsInterrupted) {
     test::makeRecording(movie);
     const test::Bytes before = test::readFile(movie);
-    PipeWireMainLoop loop;
+    EventLoop loop;
     PosixFileManager files;
     loop.quit(); // before the conversion has done anything
     EXPECT_FALSE(

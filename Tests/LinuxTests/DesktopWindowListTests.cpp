@@ -1,7 +1,7 @@
 #include "BrindleRecorderLinux/Windows/DesktopWindowList.hpp"
 
 #include "BrindleRecorderApp/Calls/MicActivityMonitor.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
 #include "LinuxTests/ToplevelCompositor.hpp"
 #include "LinuxTests/XServer.hpp"
@@ -66,14 +66,14 @@ class DesktopWindowListTest : public testing::Test {
     const std::string socket_ = folder_.path() / "wayland-test";
     const test::EnvironmentVariable wayland_{"WAYLAND_DISPLAY", socket_};
     const ProcProcessRegistry processes_;
-    PipeWireMainLoop loop_;
+    EventLoop loop_;
     std::optional<XServer> server_;
     std::optional<XClient> client_;
     std::optional<test::EnvironmentVariable> display_;
 };
 
 TEST_F(DesktopWindowListTest, HasTheXServersWindowsBesideTheTitlesInStreams) {
-    const DesktopWindowList windows{processes_, loop_.loop(), callOfFirefox};
+    const DesktopWindowList windows{processes_, loop_, callOfFirefox};
     EXPECT_TRUE(windows.titlesPermitted());
     EXPECT_THAT(windows.windows(), Optional(ElementsAre(onX11_)));
     EXPECT_THAT(windows.titlesToldOtherwise(), ElementsAre(inStream_));
@@ -82,21 +82,21 @@ TEST_F(DesktopWindowListTest, HasTheXServersWindowsBesideTheTitlesInStreams) {
 TEST_F(DesktopWindowListTest, HasTheCompositorsWindowsInsteadWhereItListsThem) {
     ToplevelCompositor compositor{socket_, {0}};
     compositor.open("on Wayland", "chromium");
-    const DesktopWindowList windows{processes_, loop_.loop(), callOfFirefox};
+    const DesktopWindowList windows{processes_, loop_, callOfFirefox};
     EXPECT_THAT(windows.windows(), Optional(ElementsAre(onWayland_)));
     EXPECT_THAT(windows.titlesToldOtherwise(), ElementsAre(inStream_));
 }
 
 TEST_F(DesktopWindowListTest, HasTheXServersWindowsWhereTheCompositorListsNone) {
     const ToplevelCompositor compositor{socket_, {}};
-    const DesktopWindowList windows{processes_, loop_.loop(), callOfFirefox};
+    const DesktopWindowList windows{processes_, loop_, callOfFirefox};
     EXPECT_THAT(windows.windows(), Optional(ElementsAre(onX11_)));
     EXPECT_THAT(windows.titlesToldOtherwise(), ElementsAre(inStream_));
 }
 
 TEST_F(DesktopWindowListTest, TheTitleInAStreamIsThatBrowsersAloneWhereNoWindowsAreShown) {
     const test::EnvironmentVariable none{"DISPLAY", nobody};
-    const DesktopWindowList windows{processes_, loop_.loop(), callOfFirefox};
+    const DesktopWindowList windows{processes_, loop_, callOfFirefox};
     EXPECT_FALSE(windows.titlesPermitted());
     test::FakeAudioObjects audio;
     const MicActivityMonitor monitor{audio, processes_, windows};

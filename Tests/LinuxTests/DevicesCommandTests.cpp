@@ -1,7 +1,7 @@
 #include "BrindleRecorderLinux/CommandLine/DevicesCommand.hpp"
 
 #include "BrindleRecorderCore/Base/PosixFileManager.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "DesktopDevices.hpp"
 #include "LinuxTests/OutputCapture.hpp"
 #include "LinuxTests/TestMediaEngine.hpp"
@@ -19,7 +19,7 @@ using testing::HasSubstr;
 class DevicesCommandTest : public testing::Test {
   protected:
     bool list() {
-        PipeWireMainLoop loop;
+        EventLoop loop;
         PosixFileManager files;
         return DevicesCommand{loop, files, test::mediaEngine(), output.stream(), errors.stream()}
             .run();

@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/Tray/ExportedMenu.hpp"
 
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/SdBus/BusCalls.hpp"
 #include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
 #include "LinuxTests/BusVisitor.hpp"
@@ -81,8 +81,8 @@ class ExportedMenuTest : public testing::Test {
         return line;
     }
 
-    PipeWireMainLoop loop_;
-    BusOnLoop program_{loop_.loop(), BusOnLoop::Which::session};
+    EventLoop loop_;
+    BusOnLoop program_{loop_, BusOnLoop::Which::session};
     test::BusVisitor panel_{loop_};
     ExportedMenu menu_;
     test::BusVisitor::Place place_{"", ExportedMenu::path, ExportedMenu::interface};

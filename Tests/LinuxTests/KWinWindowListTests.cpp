@@ -2,7 +2,7 @@
 // whose desktop entry asks for it.
 #include "BrindleRecorderLinux/Windows/WaylandWindowList.hpp"
 
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "LinuxTests/ChildProcess.hpp"
 #include "LinuxTests/WaitOnLoop.hpp"
 #include "LinuxTests/XServer.hpp"
@@ -75,7 +75,7 @@ class KWinTest : public testing::Test {
     }
     [[nodiscard]] std::string socket() const { return folder_.path() / "runtime/wayland-kwin"; }
 
-    PipeWireMainLoop loop_;
+    EventLoop loop_;
 
   private:
     [[nodiscard]] std::map<std::string, std::string> environment() const {
@@ -98,7 +98,7 @@ class KWinTest : public testing::Test {
 TEST_F(KWinTest, TellsAProgramOfTheWindowsThatItsDesktopEntryAsksFor) {
     allowUs();
     begin();
-    const WaylandWindowList windows{loop_.loop(), socket()};
+    const WaylandWindowList windows{loop_, socket()};
     ASSERT_TRUE(waitUntil(loop_, [&] { return windows.titlesPermitted(); }));
     const auto has = [&](const WindowRecord& window) {
         const auto all = windows.windows().value_or(Records{});
@@ -110,7 +110,7 @@ TEST_F(KWinTest, TellsAProgramOfTheWindowsThatItsDesktopEntryAsksFor) {
         const auto browser = openPage("Weekly sync - Google Meet");
         EXPECT_TRUE(waitUntil(loop_, [&] { return has(meeting); }));
         // Known at once to who comes later.
-        const WaylandWindowList late{loop_.loop(), socket()};
+        const WaylandWindowList late{loop_, socket()};
         EXPECT_EQ(late.windows(), windows.windows());
     }
     EXPECT_TRUE(waitUntil(loop_, [&] { return !has(meeting); }));
@@ -119,7 +119,7 @@ TEST_F(KWinTest, TellsAProgramOfTheWindowsThatItsDesktopEntryAsksFor) {
 
 TEST_F(KWinTest, TellsOthersNothing) {
     begin();
-    const WaylandWindowList windows{loop_.loop(), socket()};
+    const WaylandWindowList windows{loop_, socket()};
     EXPECT_FALSE(windows.titlesPermitted());
     EXPECT_EQ(windows.windows(), std::nullopt);
 }

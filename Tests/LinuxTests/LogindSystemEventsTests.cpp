@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/Logind/LogindSystemEvents.hpp"
 
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "LinuxTests/ScriptedLogin1.hpp"
 #include "LinuxTests/SignalForger.hpp"
 #include "LinuxTests/WaitOnLoop.hpp"
@@ -51,12 +51,12 @@ class LogindSystemEventsTest : public testing::Test {
         return {"/org/freedesktop/login1", "org.freedesktop.login1.Manager", member};
     }
 
-    PipeWireMainLoop loop_;
+    EventLoop loop_;
     test::SignalForger forger_;
     test::EnvironmentVariable bus_{
         "DBUS_SYSTEM_BUS_ADDRESS", std::string{std::getenv("DBUS_SESSION_BUS_ADDRESS")}};
     std::optional<test::ScriptedLogin1> manager_{std::in_place};
-    LogindSystemEvents events_{loop_.loop()};
+    LogindSystemEvents events_{loop_};
     std::function<void()> ready_;
     int woken_ = 0;
     int ends_ = 0;
@@ -194,8 +194,8 @@ TEST_F(LogindSystemEventsTest, ALoginManagerThatHasGoneAnnouncesNothingMore) {
 
 TEST(LogindSystemEvents, WithoutASystemBusThereIsNothingToHear) {
     const test::EnvironmentVariable bus{"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere/bus"};
-    PipeWireMainLoop loop;
-    LogindSystemEvents events{loop.loop()};
+    EventLoop loop;
+    LogindSystemEvents events{loop};
     EXPECT_EQ(events.observe({}), nullptr);
 }
 

@@ -1,11 +1,11 @@
 #include "BrindleRecorderLinux/Media/MediaEngineModule.hpp"
 
 #include "BrindleRecorderLinux/CommandLine/ConvertCommand.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/Media/MediaEngine.hpp"
 #include "BrindleRecorderLinux/Media/MediaEngineEntry.hpp"
 #include "BrindleRecorderLinux/Media/QueuedMovieExporter.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSession.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 
 #include "BrindleRecorderCore/Base/PosixFileManager.hpp"
 #include "LinuxTests/MovieFixtures.hpp"
@@ -175,7 +175,7 @@ TEST_F(MediaEngineModuleTest, AConversionFailsWithTheReasonWhereItCannotBeLoaded
 
 TEST_F(MediaEngineModuleTest, TheCommandKeepsTheMovieWhereItCannotBeLoaded) {
     MediaEngineModule module{file_};
-    PipeWireMainLoop loop;
+    EventLoop loop;
     PosixFileManager files;
     test::OutputCapture output;
     test::OutputCapture errors;

@@ -1,9 +1,10 @@
 // Real programs at the real servers of a private session: who counts as recording, and as whom.
 #include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
 
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/PipeWire/Handles.hpp"
 #include "BrindleRecorderLinux/PipeWire/MicrophoneUse.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/PipeWire/PipeWireOnLoop.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
 #include "LinuxTests/ChildProcess.hpp"
 #include "LinuxTests/MovieInspection.hpp"
@@ -72,7 +73,7 @@ class OwnStream {
         return callbacks;
     }
 
-    std::unique_ptr<pw_stream, pipewire::Releaser<pw_stream_destroy>> stream_;
+    std::unique_ptr<pw_stream, Releaser<pw_stream_destroy>> stream_;
 };
 
 class PipeWireAudioObjectsTest : public testing::Test {
@@ -84,7 +85,7 @@ class PipeWireAudioObjectsTest : public testing::Test {
         folder_ = std::filesystem::path{std::getenv("BRINDLE_SESSION")} / "audio-objects";
         std::filesystem::create_directories(folder_);
         objects_ = std::make_unique<PipeWireAudioObjects>(
-            loop_, loop_.loop(), registry_, AudioServer::Options::ofThisSession(),
+            loop_, pipeWire_.get(), registry_, AudioServer::Options::ofThisSession(),
             [this](AudioServerState state) { states_.push_back(state); });
         ASSERT_TRUE(serverTakesAsDefault("virt-mic")) << soundServerView();
         ASSERT_TRUE(waitUntil(loop_, [&] { return defaultName() == "virt-mic"; }))
@@ -161,7 +162,7 @@ class PipeWireAudioObjectsTest : public testing::Test {
     }
     void watchServer() {
         plain_ = std::make_unique<AudioServer>(
-            loop_, loop_.loop(), AudioServer::Options::ofThisSession(),
+            loop_, pipeWire_.get(), AudioServer::Options::ofThisSession(),
             AudioServer::Callbacks{
                 .changed = [] {},
                 .stateChanged =
@@ -193,7 +194,8 @@ class PipeWireAudioObjectsTest : public testing::Test {
     }
 
     std::filesystem::path folder_;
-    PipeWireMainLoop loop_;
+    EventLoop loop_;
+    pipewire::PipeWireOnLoop pipeWire_{loop_};
     ProcProcessRegistry registry_;
     std::vector<AudioServerState> states_;
     std::unique_ptr<PipeWireAudioObjects> objects_;
@@ -295,7 +297,7 @@ TEST_F(PipeWireAudioObjectsTest, APidThatIsNotTheClientsIsNotBelieved) {
 
 TEST_F(PipeWireAudioObjectsTest, OwnCaptureIsOurOwnProcess) {
     {
-        const OwnStream stream{loop_.loop()};
+        const OwnStream stream{pipeWire_.get()};
         ASSERT_TRUE(waitUntil(loop_, [&] { return records(getpid()); }));
         EXPECT_EQ(recording().size(), 1U);
     }

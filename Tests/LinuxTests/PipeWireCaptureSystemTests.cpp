@@ -1,7 +1,8 @@
 #include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSystem.hpp"
 
 #include "BrindleRecorderApp/Recording/CaptureConfiguration.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
+#include "BrindleRecorderLinux/PipeWire/PipeWireOnLoop.hpp"
 #include "BrindleRecorderLinux/Portal/CameraPortal.hpp"
 #include "DesktopDevices.hpp"
 #include "LinuxTests/BareBus.hpp"
@@ -66,14 +67,15 @@ class PipeWireCaptureSystemTest : public testing::Test {
         return named(system.discover(mediaType), uniqueID) != nullptr;
     }
 
-    PipeWireMainLoop loop_;
+    EventLoop loop_;
+    pipewire::PipeWireOnLoop pipeWire_{loop_};
     SilentLog log_;
 };
 
 TEST_F(PipeWireCaptureSystemTest, FindsTheSessionsDevices) {
     const test::TestCamera camera{"found-cam", test::TestCamera::i420()};
     PipeWireCaptureSystem system{
-        loop_, loop_.loop(), pipewire::AudioServer::Options::ofThisSession(), log_,
+        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(), log_,
         test::mediaEngine()};
     ASSERT_TRUE(runUntil([&] {
         return has(system, MediaType::video, "found-cam") &&
@@ -95,7 +97,7 @@ TEST_F(PipeWireCaptureSystemTest, FindsTheSessionsDevices) {
 
 TEST_F(PipeWireCaptureSystemTest, TellsOfDevicesThatComeAndGo) {
     PipeWireCaptureSystem system{
-        loop_, loop_.loop(), pipewire::AudioServer::Options::ofThisSession(), log_,
+        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(), log_,
         test::mediaEngine()};
     int changes = 0;
     auto observation = system.observeDevices([&changes] { ++changes; });
@@ -118,7 +120,7 @@ TEST_F(PipeWireCaptureSystemTest, TellsOfDevicesThatComeAndGo) {
 TEST_F(PipeWireCaptureSystemTest, FollowsTheSessionsDefaultCamera) {
     const test::TestCamera one{"chosen-cam", test::TestCamera::i420()};
     PipeWireCaptureSystem system{
-        loop_, loop_.loop(), pipewire::AudioServer::Options::ofThisSession(), log_,
+        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(), log_,
         test::mediaEngine()};
     ASSERT_TRUE(runUntil([&] { return has(system, MediaType::video, "chosen-cam"); }));
     ASSERT_TRUE(test::outputOf("pw-metadata 0 default.configured.video.source"
@@ -132,7 +134,7 @@ TEST_F(PipeWireCaptureSystemTest, FollowsTheSessionsDefaultCamera) {
 
 TEST_F(PipeWireCaptureSystemTest, OpensWhatItFinds) {
     PipeWireCaptureSystem system{
-        loop_, loop_.loop(), pipewire::AudioServer::Options::ofThisSession(), log_,
+        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(), log_,
         test::mediaEngine()};
     ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
     EXPECT_EQ(system.device("nobody"), nullptr);
@@ -148,7 +150,7 @@ TEST_F(PipeWireCaptureSystemTest, DeniesNothingBeforeItIsKnownWhetherAServerAnsw
     auto state = pipewire::AudioServerState::connecting;
     PipeWireCaptureSystem system{
         loop_,
-        loop_.loop(),
+        pipeWire_.get(),
         {.remote = "nobody-answers-here", .runtimeFolder = "/nonexistent"},
         log_,
         test::mediaEngine(),
@@ -164,7 +166,7 @@ TEST_F(PipeWireCaptureSystemTest, DeniesNothingBeforeItIsKnownWhetherAServerAnsw
 
 TEST_F(PipeWireCaptureSystemTest, GrantsAccessWhileTheServerAnswers) {
     PipeWireCaptureSystem system{
-        loop_, loop_.loop(), pipewire::AudioServer::Options::ofThisSession(), log_,
+        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(), log_,
         test::mediaEngine()};
     ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
     std::optional<bool> granted;
@@ -176,10 +178,10 @@ TEST_F(PipeWireCaptureSystemTest, GrantsAccessWhileTheServerAnswers) {
 TEST_F(PipeWireCaptureSystemTest, InASandboxTheCameraNeedsThePortalsLeaveAndTheMicrophoneDoesNot) {
     const test::BareBus bus;
     test::ScriptedCameraPortal portal;
-    CameraPortal access{loop_, loop_.loop(), [](std::string_view) {
+    CameraPortal access{loop_, [](std::string_view) {
                         }};
     PipeWireCaptureSystem system{
-        loop_,  loop_.loop(),        pipewire::AudioServer::Options::ofThisSession(),
+        loop_,  pipeWire_.get(),     pipewire::AudioServer::Options::ofThisSession(),
         log_,   test::mediaEngine(), [](pipewire::AudioServerState) {},
         &access};
     ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
@@ -205,7 +207,7 @@ TEST_F(PipeWireCaptureSystemTest, InASandboxTheCameraNeedsThePortalsLeaveAndTheM
 /// Not a test of its own: what the next test runs in a session whose server it takes away.
 TEST_F(PipeWireCaptureSystemTest, DISABLED_SurvivesTheServerOfThisSession) {
     PipeWireCaptureSystem system{
-        loop_, loop_.loop(), pipewire::AudioServer::Options::ofThisSession(), log_,
+        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(), log_,
         test::mediaEngine()};
     ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
     test::TemporaryFolder folder;

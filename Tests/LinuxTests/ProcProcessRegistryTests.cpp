@@ -34,7 +34,7 @@ TEST(ProcProcessRegistry, ReadsARealCopyUnderAnotherName) {
     std::filesystem::copy_file("/bin/sleep", copy);
     const ChildProcess child{copy, {copy, "600"}};
     const ProcProcessRegistry registry;
-    PipeWireMainLoop loop;
+    EventLoop loop;
     EXPECT_TRUE(waitUntil(loop, [&] {
         return registry.executablePath(child.pid()) == copy &&
                registry.bundleIdentifier(child.pid()) == "us.zoom.xos";
@@ -50,7 +50,7 @@ TEST(ProcProcessRegistry, ReadsARealSymbolicLinkUnderAnotherName) {
     std::filesystem::create_symlink("/bin/sleep", link);
     const ChildProcess child{link, {link, "600"}};
     const ProcProcessRegistry registry;
-    PipeWireMainLoop loop;
+    EventLoop loop;
     EXPECT_TRUE(waitUntil(loop, [&] {
         return registry.runsFileNamed(child.pid(), "sleep") &&
                registry.bundleIdentifier(child.pid()) == "us.zoom.xos";
@@ -61,8 +61,8 @@ TEST(ProcProcessRegistry, RemembersAProcessUntilItEnds) {
     const FakeProc temporary;
     const auto copy = temporary.folder() / "zoom";
     std::filesystem::copy_file("/bin/sleep", copy);
-    PipeWireMainLoop loop;
-    const ProcProcessRegistry registry{loop.loop()};
+    EventLoop loop;
+    const ProcProcessRegistry registry{loop};
     const ProcProcessRegistry forgetful;
     std::int32_t pid = 0;
     {
@@ -82,9 +82,9 @@ TEST(ProcProcessRegistry, RemembersAProcessUntilItEnds) {
 }
 
 TEST(ProcessEnds, TellsTheEndOfEachProcessOnceAndOfNoOther) {
-    PipeWireMainLoop loop;
+    EventLoop loop;
     std::vector<std::int32_t> ended;
-    ProcessEnds ends{loop.loop(), [&](std::int32_t pid) {
+    ProcessEnds ends{loop, [&](std::int32_t pid) {
                          ended.push_back(pid);
                      }};
     const ChildProcess stays{"sleep", {"sleep", "600"}};
@@ -103,16 +103,16 @@ TEST(ProcessEnds, TellsTheEndOfEachProcessOnceAndOfNoOther) {
 }
 
 TEST(ProcessEnds, MayGoWhileItWatches) {
-    PipeWireMainLoop loop;
+    EventLoop loop;
     const ChildProcess child{"sleep", {"sleep", "600"}};
     int told = 0;
     {
-        ProcessEnds ends{loop.loop(), [&](std::int32_t) {
+        ProcessEnds ends{loop, [&](std::int32_t) {
                              ++told;
                          }};
         EXPECT_TRUE(ends.watch(child.pid()));
     }
-    ProcessEnds other{loop.loop(), [&](std::int32_t) {
+    ProcessEnds other{loop, [&](std::int32_t) {
                           told += 100;
                       }};
     EXPECT_TRUE(other.watch(child.pid()));

@@ -2,7 +2,7 @@
 #include "BrindleRecorderApp/AppInfo.hpp"
 #include "BrindleRecorderApp/Shell/SingleInstance.hpp"
 #include "BrindleRecorderLinux/Files/FolderLock.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
 #include "BrindleRecorderLinux/SdBus/SessionBusNames.hpp"
 #include "LinuxTests/BareBus.hpp"
@@ -35,8 +35,8 @@ struct Copy {
         return SingleInstance::anotherCopyRuns(names, hasTheName ? own : own + 1, identifier);
     }
 
-    PipeWireMainLoop loop;
-    BusOnLoop bus{loop.loop(), BusOnLoop::Which::session};
+    EventLoop loop;
+    BusOnLoop bus{loop, BusOnLoop::Which::session};
     SessionBusNames names;
 };
 
@@ -71,8 +71,8 @@ TEST_F(SingleInstanceOnTheBus, ACopyThatEndsLeavesThePlaceToTheNext) {
 }
 
 TEST_F(SingleInstanceOnTheBus, WithoutABusNobodyAnswers) {
-    PipeWireMainLoop loop;
-    BusOnLoop bus{loop.loop(), BusOnLoop::Which::session};
+    EventLoop loop;
+    BusOnLoop bus{loop, BusOnLoop::Which::session};
     bus_.stop();
     const SessionBusNames names{bus, AppInfo::sameAppBundleIdentifiers(identifier)};
     EXPECT_FALSE(names.busAnswers());

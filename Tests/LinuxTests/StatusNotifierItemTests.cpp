@@ -1,7 +1,7 @@
 #include "BrindleRecorderLinux/Tray/StatusNotifierItem.hpp"
 
 #include "BrindleRecorderApp/Shell/MenuBarIconRenderer.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
 #include "LinuxTests/BusVisitor.hpp"
 #include "LinuxTests/ScriptedBusObject.hpp"
@@ -146,8 +146,8 @@ class StatusNotifierItemTest : public testing::Test {
     }
     [[nodiscard]] std::string text(const char* property) { return panel_.text(place(), property); }
 
-    PipeWireMainLoop loop_;
-    BusOnLoop program_{loop_.loop(), BusOnLoop::Which::session};
+    EventLoop loop_;
+    BusOnLoop program_{loop_, BusOnLoop::Which::session};
     test::BusVisitor panel_{loop_};
     test::SignalForger forger_;
     std::optional<Watcher> watcher_;

@@ -1,8 +1,9 @@
 // Page titles in sound streams: what counts, on records; and that a real stream carries them.
 #include "BrindleRecorderLinux/Windows/StreamTitles.hpp"
 
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/PipeWire/PipeWireOnLoop.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
 #include "LinuxTests/ChildProcess.hpp"
 #include "LinuxTests/WaitOnLoop.hpp"
@@ -128,10 +129,11 @@ TEST(StreamTitles, ComeFromARealStream) {
     const std::filesystem::path program = folder.path() / "firefox";
     std::filesystem::copy_file(std::filesystem::canonical("/usr/bin/pacat"), program);
 
-    PipeWireMainLoop loop;
+    EventLoop loop;
+    const pipewire::PipeWireOnLoop pipeWire{loop};
     const ProcProcessRegistry processes;
     const PipeWireAudioObjects objects{
-        loop, loop.loop(), processes, pipewire::AudioServer::Options::ofThisSession(),
+        loop, pipeWire.get(), processes, pipewire::AudioServer::Options::ofThisSession(),
         [](pipewire::AudioServerState) {
         }};
     const StreamTitles titles{[&] {

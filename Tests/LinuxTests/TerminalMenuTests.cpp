@@ -1,7 +1,7 @@
 #include "BrindleRecorderLinux/CommandLine/TerminalMenu.hpp"
 
 #include "BrindleRecorderApp/AppInfo.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
 #include "BrindleRecorderLinux/Tray/ExportedMenu.hpp"
 #include "LinuxTests/OutputCapture.hpp"
@@ -62,8 +62,8 @@ class TerminalMenuTest : public testing::Test {
         return run([&](const TerminalMenu& menu) { return menu.pick(words); });
     }
 
-    PipeWireMainLoop loop_;
-    BusOnLoop program_{loop_.loop(), BusOnLoop::Which::session};
+    EventLoop loop_;
+    BusOnLoop program_{loop_, BusOnLoop::Which::session};
     ExportedMenu menu_;
     std::vector<std::string> picked_;
     test::OutputCapture output_;

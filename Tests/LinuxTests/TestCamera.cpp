@@ -21,7 +21,6 @@ using pipewire::ContextHandle;
 using pipewire::CoreHandle;
 using pipewire::Hook;
 using pipewire::Library;
-using pipewire::Releaser;
 using pipewire::SourceHandle;
 
 class TestCamera::Implementation {

@@ -5,7 +5,7 @@
 namespace brindle {
 
 bool waitUntil(
-    PipeWireMainLoop& loop, const std::function<bool()>& condition, std::chrono::seconds limit) {
+    EventLoop& loop, const std::function<bool()>& condition, std::chrono::seconds limit) {
     const auto end = std::chrono::steady_clock::now() + limit;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > end) {

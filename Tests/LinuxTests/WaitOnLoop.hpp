@@ -1,7 +1,7 @@
 // Waiting for something to become true while the main loop runs.
 #pragma once
 
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 
 #include <chrono>
 #include <functional>
@@ -10,7 +10,7 @@ namespace brindle {
 
 /// Handles events until the condition holds; false when it does not within the (generous) limit.
 bool waitUntil(
-    PipeWireMainLoop& loop, const std::function<bool()>& condition,
+    EventLoop& loop, const std::function<bool()>& condition,
     std::chrono::seconds limit = std::chrono::seconds{60});
 
 } // namespace brindle

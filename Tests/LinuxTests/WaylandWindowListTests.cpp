@@ -1,7 +1,7 @@
 // The Wayland window list at a real compositor, with real programs' windows.
 #include "BrindleRecorderLinux/Windows/WaylandWindowList.hpp"
 
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "LinuxTests/ChildProcess.hpp"
 #include "LinuxTests/ToplevelCompositor.hpp"
 #include "LinuxTests/WaitOnLoop.hpp"
@@ -86,13 +86,13 @@ class SwayTest : public testing::Test {
     }
 
     test::TemporaryFolder folder_;
-    PipeWireMainLoop loop_;
+    EventLoop loop_;
     std::unique_ptr<ChildProcess> sway_;
     std::vector<std::unique_ptr<ChildProcess>> foots_;
 };
 
 TEST_F(SwayTest, FollowsTheWindowsAsTheyComeAndGo) {
-    const WaylandWindowList windows{loop_.loop(), socket()};
+    const WaylandWindowList windows{loop_, socket()};
     ASSERT_TRUE(waitUntil(loop_, [&] { return windows.titlesPermitted(); }));
     EXPECT_THAT(windows.windows(), Optional(IsEmpty()));
 
@@ -110,9 +110,9 @@ TEST_F(SwayTest, FollowsTheWindowsAsTheyComeAndGo) {
 
 TEST_F(SwayTest, KnowsAtOnceWhatIsThereAlready) {
     openWindow("Standup | Jitsi Meet", "chromium");
-    const WaylandWindowList early{loop_.loop(), socket()};
+    const WaylandWindowList early{loop_, socket()};
     ASSERT_TRUE(waitUntil(loop_, [&] { return early.windows().value_or(Records{}).size() == 1; }));
-    const WaylandWindowList late{loop_.loop(), socket()};
+    const WaylandWindowList late{loop_, socket()};
     EXPECT_TRUE(waitUntil(loop_, [&] { return late.titlesPermitted(); }));
     EXPECT_THAT(
         late.windows(),
@@ -120,7 +120,7 @@ TEST_F(SwayTest, KnowsAtOnceWhatIsThereAlready) {
 }
 
 TEST_F(SwayTest, TitlesAreNotPermittedOnceTheCompositorIsGoneAndAgainWhenItIsBack) {
-    const WaylandWindowList windows{loop_.loop(), socket()};
+    const WaylandWindowList windows{loop_, socket()};
     ASSERT_TRUE(waitUntil(loop_, [&] { return windows.titlesPermitted(); }));
     sway_->signal(SIGKILL);
     EXPECT_TRUE(waitUntil(loop_, [&] { return !windows.titlesPermitted(); }));
@@ -133,8 +133,8 @@ TEST_F(SwayTest, TitlesAreNotPermittedOnceTheCompositorIsGoneAndAgainWhenItIsBac
 }
 
 TEST(WaylandWindowListWithoutCompositor, TitlesAreNotPermitted) {
-    PipeWireMainLoop loop;
-    const WaylandWindowList windows{loop.loop(), "/nowhere/wayland-0"};
+    EventLoop loop;
+    const WaylandWindowList windows{loop, "/nowhere/wayland-0"};
     EXPECT_FALSE(windows.titlesPermitted());
     EXPECT_EQ(windows.windows(), nobody);
 }
@@ -147,7 +147,7 @@ class ToplevelCompositorTest : public testing::TestWithParam<std::size_t> {
 
     test::TemporaryFolder folder_;
     ToplevelCompositor compositor_{socket(), {GetParam()}};
-    PipeWireMainLoop loop_;
+    EventLoop loop_;
 };
 
 INSTANTIATE_TEST_SUITE_P(EveryProtocol, ToplevelCompositorTest, testing::Values(0U, 1U, 2U));
@@ -159,7 +159,7 @@ INSTANTIATE_TEST_SUITE_P(CommonProtocols, EndingCompositorTest, testing::Values(
 
 TEST_P(ToplevelCompositorTest, FollowsTheWindowsAsTheyComeChangeAndGo) {
     compositor_.open("Inbox", "firefox");
-    const WaylandWindowList windows{loop_.loop(), socket()};
+    const WaylandWindowList windows{loop_, socket()};
     const WindowRecord inbox{nobody, "org.mozilla.firefox", "Inbox"};
     ASSERT_TRUE(waitUntil(loop_, [&] { return windows.windows() == Records{inbox}; }));
     compositor_.open("Notes", "notes");
@@ -175,7 +175,7 @@ TEST_P(ToplevelCompositorTest, FollowsTheWindowsAsTheyComeChangeAndGo) {
 TEST_P(ToplevelCompositorTest, LongAndInvalidTitlesHarmNothing) {
     compositor_.open(std::string(3500, 'x'), std::string(3500, 'y'));
     compositor_.open("\xff\xfe Google Meet", "chromium");
-    const WaylandWindowList windows{loop_.loop(), socket()};
+    const WaylandWindowList windows{loop_, socket()};
     const Records expected{
         {nobody, nobody, std::string(3500, 'x')},
         {nobody, "com.google.Chrome", "\xff\xfe Google Meet"}};
@@ -186,13 +186,13 @@ TEST_P(ToplevelCompositorTest, KeepsNoMoreWindowsThanItsBound) {
     for (std::size_t count = 0; count < WaylandWindowList::mostWindows + 100; ++count) {
         compositor_.open("window", "somebody");
     }
-    const WaylandWindowList windows{loop_.loop(), socket()};
+    const WaylandWindowList windows{loop_, socket()};
     ASSERT_TRUE(waitUntil(loop_, [&] { return windows.titlesPermitted(); }));
     EXPECT_THAT(windows.windows(), Optional(SizeIs(WaylandWindowList::mostWindows)));
 }
 
 TEST_P(EndingCompositorTest, IsNotPermittedOnceTheCompositorTellsNoMore) {
-    const WaylandWindowList windows{loop_.loop(), socket()};
+    const WaylandWindowList windows{loop_, socket()};
     ASSERT_TRUE(waitUntil(loop_, [&] { return windows.titlesPermitted(); }));
     compositor_.finish();
     EXPECT_TRUE(waitUntil(loop_, [&] { return !windows.titlesPermitted(); }));
@@ -204,8 +204,8 @@ TEST(ToplevelCompositorOfAll, IsHeardByTheCommonProtocolOnly) {
     const std::string socket = folder.path() / "wayland-test";
     ToplevelCompositor compositor{socket, {2, 1, 0}};
     compositor.open("once", "firefox");
-    PipeWireMainLoop loop;
-    const WaylandWindowList windows{loop.loop(), socket};
+    EventLoop loop;
+    const WaylandWindowList windows{loop, socket};
     ASSERT_TRUE(waitUntil(loop, [&] { return windows.titlesPermitted(); }));
     EXPECT_THAT(windows.windows(), Optional(SizeIs(1)));
 }
@@ -214,8 +214,8 @@ TEST(ToplevelCompositorOfNone, TitlesAreNotPermitted) {
     const test::TemporaryFolder folder;
     const std::string socket = folder.path() / "wayland-test";
     const ToplevelCompositor compositor{socket, {}};
-    PipeWireMainLoop loop;
-    const WaylandWindowList windows{loop.loop(), socket};
+    EventLoop loop;
+    const WaylandWindowList windows{loop, socket};
     EXPECT_FALSE(windows.titlesPermitted());
     EXPECT_EQ(windows.windows(), nobody);
 }
@@ -226,8 +226,8 @@ TEST(ToplevelCompositorThatHangs, IsNotWaitedForAndIsHeardWhenItGoesOn) {
     ToplevelCompositor compositor{socket, {0}};
     compositor.open("patient", "firefox");
     compositor.hang();
-    PipeWireMainLoop loop;
-    const WaylandWindowList windows{loop.loop(), socket};
+    EventLoop loop;
+    const WaylandWindowList windows{loop, socket};
     EXPECT_FALSE(windows.titlesPermitted());
     compositor.goOn();
     EXPECT_TRUE(waitUntil(loop, [&] { return windows.titlesPermitted(); }));

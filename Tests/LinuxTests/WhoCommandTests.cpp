@@ -2,8 +2,9 @@
 #include "BrindleRecorderLinux/CommandLine/WhoCommand.hpp"
 
 #include "BrindleRecorderCore/Base/PosixFileManager.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/PipeWire/PipeWireOnLoop.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
 #include "LinuxTests/ChildProcess.hpp"
 #include "LinuxTests/OutputCapture.hpp"
@@ -47,10 +48,11 @@ class WhoCommandTest : public testing::Test {
     [[nodiscard]] std::string printed() const { return output_.text(); }
     /// What the command answers once the server counts as many users.
     std::string askWhile(std::size_t users) {
-        PipeWireMainLoop loop;
+        EventLoop loop;
+        const pipewire::PipeWireOnLoop pipeWire{loop};
         const ProcProcessRegistry processes;
         const PipeWireAudioObjects objects{
-            loop, loop.loop(), processes, pipewire::AudioServer::Options::ofThisSession(),
+            loop, pipeWire.get(), processes, pipewire::AudioServer::Options::ofThisSession(),
             [](pipewire::AudioServerState) {
             }};
         EXPECT_TRUE(waitUntil(loop, [&] {
@@ -61,7 +63,7 @@ class WhoCommandTest : public testing::Test {
             }
             return recording == users;
         }));
-        PipeWireMainLoop own;
+        EventLoop own;
         PosixFileManager files;
         EXPECT_TRUE(
             (WhoCommand{own, files, /*once=*/true, output_.stream(), output_.stream()}.run()));
@@ -110,7 +112,7 @@ TEST_F(WhoCommandTest, NamesAProgramThatIsNeverInACallAsItsUserKnowsIt) {
 
 TEST_F(WhoCommandTest, SaysSoWhereNoServerCanTell) {
     const test::EnvironmentVariable nowhere{"XDG_RUNTIME_DIR", folder_.path().c_str()};
-    PipeWireMainLoop loop;
+    EventLoop loop;
     PosixFileManager files;
     EXPECT_FALSE(
         (WhoCommand{loop, files, /*once=*/true, output_.stream(), output_.stream()}.run()));
@@ -126,7 +128,7 @@ TEST_F(WhoCommandTest, TellsSoundThatGoesThroughPulseAudioFromNobody) {
     const test::EnvironmentVariable elsewhere{"XDG_RUNTIME_DIR", folder_.path().c_str()};
     const ProcProcessRegistry registry;
     ASSERT_TRUE(waitFor([&] { return registry.runsFileNamed(pulseAudio.pid(), "pulseaudio"); }));
-    PipeWireMainLoop loop;
+    EventLoop loop;
     PosixFileManager files;
     EXPECT_FALSE(
         (WhoCommand{loop, files, /*once=*/true, output_.stream(), output_.stream()}.run()));

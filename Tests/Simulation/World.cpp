@@ -196,8 +196,8 @@ void World::followClock() {
     // Where nobody can be told apart, a program that is ignored otherwise keeps a call going too.
     const bool isFree = usersAreUnknown_ ? programs_.empty() : moment_.holders.empty();
     const bool calm = oracle_.watchingSince() && *oracle_.watchingSince() < moment_.now &&
-                      lastSession_.isIdle() && isFree && !scene_.asleep &&
-                      !scene_.isWaitedFor() && !run_->model().pendingAskLabel.get();
+                      lastSession_.isIdle() && isFree && !scene_.asleep && !scene_.isWaitedFor() &&
+                      !run_->model().pendingAskLabel.get();
     if (!calm) {
         calmSince_.reset();
         return;

@@ -6,9 +6,9 @@
 #include "BrindleRecorderCore/Base/DiagnosticLog.hpp"
 #include "BrindleRecorderLinux/CommandLine/ProgressBar.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/Media/OutputFile.hpp"
 #include "BrindleRecorderLinux/Media/QueuedMovieExporter.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
 #include "BrindleRecorderLinux/SystemLog/SyslogSystemLog.hpp"
 
 #include <optional>

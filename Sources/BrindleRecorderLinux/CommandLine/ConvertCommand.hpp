@@ -7,14 +7,14 @@
 namespace brindle {
 
 class FileManager;
-class PipeWireMainLoop;
+class EventLoop;
 
 namespace media {
 class MediaEngineModule;
 }
 
 struct ConvertCommand {
-    PipeWireMainLoop& mainLoop;
+    EventLoop& mainLoop;
     FileManager& files;
     media::MediaEngineModule& mediaEngine;
     std::filesystem::path movie;

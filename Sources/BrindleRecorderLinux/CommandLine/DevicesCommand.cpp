@@ -5,10 +5,11 @@
 #include "BrindleRecorderApp/Words/DeviceReport.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
 #include "BrindleRecorderLinux/Files/JsonDefaultsStore.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/PipeWire/AudioServerStateText.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSystem.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/PipeWire/PipeWireOnLoop.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
 #include "BrindleRecorderLinux/SystemLog/SyslogSystemLog.hpp"
 
@@ -37,12 +38,13 @@ bool DevicesCommand::run() const {
             mainLoop.post([this] { mainLoop.quit(); });
         }
     };
+    const pipewire::PipeWireOnLoop pipeWire{mainLoop};
     const PipeWireAudioObjects audioObjects{
-        mainLoop, mainLoop.loop(), processes, pipewire::AudioServer::Options::ofThisSession(),
+        mainLoop, pipeWire.get(), processes, pipewire::AudioServer::Options::ofThisSession(),
         settled};
     PipeWireCaptureSystem captureSystem{
-        mainLoop,  mainLoop.loop(), pipewire::AudioServer::Options::ofThisSession(),
-        systemLog, mediaEngine,     settled};
+        mainLoop,  pipeWire.get(), pipewire::AudioServer::Options::ofThisSession(),
+        systemLog, mediaEngine,    settled};
     mainLoop.run();
     if (views > 0) {
         return false; // interrupted

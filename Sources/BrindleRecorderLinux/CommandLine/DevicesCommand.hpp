@@ -6,7 +6,7 @@
 namespace brindle {
 
 class FileManager;
-class PipeWireMainLoop;
+class EventLoop;
 
 namespace media {
 class MediaEngineModule;
@@ -14,7 +14,7 @@ class MediaEngineModule;
 
 /// Opens no device, and loads no media engine.
 struct DevicesCommand {
-    PipeWireMainLoop& mainLoop;
+    EventLoop& mainLoop;
     FileManager& files;
     media::MediaEngineModule& mediaEngine;
     std::FILE* output = stdout;

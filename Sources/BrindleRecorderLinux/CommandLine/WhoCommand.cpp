@@ -5,9 +5,10 @@
 #include "BrindleRecorderApp/Settings.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
 #include "BrindleRecorderLinux/Files/JsonDefaultsStore.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/PipeWire/AudioServerStateText.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/PipeWire/PipeWireOnLoop.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
 #include "BrindleRecorderLinux/Windows/DesktopWindowList.hpp"
 
@@ -61,11 +62,12 @@ bool WhoCommand::run() const {
             mainLoop.quit();
         }
     };
-    const ProcProcessRegistry processes{mainLoop.loop()};
+    const ProcProcessRegistry processes{mainLoop};
+    const pipewire::PipeWireOnLoop pipeWire{mainLoop};
     PipeWireAudioObjects audioObjects{
-        mainLoop, mainLoop.loop(), processes, pipewire::AudioServer::Options::ofThisSession(),
+        mainLoop, pipeWire.get(), processes, pipewire::AudioServer::Options::ofThisSession(),
         stateChanged};
-    const DesktopWindowList windows{processes, mainLoop.loop(), [&audioObjects] {
+    const DesktopWindowList windows{processes, mainLoop, [&audioObjects] {
                                         return audioObjects.graph();
                                     }};
     MicActivityMonitor monitor{audioObjects, processes, windows};

@@ -6,11 +6,11 @@
 namespace brindle {
 
 class FileManager;
-class PipeWireMainLoop;
+class EventLoop;
 
 /// Records nothing.
 struct WhoCommand {
-    PipeWireMainLoop& mainLoop;
+    EventLoop& mainLoop;
     FileManager& files;
     bool once = false; ///< answer and return; otherwise follow the changes until the loop is quit
     std::FILE* output = stdout;

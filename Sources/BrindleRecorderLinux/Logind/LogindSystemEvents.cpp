@@ -29,7 +29,7 @@ bool readFlag(sd_bus_message* message) {
 
 class LogindSystemEvents::Connection : public std::enable_shared_from_this<Connection> {
   public:
-    explicit Connection(pw_loop* loop) : bus_{loop, BusOnLoop::Which::system} {
+    explicit Connection(EventLoop& loop) : bus_{loop, BusOnLoop::Which::system} {
         if (!bus_.isConnected()) {
             return;
         }
@@ -46,7 +46,7 @@ class LogindSystemEvents::Connection : public std::enable_shared_from_this<Conne
             }
         });
         takeLock();
-        bus_.dispatch();
+        bus_.wake();
     }
 
     [[nodiscard]] bool isConnected() const { return bus_.isConnected(); }
@@ -126,7 +126,7 @@ class LogindSystemEvents::Connection : public std::enable_shared_from_this<Conne
     std::weak_ptr<Listener> listener_;
 };
 
-LogindSystemEvents::LogindSystemEvents(pw_loop* loop)
+LogindSystemEvents::LogindSystemEvents(EventLoop& loop)
     : connection_{std::make_shared<Connection>(loop)} {}
 
 LogindSystemEvents::~LogindSystemEvents() = default;

@@ -6,9 +6,9 @@
 
 #include <memory>
 
-struct pw_loop;
-
 namespace brindle {
+
+class EventLoop;
 
 /// Holds a lock that makes the machine wait for us before it sleeps or shuts down (five seconds,
 /// unless the system's administrator says otherwise). A login manager that is started again is
@@ -16,7 +16,7 @@ namespace brindle {
 class LogindSystemEvents final : public SystemEvents {
   public:
     /// The loop belongs to the main thread and must outlive this.
-    explicit LogindSystemEvents(pw_loop* loop);
+    explicit LogindSystemEvents(EventLoop& loop);
     ~LogindSystemEvents() override;
     LogindSystemEvents(const LogindSystemEvents&) = delete;
     LogindSystemEvents& operator=(const LogindSystemEvents&) = delete;

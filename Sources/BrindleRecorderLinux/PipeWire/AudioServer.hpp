@@ -43,7 +43,7 @@ class AudioServer {
     };
 
     /// Connects at once and keeps trying. The callbacks come from the main loop, several changes at
-    /// a time; they must not destroy the server. `loop` is the loop that `mainLoop` runs.
+    /// a time; they must not destroy the server. `loop` is run by `mainLoop`.
     AudioServer(MainLoop& mainLoop, pw_loop* loop, Options options, Callbacks callbacks);
     ~AudioServer();
     AudioServer(const AudioServer&) = delete;

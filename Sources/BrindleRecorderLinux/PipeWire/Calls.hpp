@@ -33,41 +33,28 @@ bind(pw_registry* registry, std::uint32_t id, const char* type, std::uint32_t ve
     return static_cast<pw_proxy*>(pw_registry_bind(registry, id, type, version, 0));
 }
 
-// The sources of a loop. Each is null when the system has no descriptors left.
-
-inline spa_source* addEvent(pw_loop* loop, spa_source_event_func_t function, void* data) {
-    return pw_loop_add_event(loop, function, data);
-}
-
-/// Any thread.
-inline void signalEvent(pw_loop* loop, spa_source* source) {
-    pw_loop_signal_event(loop, source);
-}
-
-/// Calls the function whenever the descriptor, which stays the caller's, can be read.
-inline spa_source*
-addReader(pw_loop* loop, int descriptor, spa_source_io_func_t function, void* data) {
-    return pw_loop_add_io(loop, descriptor, SPA_IO_IN, /*close=*/false, function, data);
-}
-
-inline spa_source*
-addSignal(pw_loop* loop, int number, spa_source_signal_func_t function, void* data) {
-    return pw_loop_add_signal(loop, number, function, data);
-}
-
-inline void destroySource(pw_loop* loop, spa_source* source) {
-    pw_loop_destroy_source(loop, source);
-}
+// A loop that another one drives.
 
 inline int descriptorOf(pw_loop* loop) {
     return pw_loop_get_fd(loop);
 }
 
-/// Handles what is there without waiting.
-inline void iterateOnce(pw_loop* loop) {
+/// From here on the loop is this thread's.
+inline void enter(pw_loop* loop) {
     pw_loop_enter(loop);
-    pw_loop_iterate(loop, 0);
+}
+
+inline void leave(pw_loop* loop) {
     pw_loop_leave(loop);
+}
+
+/// Handles what is there without waiting. Between `enter` and `leave`.
+inline void iterateOnce(pw_loop* loop) {
+    pw_loop_iterate(loop, 0);
+}
+
+inline void destroySource(pw_loop* loop, spa_source* source) {
+    pw_loop_destroy_source(loop, source);
 }
 
 } // namespace brindle::pipewire

@@ -1,6 +1,7 @@
 // Owners of PipeWire's objects: each gives its object back when it goes.
 #pragma once
 
+#include "BrindleRecorderLinux/Loop/Releaser.hpp"
 #include "BrindleRecorderLinux/PipeWire/Calls.hpp"
 
 #include <pipewire/pipewire.h>
@@ -19,15 +20,7 @@ class Library {
     Library& operator=(const Library&) = delete;
 };
 
-template <auto release>
-struct Releaser {
-    template <class Object>
-    void operator()(Object* object) const {
-        release(object);
-    }
-};
-
-using MainLoopHandle = std::unique_ptr<pw_main_loop, Releaser<pw_main_loop_destroy>>;
+using LoopHandle = std::unique_ptr<pw_loop, Releaser<pw_loop_destroy>>;
 using ContextHandle = std::unique_ptr<pw_context, Releaser<pw_context_destroy>>;
 using CoreHandle = std::unique_ptr<pw_core, Releaser<pw_core_disconnect>>;
 using PropertiesHandle = std::unique_ptr<pw_properties, Releaser<pw_properties_free>>;

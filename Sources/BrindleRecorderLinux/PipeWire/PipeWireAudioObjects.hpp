@@ -26,7 +26,7 @@ class PipeWireAudioObjects final : public AudioObjects {
     using StateListener = std::function<void(pipewire::AudioServerState)>;
 
     /// Connects at once and keeps trying. `stateChanged` is called from the main loop, once for
-    /// every change. `loop` is the loop that `mainLoop` runs; everything given must outlive this.
+    /// every change. `loop` is run by `mainLoop`; everything given must outlive this.
     PipeWireAudioObjects(
         MainLoop& mainLoop, pw_loop* loop, const ProcProcessRegistry& processes,
         pipewire::AudioServer::Options options, StateListener stateChanged);

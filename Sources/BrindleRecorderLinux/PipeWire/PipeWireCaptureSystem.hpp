@@ -25,7 +25,7 @@ class PipeWireCaptureSystem final : public CaptureSystem {
     using StateListener = std::function<void(pipewire::AudioServerState)>;
 
     /// Connects at once and keeps trying. `stateChanged` is called from the main loop, once for
-    /// every change. `loop` is the loop that `mainLoop` runs; everything given must outlive this.
+    /// every change. `loop` is run by `mainLoop`; everything given must outlive this.
     /// There is a camera portal inside a sandbox only.
     PipeWireCaptureSystem(
         MainLoop& mainLoop, pw_loop* loop, pipewire::AudioServer::Options options, SystemLog& log,

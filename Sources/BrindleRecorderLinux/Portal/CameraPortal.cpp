@@ -1,6 +1,7 @@
 #include "BrindleRecorderLinux/Portal/CameraPortal.hpp"
 
 #include "BrindleRecorderApp/Recording/Uuid.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
 #include "BrindleRecorderLinux/SdBus/BusService.hpp"
 
@@ -42,7 +43,7 @@ class CameraPortal::Conversation {
   public:
     using Decided = std::function<void(AuthorizationStatus status, std::string_view why)>;
 
-    Conversation(pw_loop* loop, Decided decided)
+    Conversation(EventLoop& loop, Decided decided)
         : decided_{std::move(decided)}, bus_{loop, BusOnLoop::Which::session} {
         if (!bus_.isConnected()) {
             end(AuthorizationStatus::denied, "there is no session bus");
@@ -52,7 +53,7 @@ class CameraPortal::Conversation {
         sd_bus_set_method_call_timeout(bus_.get(), UINT64_MAX);
         service_.emplace(bus_, desktop, [this] { endIfItHasGone(); });
         meet();
-        bus_.dispatch();
+        bus_.wake();
     }
 
   private:
@@ -170,9 +171,8 @@ class CameraPortal::Conversation {
     BusSlot call_;
 };
 
-CameraPortal::CameraPortal(
-    MainLoop& mainLoop, pw_loop* loop, Log log, std::chrono::nanoseconds patience)
-    : mainLoop_{mainLoop}, loop_{loop}, log_{std::move(log)}, patience_{patience} {}
+CameraPortal::CameraPortal(EventLoop& loop, Log log, std::chrono::nanoseconds patience)
+    : loop_{loop}, log_{std::move(log)}, patience_{patience} {}
 
 CameraPortal::~CameraPortal() = default;
 
@@ -186,7 +186,7 @@ void CameraPortal::requestAccess(Answer answer) {
 }
 
 void CameraPortal::beginConversation() {
-    patienceTimer_ = mainLoop_.after(patience_, [this] { patienceIsOver(); });
+    patienceTimer_ = loop_.after(patience_, [this] { patienceIsOver(); });
     conversation_ = std::make_unique<Conversation>(
         loop_, [this](AuthorizationStatus status, std::string_view why) { decided(status, why); });
 }
@@ -206,8 +206,8 @@ void CameraPortal::patienceIsOver() {
 
 void CameraPortal::answerAll() {
     // Not from within the bus or from within the question: whoever is answered may do anything.
-    mainLoop_.post([answers = std::exchange(waiting_, {}),
-                    isGranted = status_ == AuthorizationStatus::authorized] {
+    loop_.post([answers = std::exchange(waiting_, {}),
+                isGranted = status_ == AuthorizationStatus::authorized] {
         for (const Answer& answer : answers) {
             answer(isGranted);
         }

@@ -11,9 +11,9 @@
 #include <string_view>
 #include <vector>
 
-struct pw_loop;
-
 namespace brindle {
+
+class EventLoop;
 
 /// Main thread only; nothing blocks. The portal is asked once while the program runs. What the user
 /// said before is the portal's to remember: it then answers without a dialog.
@@ -26,10 +26,8 @@ class CameraPortal {
     /// Time enough to read the portal's dialog.
     static constexpr std::chrono::seconds patienceWithTheUser{60};
 
-    /// Does nothing yet. `loop` is the loop that `mainLoop` runs; both must outlive this.
-    CameraPortal(
-        MainLoop& mainLoop, pw_loop* loop, Log log,
-        std::chrono::nanoseconds patience = patienceWithTheUser);
+    /// Does nothing yet. The loop must outlive this.
+    CameraPortal(EventLoop& loop, Log log, std::chrono::nanoseconds patience = patienceWithTheUser);
     ~CameraPortal();
     CameraPortal(const CameraPortal&) = delete;
     CameraPortal& operator=(const CameraPortal&) = delete;
@@ -50,8 +48,7 @@ class CameraPortal {
     void patienceIsOver();
     void answerAll();
 
-    MainLoop& mainLoop_;
-    pw_loop* loop_;
+    EventLoop& loop_;
     Log log_;
     std::chrono::nanoseconds patience_;
     AuthorizationStatus status_ = AuthorizationStatus::notDetermined;

@@ -9,7 +9,7 @@ namespace brindle {
 ProcProcessRegistry::ProcProcessRegistry(std::filesystem::path procFolder)
     : reader_{std::move(procFolder)} {}
 
-ProcProcessRegistry::ProcProcessRegistry(pw_loop* loop)
+ProcProcessRegistry::ProcProcessRegistry(EventLoop& loop)
     : ends_{std::make_unique<ProcessEnds>(loop, [this](std::int32_t pid) { memory_.erase(pid); })} {
 }
 

@@ -19,7 +19,7 @@ class ProcProcessRegistry final : public ProcessRegistry {
     explicit ProcProcessRegistry(std::filesystem::path procFolder = "/proc");
     /// Remembers what was read of a process until it ends, which the loop tells. The loop must
     /// outlive this.
-    explicit ProcProcessRegistry(pw_loop* loop);
+    explicit ProcProcessRegistry(EventLoop& loop);
 
     [[nodiscard]] std::int32_t ownProcessIdentifier() const override;
     [[nodiscard]] std::optional<std::string> bundleIdentifier(std::int32_t pid) const override;

@@ -1,6 +1,8 @@
 #include "BrindleRecorderLinux/Processes/ProcessEnds.hpp"
 
 #include "BrindleRecorderCore/Base/FileDescriptor.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
+#include "BrindleRecorderLinux/Loop/EventSource.hpp"
 
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -13,10 +15,10 @@ struct ProcessEnds::Watched {
     ProcessEnds& owner;
     std::int32_t pid;
     FileDescriptor descriptor; ///< readable once the process has ended
-    pipewire::SourceHandle source{};
+    EventSource source{};
 };
 
-ProcessEnds::ProcessEnds(pw_loop* loop, std::function<void(std::int32_t pid)> ended)
+ProcessEnds::ProcessEnds(EventLoop& loop, std::function<void(std::int32_t pid)> ended)
     : loop_{loop}, ended_{std::move(ended)} {}
 
 ProcessEnds::~ProcessEnds() = default;
@@ -34,18 +36,18 @@ bool ProcessEnds::watch(std::int32_t pid) {
         return false;
     }
     auto watched = std::make_unique<Watched>(Watched{*this, pid, FileDescriptor{number}});
-    watched->source = pipewire::SourceHandle{
-        pipewire::addReader(
-            loop_, watched->descriptor.number(),
-            [](void* data, int, std::uint32_t) {
-                auto& self = *static_cast<Watched*>(data);
-                ProcessEnds& owner = self.owner;
-                // Kept until the end of this call, which is its own.
-                const auto over = owner.watched_.extract(self.pid);
-                owner.ended_(self.pid);
-            },
-            watched.get()),
-        {loop_}};
+    // Not as a child: sd-event would collect its status, which is its parent's to do.
+    watched->source = addReader(
+        loop_.events(), watched->descriptor.number(),
+        [](sd_event_source*, int, std::uint32_t, void* data) {
+            auto& self = *static_cast<Watched*>(data);
+            ProcessEnds& owner = self.owner;
+            // Kept until the end of this call, which is its own.
+            const auto over = owner.watched_.extract(self.pid);
+            owner.ended_(self.pid);
+            return 0;
+        },
+        watched.get());
     if (watched->source == nullptr) {
         return false;
     }

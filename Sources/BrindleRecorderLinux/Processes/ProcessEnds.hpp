@@ -1,8 +1,6 @@
 // Tells when processes end that are not our children.
 #pragma once
 
-#include "BrindleRecorderLinux/PipeWire/Handles.hpp"
-
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -10,6 +8,8 @@
 #include <memory>
 
 namespace brindle {
+
+class EventLoop;
 
 /// Belongs to the thread of the loop, which must outlive it. Asks the kernel to be told, and looks
 /// at nothing meanwhile.
@@ -19,7 +19,7 @@ class ProcessEnds {
     static constexpr std::size_t mostProcesses = 512;
 
     /// `ended` is called by the loop, once for each watched process.
-    ProcessEnds(pw_loop* loop, std::function<void(std::int32_t pid)> ended);
+    ProcessEnds(EventLoop& loop, std::function<void(std::int32_t pid)> ended);
     ~ProcessEnds();
     ProcessEnds(const ProcessEnds&) = delete;
     ProcessEnds& operator=(const ProcessEnds&) = delete;
@@ -31,7 +31,7 @@ class ProcessEnds {
   private:
     struct Watched;
 
-    pw_loop* const loop_;
+    EventLoop& loop_;
     const std::function<void(std::int32_t)> ended_;
     std::map<std::int32_t, std::unique_ptr<Watched>> watched_;
 };

@@ -1,14 +1,14 @@
 #include "BrindleRecorderLinux/Program/QuitRequests.hpp"
 
 #include "BrindleRecorderApp/AppModel.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 
 #include <csignal>
 #include <utility>
 
 namespace brindle {
 
-QuitRequests::QuitRequests(PipeWireMainLoop& mainLoop, std::function<void()> leave)
+QuitRequests::QuitRequests(EventLoop& mainLoop, std::function<void()> leave)
     : mainLoop_{mainLoop}, leave_{std::move(leave)} {}
 
 bool QuitRequests::followSignals() {

@@ -6,13 +6,13 @@
 namespace brindle {
 
 class AppModel;
-class PipeWireMainLoop;
+class EventLoop;
 
 /// Main thread only.
 class QuitRequests {
   public:
     /// `leave` ends the main loop. Both must outlive this.
-    QuitRequests(PipeWireMainLoop& mainLoop, std::function<void()> leave);
+    QuitRequests(EventLoop& mainLoop, std::function<void()> leave);
     QuitRequests(const QuitRequests&) = delete;
     QuitRequests& operator=(const QuitRequests&) = delete;
 
@@ -27,7 +27,7 @@ class QuitRequests {
     void request();
 
   private:
-    PipeWireMainLoop& mainLoop_;
+    EventLoop& mainLoop_;
     std::function<void()> leave_;
     AppModel* model_ = nullptr;
     bool isQuitting_ = false;

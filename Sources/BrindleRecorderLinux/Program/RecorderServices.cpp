@@ -10,12 +10,13 @@
 #include "BrindleRecorderCore/Recordings/RecordingsFolder.hpp"
 #include "BrindleRecorderLinux/Files/JsonDefaultsStore.hpp"
 #include "BrindleRecorderLinux/Logind/LogindSystemEvents.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/Media/MediaEngineModule.hpp"
 #include "BrindleRecorderLinux/Media/QueuedMovieExporter.hpp"
 #include "BrindleRecorderLinux/PipeWire/AudioServerStateText.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSystem.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/PipeWire/PipeWireOnLoop.hpp"
 #include "BrindleRecorderLinux/Portal/CameraPortal.hpp"
 #include "BrindleRecorderLinux/Portal/Sandbox.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
@@ -34,36 +35,37 @@ namespace brindle {
 
 class RecorderServices::Implementation {
   public:
-    explicit Implementation(PipeWireMainLoop& loop) : mainLoop{loop} {}
+    explicit Implementation(EventLoop& loop) : mainLoop{loop} {}
     ~Implementation() { diagnosticLog.flush(); }
     Implementation(const Implementation&) = delete;
     Implementation& operator=(const Implementation&) = delete;
 
-    PipeWireMainLoop& mainLoop;
+    EventLoop& mainLoop;
     const SystemDateProvider wallClock;
     SteadyDateProvider clock{wallClock, timeSinceBoot};
     PosixFileManager files;
     DiagnosticLog& diagnosticLog = DiagnosticLog::shared();
     SyslogSystemLog systemLog;
     const EventLog log{diagnosticLog, systemLog, clock};
-    const ProcProcessRegistry processes{mainLoop.loop()};
+    const ProcProcessRegistry processes{mainLoop};
+    const pipewire::PipeWireOnLoop pipeWire{mainLoop};
     std::optional<SoundServerNotice> soundNotice; ///< once there is somebody to tell
     PipeWireAudioObjects audioObjects{
-        mainLoop, mainLoop.loop(), processes, pipewire::AudioServer::Options::ofThisSession(),
+        mainLoop, pipeWire.get(), processes, pipewire::AudioServer::Options::ofThisSession(),
         [this](pipewire::AudioServerState state) {
             log.both(EventLog::Level::info, pipewire::describe(state));
             noticeSound(state);
         }};
-    const DesktopWindowList windows{processes, mainLoop.loop(), [this] {
+    const DesktopWindowList windows{processes, mainLoop, [this] {
                                         return audioObjects.graph();
                                     }};
     const std::unique_ptr<CameraPortal> cameraPortal = makeCameraPortal();
     media::MediaEngineModule mediaEngine{SiblingProgram::path(SiblingProgram::mediaEngine)};
     PipeWireCaptureSystem captureSystem{
-        mainLoop,          mainLoop.loop(), pipewire::AudioServer::Options::ofThisSession(),
-        systemLog,         mediaEngine,     [](pipewire::AudioServerState) {},
+        mainLoop,          pipeWire.get(), pipewire::AudioServer::Options::ofThisSession(),
+        systemLog,         mediaEngine,    [](pipewire::AudioServerState) {},
         cameraPortal.get()};
-    LogindSystemEvents systemEvents{mainLoop.loop()};
+    LogindSystemEvents systemEvents{mainLoop};
     QueuedMovieExporter exporter{mainLoop, mediaEngine};
     JsonDefaultsStore defaults{
         files, JsonDefaultsStore::standardFile(), [this](std::string_view line) {
@@ -81,8 +83,7 @@ class RecorderServices::Implementation {
             return nullptr;
         }
         return std::make_unique<CameraPortal>(
-            mainLoop, mainLoop.loop(),
-            [this](std::string_view line) { log.both(EventLog::Level::info, line); });
+            mainLoop, [this](std::string_view line) { log.both(EventLog::Level::info, line); });
     }
 
     void noticeSound(pipewire::AudioServerState state) {
@@ -94,7 +95,7 @@ class RecorderServices::Implementation {
     }
 };
 
-RecorderServices::RecorderServices(PipeWireMainLoop& mainLoop)
+RecorderServices::RecorderServices(EventLoop& mainLoop)
     : implementation_{std::make_unique<Implementation>(mainLoop)} {}
 
 RecorderServices::~RecorderServices() = default;

@@ -9,13 +9,13 @@
 
 namespace brindle {
 
-class PipeWireMainLoop;
+class EventLoop;
 
 /// Main thread only.
 class RecorderServices {
   public:
     /// The loop must outlive the services.
-    explicit RecorderServices(PipeWireMainLoop& mainLoop);
+    explicit RecorderServices(EventLoop& mainLoop);
     /// Writes what the log still holds.
     ~RecorderServices();
     RecorderServices(const RecorderServices&) = delete;

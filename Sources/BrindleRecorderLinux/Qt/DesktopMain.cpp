@@ -9,7 +9,7 @@
 #include "BrindleRecorderLinux/DBus/DesktopNotifications.hpp"
 #include "BrindleRecorderLinux/Files/FolderLock.hpp"
 #include "BrindleRecorderLinux/Gio/AutostartEntry.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/Program/QuitRequests.hpp"
 #include "BrindleRecorderLinux/Program/RecorderServices.hpp"
 #include "BrindleRecorderLinux/Program/SiblingProgram.hpp"
@@ -85,7 +85,7 @@ struct GtkForItsLooksAlone {
 /// that Qt can reach.
 std::optional<int> run(int& argumentCount, char** arguments) {
     // Before any thread starts: Qt has threads of its own.
-    PipeWireMainLoop mainLoop;
+    EventLoop mainLoop;
     QuitRequests quitting{mainLoop, [] {
                               QCoreApplication::quit();
                           }};
@@ -106,7 +106,7 @@ std::optional<int> run(int& argumentCount, char** arguments) {
     const QApplication application{argumentCount, arguments};
     whileQtBegins.reset();
     const auto bus = QDBusConnection::sessionBus();
-    BusOnLoop sessionBus{mainLoop.loop(), BusOnLoop::Which::session};
+    BusOnLoop sessionBus{mainLoop, BusOnLoop::Which::session};
     if (!bus.isConnected() || !sessionBus.isConnected()) {
         return std::nullopt;
     }

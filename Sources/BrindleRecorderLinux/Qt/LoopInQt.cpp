@@ -1,11 +1,10 @@
 #include "BrindleRecorderLinux/Qt/LoopInQt.hpp"
 
-#include "BrindleRecorderLinux/PipeWire/PipeWireMainLoop.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 
 namespace brindle {
 
-LoopInQt::LoopInQt(PipeWireMainLoop& mainLoop)
-    : notifier_{mainLoop.descriptor(), QSocketNotifier::Read} {
+LoopInQt::LoopInQt(EventLoop& mainLoop) : notifier_{mainLoop.descriptor(), QSocketNotifier::Read} {
     QObject::connect(
         &notifier_, &QSocketNotifier::activated, &notifier_, [&mainLoop] { mainLoop.iterate(); });
 }

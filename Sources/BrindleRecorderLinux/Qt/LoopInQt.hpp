@@ -5,14 +5,14 @@
 
 namespace brindle {
 
-class PipeWireMainLoop;
+class EventLoop;
 
 /// Main thread only; needs a QCoreApplication. While it lives and Qt's loop runs, everything on the
 /// main loop runs from there: the sound server's events, timers, signals and posted work.
 class LoopInQt {
   public:
     /// The loop must outlive this.
-    explicit LoopInQt(PipeWireMainLoop& mainLoop);
+    explicit LoopInQt(EventLoop& mainLoop);
 
   private:
     QSocketNotifier notifier_;

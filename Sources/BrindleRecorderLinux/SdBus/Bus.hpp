@@ -1,26 +1,20 @@
 // A connection to a message bus, whatever loop serves it.
 #pragma once
 
+#include "BrindleRecorderLinux/Loop/Releaser.hpp"
+
 #include <systemd/sd-bus.h>
 
 #include <memory>
 
 namespace brindle {
 
-template <auto release>
-struct BusReleaser {
-    template <class Object>
-    void operator()(Object* object) const {
-        release(object);
-    }
-};
-
 /// A call that waits for its answer, or signals that are listened to: given up when it goes.
-using BusSlot = std::unique_ptr<sd_bus_slot, BusReleaser<sd_bus_slot_unref>>;
+using BusSlot = std::unique_ptr<sd_bus_slot, Releaser<sd_bus_slot_unref>>;
 /// Null where the bus is gone, which whoever is handed it takes for a failure.
-using BusMessage = std::unique_ptr<sd_bus_message, BusReleaser<sd_bus_message_unref>>;
+using BusMessage = std::unique_ptr<sd_bus_message, Releaser<sd_bus_message_unref>>;
 /// Closed without a last flush, which would wait for a bus that has not greeted us yet.
-using BusHandle = std::unique_ptr<sd_bus, BusReleaser<sd_bus_close_unref>>;
+using BusHandle = std::unique_ptr<sd_bus, Releaser<sd_bus_close_unref>>;
 
 /// Main thread only.
 class Bus {

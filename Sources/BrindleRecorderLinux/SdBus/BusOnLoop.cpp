@@ -1,18 +1,12 @@
 #include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
 
-#include <cstdint>
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 
 namespace brindle {
 
-BusOnLoop::EventHandle BusOnLoop::makeEvents() {
-    sd_event* events = nullptr;
-    return EventHandle{sd_event_new(&events) >= 0 ? events : nullptr};
-}
-
 BusHandle BusOnLoop::connect(sd_event* events, Which which) {
     sd_bus* bus = nullptr;
-    if (events == nullptr ||
-        (which == Which::session ? sd_bus_open_user(&bus) : sd_bus_open_system(&bus)) < 0) {
+    if ((which == Which::session ? sd_bus_open_user(&bus) : sd_bus_open_system(&bus)) < 0) {
         return nullptr;
     }
     BusHandle connected{bus};
@@ -22,34 +16,13 @@ BusHandle BusOnLoop::connect(sd_event* events, Which which) {
     return connected;
 }
 
-BusOnLoop::BusOnLoop(pw_loop* loop, Which which)
-    : loop_{loop}, events_{makeEvents()}, bus_{connect(events_.get(), which)} {
-    if (bus_) {
-        source_ = pipewire::SourceHandle{
-            pipewire::addReader(
-                loop, sd_event_get_fd(events_.get()),
-                [](void* self, int, std::uint32_t) { static_cast<BusOnLoop*>(self)->dispatch(); },
-                this),
-            {loop}};
-        wakeUp_ = pipewire::SourceHandle{
-            pipewire::addEvent(
-                loop, [](void* self, std::uint64_t) { static_cast<BusOnLoop*>(self)->dispatch(); },
-                this),
-            {loop}};
-        wake(); // the greeting is the first thing to be sent
-    }
-}
-
-void BusOnLoop::dispatch() {
-    // Each run does one thing, without waiting for the next.
-    while (sd_event_run(events_.get(), 0) > 0) {
-    }
+BusOnLoop::BusOnLoop(EventLoop& loop, Which which)
+    : loop_{loop}, bus_{connect(loop.events(), which)} {
+    wake(); // the greeting is the first thing to be sent
 }
 
 void BusOnLoop::wake() {
-    if (wakeUp_) {
-        pipewire::signalEvent(loop_, wakeUp_.get());
-    }
+    loop_.lookAgain();
 }
 
 } // namespace brindle

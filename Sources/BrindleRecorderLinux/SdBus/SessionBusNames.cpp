@@ -11,7 +11,7 @@ namespace brindle {
 
 namespace {
 
-using Credentials = std::unique_ptr<sd_bus_creds, BusReleaser<sd_bus_creds_unref>>;
+using Credentials = std::unique_ptr<sd_bus_creds, Releaser<sd_bus_creds_unref>>;
 
 /// Null when nobody has the name.
 Credentials askForOwner(sd_bus* bus, const std::string& name, std::uint64_t what) {

@@ -5,7 +5,7 @@
 namespace brindle {
 
 DesktopWindowList::DesktopWindowList(
-    const ProcessRegistry& processes, pw_loop* loop, StreamTitles::GraphSource graph)
+    const ProcessRegistry& processes, EventLoop& loop, StreamTitles::GraphSource graph)
     : wayland_{loop}, x11_{processes}, streams_{std::move(graph)} {}
 
 const WindowList& DesktopWindowList::source() const {

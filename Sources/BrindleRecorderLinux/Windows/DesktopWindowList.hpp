@@ -16,7 +16,7 @@ class DesktopWindowList final : public WindowList {
   public:
     /// Connects to what the environment names. Registry and loop must outlive this.
     DesktopWindowList(
-        const ProcessRegistry& processes, pw_loop* loop, StreamTitles::GraphSource graph);
+        const ProcessRegistry& processes, EventLoop& loop, StreamTitles::GraphSource graph);
 
     [[nodiscard]] bool titlesPermitted() const override;
     [[nodiscard]] std::optional<std::vector<WindowRecord>> windows() const override;

@@ -1,6 +1,7 @@
 #include "BrindleRecorderLinux/Windows/ToplevelConnection.hpp"
 
 #include "BrindleRecorderApp/Calls/MicActivityMonitor.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 
 #include <poll.h>
 #include <wayland-client-protocol.h>
@@ -53,7 +54,7 @@ class ToplevelConnection::Handle final : private ToplevelEvents {
 };
 
 std::unique_ptr<ToplevelConnection> ToplevelConnection::open(
-    pw_loop* loop, const std::optional<std::string>& display, std::size_t mostToplevels) {
+    EventLoop& loop, const std::optional<std::string>& display, std::size_t mostToplevels) {
     wl_display* const connected = wl_display_connect(display ? display->c_str() : nullptr);
     if (connected == nullptr) {
         return nullptr;
@@ -68,7 +69,7 @@ ToplevelConnection::ToplevelConnection(wl_display* display, std::size_t mostTopl
 
 ToplevelConnection::~ToplevelConnection() = default;
 
-bool ToplevelConnection::begin(pw_loop* loop) {
+bool ToplevelConnection::begin(EventLoop& loop) {
     static const wl_registry_listener registryListener{
         .global =
             [](void* data, wl_registry*, std::uint32_t name, const char* interface,
@@ -85,14 +86,13 @@ bool ToplevelConnection::begin(pw_loop* loop) {
     registry_.reset(reinterpret_cast<wl_proxy*>(registry));
     wl_registry_add_listener(registry, &registryListener, this);
 
-    reader_ = pipewire::SourceHandle{
-        pipewire::addReader(
-            loop, wl_display_get_fd(display_.get()),
-            [](void* data, int, std::uint32_t) {
-                static_cast<ToplevelConnection*>(data)->handleEvents();
-            },
-            this),
-        {loop}};
+    reader_ = addReader(
+        loop.events(), wl_display_get_fd(display_.get()),
+        [](sd_event_source*, int, std::uint32_t, void* data) {
+            static_cast<ToplevelConnection*>(data)->handleEvents();
+            return 0;
+        },
+        this);
     return reader_ != nullptr && synchronise();
 }
 

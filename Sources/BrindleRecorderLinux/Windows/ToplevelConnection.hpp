@@ -1,7 +1,7 @@
 // A connection to a Wayland compositor, and what it tells of other programs' windows.
 #pragma once
 
-#include "BrindleRecorderLinux/PipeWire/Handles.hpp"
+#include "BrindleRecorderLinux/Loop/EventSource.hpp"
 #include "BrindleRecorderLinux/Windows/ToplevelProtocols.hpp"
 
 #include <chrono>
@@ -11,6 +11,10 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+namespace brindle {
+class EventLoop;
+}
 
 namespace brindle::wayland {
 
@@ -30,7 +34,7 @@ class ToplevelConnection final : private ToplevelListEvents {
 
     /// Null when there is no compositor.
     static std::unique_ptr<ToplevelConnection>
-    open(pw_loop* loop, const std::optional<std::string>& display, std::size_t mostToplevels);
+    open(EventLoop& loop, const std::optional<std::string>& display, std::size_t mostToplevels);
     ~ToplevelConnection();
     ToplevelConnection(const ToplevelConnection&) = delete;
     ToplevelConnection& operator=(const ToplevelConnection&) = delete;
@@ -54,7 +58,7 @@ class ToplevelConnection final : private ToplevelListEvents {
     using Proxy = std::unique_ptr<wl_proxy, DestroyProxy>;
 
     ToplevelConnection(wl_display* display, std::size_t mostToplevels);
-    bool begin(pw_loop* loop);
+    bool begin(EventLoop& loop);
     bool synchronise();
     void globalAppeared(std::uint32_t name, std::string_view interface, std::uint32_t version);
     void answered();
@@ -75,7 +79,7 @@ class ToplevelConnection final : private ToplevelListEvents {
     Proxy sync_;
     Proxy list_;
     std::list<std::unique_ptr<Handle>> handles_;
-    pipewire::SourceHandle reader_;
+    EventSource reader_;
 };
 
 } // namespace brindle::wayland

@@ -15,7 +15,7 @@ constexpr std::chrono::milliseconds patience{500};
 
 } // namespace
 
-WaylandWindowList::WaylandWindowList(pw_loop* loop, std::optional<std::string> display)
+WaylandWindowList::WaylandWindowList(EventLoop& loop, std::optional<std::string> display)
     : loop_{loop}, display_{std::move(display)}, connection_{ToplevelConnection::open(
                                                      loop_, display_, mostWindows)} {
     if (connection_ != nullptr) {

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-struct pw_loop;
-
 namespace brindle {
+
+class EventLoop;
 
 namespace wayland {
 class ToplevelConnection;
@@ -29,7 +29,7 @@ class WaylandWindowList final : public WindowList {
     /// Connects, and waits up to half a second for the compositor to tell what is there; what comes
     /// later comes by the loop, which must outlive this. `display` as in WAYLAND_DISPLAY, which it
     /// replaces where given.
-    explicit WaylandWindowList(pw_loop* loop, std::optional<std::string> display = std::nullopt);
+    explicit WaylandWindowList(EventLoop& loop, std::optional<std::string> display = std::nullopt);
     ~WaylandWindowList() override;
     WaylandWindowList(const WaylandWindowList&) = delete;
     WaylandWindowList& operator=(const WaylandWindowList&) = delete;
@@ -38,7 +38,7 @@ class WaylandWindowList final : public WindowList {
     [[nodiscard]] std::optional<std::vector<WindowRecord>> windows() const override;
 
   private:
-    pw_loop* const loop_;
+    EventLoop& loop_;
     const std::optional<std::string> display_;
     mutable std::unique_ptr<wayland::ToplevelConnection> connection_; ///< null when there is none
 };
