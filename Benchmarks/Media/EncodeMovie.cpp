@@ -50,7 +50,9 @@ int encode(const char* picturePath, const char* soundPath, const char* moviePath
         std::chrono::seconds{5},
         [&writer](media::EncodedPacket packet) { check(writer->write(std::move(packet))); });
     check(encoder);
-    auto created = media::FragmentedMovieWriter::create(moviePath, (*encoder)->encoders());
+    auto file = capture::OutputFile::create(moviePath);
+    check(file);
+    auto created = media::FragmentedMovieWriter::create(std::move(*file), (*encoder)->encoders());
     check(created);
     writer = std::move(*created);
 

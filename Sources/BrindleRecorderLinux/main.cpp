@@ -2,6 +2,7 @@
 #include "BrindleRecorderApp/AppModel.hpp"
 #include "BrindleRecorderCore/Base/PosixFileManager.hpp"
 #include "BrindleRecorderCore/Recordings/RecordingsFolder.hpp"
+#include "BrindleRecorderLinux/CaptureChild/CaptureChildren.hpp"
 #include "BrindleRecorderLinux/CommandLine/ConvertCommand.hpp"
 #include "BrindleRecorderLinux/CommandLine/DevicesCommand.hpp"
 #include "BrindleRecorderLinux/CommandLine/HeadlessDesktop.hpp"
@@ -12,7 +13,6 @@
 #include "BrindleRecorderLinux/CommandLine/WhoCommand.hpp"
 #include "BrindleRecorderLinux/Files/FolderLock.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
-#include "BrindleRecorderLinux/Media/MediaEngineModule.hpp"
 #include "BrindleRecorderLinux/Program/QuitRequests.hpp"
 #include "BrindleRecorderLinux/Program/RecorderServices.hpp"
 #include "BrindleRecorderLinux/Program/SiblingProgram.hpp"
@@ -121,13 +121,17 @@ int run(const std::vector<std::string_view>& arguments) {
         });
     case Options::Command::showDevices:
         return runCommand([](EventLoop& mainLoop, FileManager& files) {
-            media::MediaEngineModule mediaEngine{SiblingProgram::path(SiblingProgram::mediaEngine)};
-            return DevicesCommand{mainLoop, files, mediaEngine}.run();
+            capture::CaptureChildren children{
+                mainLoop, SiblingProgram::path(SiblingProgram::capture)};
+            return DevicesCommand{mainLoop, files, children}.run();
         });
     case Options::Command::convertMovie:
         return runCommand([&](EventLoop& mainLoop, FileManager& files) {
-            media::MediaEngineModule mediaEngine{SiblingProgram::path(SiblingProgram::mediaEngine)};
-            return ConvertCommand{mainLoop, files, mediaEngine, options->movie}.run();
+            capture::CaptureChildren children{
+                mainLoop, SiblingProgram::path(SiblingProgram::capture), [](std::string_view line) {
+                    printLine(stderr, std::string{"brindle-recorder: "}.append(line));
+                }};
+            return ConvertCommand{mainLoop, files, children, options->movie}.run();
         });
     case Options::Command::showMenu:
         return TerminalMenu{}.print() ? exitSuccess : exitCouldNotRun;

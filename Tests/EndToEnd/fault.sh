@@ -79,3 +79,18 @@ quit_recorder() {
     kill -TERM "$recorder_pid"
     wait "$recorder_pid" || fail 'the program did not leave in good order'
 }
+
+has_ended() { [ ! -e "/proc/$1" ] || grep -q '^State:.Z' "/proc/$1/status"; }
+# The call goes on in another segment, which begins so many seconds after the fault.
+expect_next_segment() {
+    local fault_ms=$1 limit=$2 first=$segment
+    next_recording() { [ "$(last_segment)" != "$first" ]; }
+    wait_for 30 'the next recording' next_recording
+    gap=$(awk -v now="$(now_ms)" -v fault="$fault_ms" 'BEGIN { printf "%.1f", (now - fault) / 1000 }')
+    awk -v gap="$gap" -v limit="$limit" 'BEGIN { exit !(gap <= limit) }' ||
+        fail "the call goes on after $gap s, not $limit s at most"
+    segment=$(last_segment)
+    expect_note "$segment" "continues $first.mp4 after capture failure"
+    wait_for 60 'the next recording on the disk' has_fragments 1
+    segment=$first
+}

@@ -45,7 +45,8 @@ end_call() {
 
 log_has() { grep -qF "$1" "$log"; }
 log_count() { grep -cF "$1" "$log"; }
-media_library_is_loaded() { grep -q 'libavcodec' "/proc/$recorder_pid/maps"; }
+# The program that captures for the recorder, while there is one.
+capture_pid() { pgrep -P "$recorder_pid" -x brindle-capture; }
 # The capture file has grown beyond its header: at least one fragment is on the disk.
 first_fragment_is_written() { [ "$(stat -c %s "$recordings"/*.mov 2>/dev/null || echo 0)" -gt 20000 ]; }
 

@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/PipeWire/ArrivalQueue.hpp"
+#include "BrindleRecorderLinux/Capture/ArrivalQueue.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

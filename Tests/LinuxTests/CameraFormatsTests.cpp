@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/PipeWire/CameraFormats.hpp"
+#include "BrindleRecorderLinux/Capture/CameraFormats.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,10 @@
 #include "BrindleRecorderLinux/CommandLine/ConvertCommand.hpp"
 
 #include "BrindleRecorderCore/Base/PosixFileManager.hpp"
+#include "BrindleRecorderLinux/CaptureChild/CaptureChildren.hpp"
+#include "BrindleRecorderLinux/CaptureLink/OutputFile.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
-#include "BrindleRecorderLinux/Media/OutputFile.hpp"
 #include "LinuxTests/OutputCapture.hpp"
-#include "LinuxTests/TestMediaEngine.hpp"
 #include "MovieFixtures.hpp"
 #include "Support/EnvironmentVariable.hpp"
 
@@ -14,16 +14,19 @@
 namespace brindle {
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 
 class ConvertCommandTest : public testing::Test {
   protected:
     bool convert() {
         EventLoop loop;
+        return convertOn(loop);
+    }
+    bool convertOn(EventLoop& loop, const char* program = BRINDLE_CAPTURE_PROGRAM) {
         PosixFileManager files;
-        return ConvertCommand{loop,  files,           test::mediaEngine(),
-                              movie, output.stream(), errors.stream()}
-            .run();
+        capture::CaptureChildren children{loop, program};
+        return ConvertCommand{loop, files, children, movie, output.stream(), errors.stream()}.run();
     }
 
     test::MovieFolder folder;
@@ -57,7 +60,7 @@ TEST_F(ConvertCommandTest, KeepsAMovieOfWhichNothingCanBeRead) {
 }
 
 TEST_F(ConvertCommandTest, LeavesAMovieAloneThatIsBeingRecorded) {
-    const auto recording = media::OutputFile::create(movie);
+    const auto recording = capture::OutputFile::create(movie);
     ASSERT_TRUE(recording);
     EXPECT_FALSE(convert());
     EXPECT_THAT(errors.text(), HasSubstr("is being recorded right now"));
@@ -65,22 +68,31 @@ TEST_F(ConvertCommandTest, LeavesAMovieAloneThatIsBeingRecorded) {
 }
 
 TEST_F(ConvertCommandTest, ConvertsAMovieOnceItIsNoLongerBeingRecorded) {
-    { const auto recording = media::OutputFile::create(movie); }
-    EXPECT_FALSE(media::OutputFile::isBeingWritten(movie));
+    { const auto recording = capture::OutputFile::create(movie); }
+    EXPECT_FALSE(capture::OutputFile::isBeingWritten(movie));
 }
 
 TEST_F(ConvertCommandTest, KeepsTheMovieWhenItIsInterrupted) {
     test::makeRecording(movie);
     const test::Bytes before = test::readFile(movie);
     EventLoop loop;
-    PosixFileManager files;
     loop.quit(); // before the conversion has done anything
-    EXPECT_FALSE(
-        (ConvertCommand{loop, files, test::mediaEngine(), movie, output.stream(), errors.stream()}
-             .run()));
+    EXPECT_FALSE(convertOn(loop));
     EXPECT_THAT(errors.text(), HasSubstr("Export was cancelled. call.mov was kept."));
     EXPECT_EQ(test::readFile(movie), before);
     EXPECT_FALSE(std::filesystem::exists(mp4));
+}
+
+TEST_F(ConvertCommandTest, KeepsTheMovieWhereThereIsNoCaptureProgram) {
+    test::makeRecording(movie);
+    const test::Bytes before = test::readFile(movie);
+    EventLoop loop;
+    EXPECT_FALSE(convertOn(loop, "/nonexistent/brindle-recorder-capture"));
+    EXPECT_THAT(
+        errors.text(),
+        AllOf(HasSubstr("brindle-recorder-capture is missing"), HasSubstr("call.mov was kept.")));
+    EXPECT_EQ(test::readFile(movie), before);
+    EXPECT_EQ(output.text(), "");
 }
 
 } // namespace

@@ -1,10 +1,10 @@
 #include "BrindleRecorderLinux/CommandLine/DevicesCommand.hpp"
 
 #include "BrindleRecorderCore/Base/PosixFileManager.hpp"
+#include "BrindleRecorderLinux/CaptureChild/CaptureChildren.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "DesktopDevices.hpp"
 #include "LinuxTests/OutputCapture.hpp"
-#include "LinuxTests/TestMediaEngine.hpp"
 #include "Support/EnvironmentVariable.hpp"
 #include "Support/TemporaryFolder.hpp"
 
@@ -21,8 +21,8 @@ class DevicesCommandTest : public testing::Test {
     bool list() {
         EventLoop loop;
         PosixFileManager files;
-        return DevicesCommand{loop, files, test::mediaEngine(), output.stream(), errors.stream()}
-            .run();
+        capture::CaptureChildren children{loop, BRINDLE_CAPTURE_PROGRAM};
+        return DevicesCommand{loop, files, children, output.stream(), errors.stream()}.run();
     }
 
     test::OutputCapture output;

@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/PipeWire/LinkGuard.hpp"
+#include "BrindleRecorderLinux/Capture/LinkGuard.hpp"
 
 #include <gtest/gtest.h>
 

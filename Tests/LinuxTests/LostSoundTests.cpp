@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/PipeWire/LostSound.hpp"
+#include "BrindleRecorderLinux/Capture/LostSound.hpp"
 
 #include <gtest/gtest.h>
 

@@ -48,7 +48,9 @@ class MediaEncoderTest : public testing::Test {
             [this](EncodedPacket packet) { ASSERT_TRUE(writer_->write(std::move(packet))); });
         ASSERT_TRUE(opened);
         encoder_ = std::move(*opened);
-        auto created = FragmentedMovieWriter::create(movie_, encoder_->encoders());
+        auto file = capture::OutputFile::create(movie_);
+        ASSERT_TRUE(file);
+        auto created = FragmentedMovieWriter::create(std::move(*file), encoder_->encoders());
         ASSERT_TRUE(created);
         writer_ = std::move(*created);
     }

@@ -1,8 +1,9 @@
+#include "BrindleRecorderApp/Platform/MovieExporter.hpp"
+#include "BrindleRecorderLinux/CaptureLink/OutputFile.hpp"
+#include "BrindleRecorderLinux/FFmpeg/FileBytes.hpp"
+#include "BrindleRecorderLinux/FFmpeg/MovieDuration.hpp"
 #include "BrindleRecorderLinux/FFmpeg/PassthroughCopy.hpp"
-#include "BrindleRecorderLinux/Media/QueuedMovieExporter.hpp"
 #include "LinuxTests/MovieFixtures.hpp"
-#include "LinuxTests/TestMediaEngine.hpp"
-#include "Support/ManualMainLoop.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -11,9 +12,8 @@
 #include <cerrno>
 #include <cmath>
 #include <functional>
-#include <thread>
 
-#include <sys/mount.h>
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -31,8 +31,6 @@ using test::run;
 using test::TopLevelBox;
 using testing::HasSubstr;
 using Status = ExportSession::Status;
-
-constexpr std::chrono::seconds patience{60};
 
 struct Outcome {
     Status status = Status::unknown;
@@ -58,21 +56,29 @@ class MovieExport : public testing::Test {
 
     static std::filesystem::path fresh(const std::string& ending) { return folder().fresh(ending); }
 
-    Outcome
+    static Outcome
     exportMovie(const std::filesystem::path& source, const std::filesystem::path& destination) {
-        const auto session = exporter.makePassthroughExport(source);
-        if (!session) {
-            return {};
-        }
-        session->setOutput(destination, MovieFileType::mpeg4);
-        bool completed = false;
-        session->exportAsynchronously([&] { completed = true; });
-        EXPECT_TRUE(mainLoop.runUntil([&] { return completed; }, patience)) << source;
-        return {session->status(), session->error(), session->damagedBytesLeftOut()};
+        CopyControl control;
+        auto file = FileDescriptor::open(source, O_RDONLY);
+        EXPECT_TRUE(file) << source;
+        const auto bytes = media::FileBytes::of(std::move(*file), control.cancelled);
+        EXPECT_TRUE(bytes) << source;
+        const auto copied = copyMovie(
+            **bytes, [&] { return capture::OutputFile::create(destination); }, control);
+        return {
+            copied ? Status::completed : Status::failed,
+            copied ? std::nullopt : std::optional{copied.error()}, control.damagedBytes};
+    }
+
+    /// A new file for every copy.
+    static media::MakeDestination newFile() {
+        return [] {
+            return capture::OutputFile::create(fresh(".mp4"));
+        };
     }
 
     /// Writes the bytes to a file and exports it.
-    Outcome exportBytes(const Bytes& bytes, const std::filesystem::path& destination) {
+    static Outcome exportBytes(const Bytes& bytes, const std::filesystem::path& destination) {
         const auto source = fresh(".mov");
         test::writeFile(source, bytes);
         const Outcome outcome = exportMovie(source, destination);
@@ -80,15 +86,13 @@ class MovieExport : public testing::Test {
         return outcome;
     }
 
-    std::optional<Seconds> durationOf(const std::filesystem::path& movie) {
-        std::optional<std::optional<Seconds>> answer;
-        exporter.loadDuration(movie, [&](std::optional<Seconds> duration) { answer = duration; });
-        EXPECT_TRUE(mainLoop.runUntil([&] { return answer.has_value(); }, patience));
-        return answer.value_or(std::nullopt);
+    static std::optional<Seconds> durationOf(const std::filesystem::path& movie) {
+        const std::atomic<bool> cancelled = false;
+        auto file = FileDescriptor::open(movie, O_RDONLY);
+        EXPECT_TRUE(file) << movie;
+        const auto bytes = media::FileBytes::of(std::move(*file), cancelled);
+        return bytes ? media::readableDuration(**bytes) : std::nullopt;
     }
-
-    test::ManualMainLoop mainLoop;
-    QueuedMovieExporter exporter{mainLoop, test::mediaEngine()};
 
   private:
     static test::MovieFolder& folder() {
@@ -748,128 +752,6 @@ TEST_F(MovieExport, NothingInAnIndexMakesTheOutputHoldMoreThanTheSource) {
     EXPECT_GT(converted, 0);
 }
 
-TEST_F(MovieExport, HasNoSessionForWhatIsNoFile) {
-    EXPECT_EQ(exporter.makePassthroughExport(fresh(".mov")), nullptr);
-    EXPECT_EQ(exporter.makePassthroughExport("/"), nullptr);
-    const auto pipe = fresh(".mov");
-    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-    EXPECT_EQ(exporter.makePassthroughExport(pipe), nullptr);
-    EXPECT_EQ(durationOf(fresh(".mov")), std::nullopt);
-    EXPECT_EQ(durationOf("/"), std::nullopt);
-    EXPECT_EQ(durationOf(pipe), std::nullopt);
-}
-
-TEST_F(MovieExport, SaysWhenTheSourceHasGone) {
-    const auto source = fresh(".mov");
-    test::writeFile(source, recordingBytes());
-    const auto session = exporter.makePassthroughExport(source);
-    ASSERT_NE(session, nullptr);
-    std::filesystem::remove(source);
-    session->setOutput(fresh(".mp4"), MovieFileType::mpeg4);
-    bool completed = false;
-    session->exportAsynchronously([&] { completed = true; });
-    ASSERT_TRUE(mainLoop.runUntil([&] { return completed; }, patience));
-    EXPECT_EQ(session->status(), Status::failed);
-    ASSERT_TRUE(session->error());
-    EXPECT_EQ(session->error()->domain, "POSIX");
-    EXPECT_EQ(session->error()->code, ENOENT);
-}
-
-TEST_F(MovieExport, NeverWritesOverAFileThatIsThere) {
-    const auto output = fresh(".mp4");
-    test::writeFile(output, {1, 2, 3});
-    const Outcome outcome = exportMovie(recording(), output);
-    EXPECT_EQ(outcome.status, Status::failed);
-    ASSERT_TRUE(outcome.error);
-    EXPECT_EQ(outcome.error->domain, "POSIX");
-    EXPECT_EQ(outcome.error->code, EEXIST);
-    EXPECT_EQ(test::readFile(output), (Bytes{1, 2, 3}));
-}
-
-TEST_F(MovieExport, WritesMpeg4AndNothingElse) {
-    const auto session = exporter.makePassthroughExport(recording());
-    EXPECT_EQ(session->supportedFileTypes(), std::vector{MovieFileType::mpeg4});
-    const auto output = fresh(".mov");
-    session->setOutput(output, MovieFileType::quickTime);
-    bool completed = false;
-    session->exportAsynchronously([&] { completed = true; });
-    ASSERT_TRUE(mainLoop.runUntil([&] { return completed; }, patience));
-    EXPECT_EQ(session->status(), Status::failed);
-    EXPECT_FALSE(std::filesystem::exists(output));
-}
-
-TEST_F(MovieExport, FailsWithTheSystemsErrorWhenTheDiskIsFull) {
-    const auto disk = fresh("-disk");
-    std::filesystem::create_directory(disk);
-    if (mount("tmpfs", disk.c_str(), "tmpfs", 0, "size=1m") != 0) {
-        GTEST_SKIP() << "a small file system needs the right to mount one";
-    }
-    const Outcome outcome = exportMovie(recording(), disk / "full.mp4");
-    umount2(disk.c_str(), MNT_DETACH);
-    EXPECT_EQ(outcome.status, Status::failed);
-    ASSERT_TRUE(outcome.error);
-    EXPECT_EQ(outcome.error->domain, "POSIX");
-    EXPECT_EQ(outcome.error->code, ENOSPC);
-    EXPECT_EQ(outcome.error->description, "No space left on device");
-}
-
-TEST_F(MovieExport, FailsWhenTheFolderIsMissing) {
-    const Outcome outcome = exportMovie(recording(), fresh("") / "output.mp4");
-    EXPECT_EQ(outcome.status, Status::failed);
-    ASSERT_TRUE(outcome.error);
-    EXPECT_EQ(outcome.error->code, ENOENT);
-}
-
-TEST_F(MovieExport, IsCancelledBeforeItBegins) {
-    const auto session = exporter.makePassthroughExport(recording());
-    const auto output = fresh(".mp4");
-    session->setOutput(output, MovieFileType::mpeg4);
-    session->cancel();
-    bool completed = false;
-    session->exportAsynchronously([&] { completed = true; });
-    EXPECT_EQ(session->status(), Status::exporting);
-    ASSERT_TRUE(mainLoop.runUntil([&] { return completed; }, patience));
-    EXPECT_EQ(session->status(), Status::cancelled);
-    EXPECT_FALSE(std::filesystem::exists(output));
-}
-
-TEST_F(MovieExport, ASessionThatGoesWhileItRunsTellsNobody) {
-    bool told = false;
-    for (int round = 0; round < 20; ++round) {
-        auto running = exporter.makePassthroughExport(recording());
-        auto waiting = exporter.makePassthroughExport(recording());
-        running->setOutput(fresh(".mp4"), MovieFileType::mpeg4);
-        waiting->setOutput(fresh(".mp4"), MovieFileType::mpeg4);
-        running->exportAsynchronously([&] { told = true; });
-        waiting->exportAsynchronously([&] { told = true; });
-        // Every other time it is well on its way.
-        const auto deadline = std::chrono::steady_clock::now() + patience;
-        while (round % 2 == 0 && running->progress() == 0) {
-            ASSERT_LT(std::chrono::steady_clock::now(), deadline);
-            std::this_thread::yield();
-        }
-    }
-    // Later work of the same thread comes after whatever the sessions could still have done.
-    EXPECT_TRUE(durationOf(recording()));
-    mainLoop.runPosted();
-    EXPECT_FALSE(told);
-}
-
-TEST_F(MovieExport, OutlivesNothingThatItHandedOut) {
-    std::shared_ptr<ExportSession> session;
-    std::optional<std::optional<Seconds>> duration;
-    bool completed = false;
-    {
-        QueuedMovieExporter shortLived{mainLoop, test::mediaEngine()};
-        session = shortLived.makePassthroughExport(recording());
-        session->setOutput(fresh(".mp4"), MovieFileType::mpeg4);
-        session->exportAsynchronously([&] { completed = true; });
-        shortLived.loadDuration(recording(), [&](auto answer) { duration = answer; });
-    }
-    EXPECT_TRUE(mainLoop.runUntil([&] { return completed && duration.has_value(); }, patience));
-    EXPECT_EQ(session->status(), Status::completed);
-}
-
 /// Calls a function at every read.
 class WatchedBytes final : public test::MemoryBytes {
   public:
@@ -895,7 +777,7 @@ TEST_F(MovieExport, EndsSoonAfterItHasBeenCancelledInTheMiddle) {
                             control.cancelled = control.cancelled || control.progress > 0.4;
                             return 0;
                         }};
-    const auto copied = copyMovie(source, fresh(".mp4"), control);
+    const auto copied = copyMovie(source, newFile(), control);
     ASSERT_FALSE(copied);
     EXPECT_EQ(copied.error().code, ECANCELED);
     EXPECT_LT(control.progress, 0.7);
@@ -909,7 +791,7 @@ TEST_F(MovieExport, TellsItsProgressWithoutEverGoingBack) {
                             seen.push_back(control.progress);
                             return 0;
                         }};
-    ASSERT_TRUE(copyMovie(source, fresh(".mp4"), control));
+    ASSERT_TRUE(copyMovie(source, newFile(), control));
     EXPECT_TRUE(std::ranges::is_sorted(seen));
     EXPECT_GE(std::ranges::count_if(seen, [](double part) { return part > 0 && part < 1; }), 5);
     EXPECT_EQ(control.progress, 1);
@@ -920,7 +802,7 @@ TEST_F(MovieExport, DoesNotTakeAReadErrorForTheEndOfTheMovie) {
     WatchedBytes source{recordingBytes(), [&] {
                             return control.progress > 0.5 ? EIO : 0;
                         }};
-    const auto copied = copyMovie(source, fresh(".mp4"), control);
+    const auto copied = copyMovie(source, newFile(), control);
     ASSERT_FALSE(copied);
     EXPECT_EQ(copied.error().domain, "POSIX");
     EXPECT_EQ(copied.error().code, EIO);

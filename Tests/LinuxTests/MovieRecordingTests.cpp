@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/FFmpeg/FFmpegMovieRecording.hpp"
+#include "BrindleRecorderLinux/FFmpeg/MovieRecording.hpp"
 
 #include "MovieInspection.hpp"
 #include "Support/TemporaryFolder.hpp"
@@ -9,7 +9,6 @@
 #include <atomic>
 #include <cerrno>
 #include <condition_variable>
-#include <fstream>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -39,8 +38,8 @@ constexpr AudioOutputSettings audio{.numberOfChannels = 1, .sampleRate = 48'000,
 /// What the finish callback said, and how often.
 class Finish {
   public:
-    MovieFileOutput::FinishCallback callback() {
-        return [this](const std::filesystem::path&, std::optional<PlatformError> error) {
+    MovieRecording::FinishCallback callback() {
+        return [this](std::optional<PlatformError> error) {
             const std::lock_guard lock{mutex_};
             ++count_;
             error_ = std::move(error);
@@ -66,6 +65,12 @@ class Finish {
     int count_ = 0;
     std::optional<PlatformError> error_;
 };
+
+capture::OutputFile newFile(const std::filesystem::path& path) {
+    auto file = capture::OutputFile::create(path);
+    EXPECT_TRUE(file) << path;
+    return std::move(*file);
+}
 
 bool eventually(const std::function<bool()>& condition) {
     const auto limit = std::chrono::steady_clock::now() + seconds{30};
@@ -129,7 +134,7 @@ class MovieRecordingTest : public testing::Test {
 };
 
 TEST_F(MovieRecordingTest, ReportsTheFinishOnceWhenTheFileIsComplete) {
-    FFmpegMovieRecording recording{movie_, bothTracks(), finish_.callback()};
+    MovieRecording recording{newFile(movie_), bothTracks(), finish_.callback()};
     EXPECT_TRUE(recording.isActive());
     Devices devices{recording};
     ASSERT_TRUE(devices.deliver(Seconds{3}));
@@ -146,7 +151,7 @@ TEST_F(MovieRecordingTest, ReportsTheFinishOnceWhenTheFileIsComplete) {
 }
 
 TEST_F(MovieRecordingTest, IsForTheUserAlone) {
-    FFmpegMovieRecording recording{movie_, bothTracks(), finish_.callback()};
+    MovieRecording recording{newFile(movie_), bothTracks(), finish_.callback()};
     ASSERT_TRUE(eventually([this] { return std::filesystem::exists(movie_); }));
     struct stat status {};
     ASSERT_EQ(stat(movie_.c_str(), &status), 0);
@@ -154,36 +159,17 @@ TEST_F(MovieRecordingTest, IsForTheUserAlone) {
 }
 
 TEST_F(MovieRecordingTest, HasItsHeaderOnTheDiskBeforeTheFirstSample) {
-    FFmpegMovieRecording recording{movie_, bothTracks(), finish_.callback()};
+    MovieRecording recording{newFile(movie_), bothTracks(), finish_.callback()};
     EXPECT_TRUE(eventually([this] {
         return test::boxes(movie_) == std::vector<std::string>{"ftyp", "moov"};
     }));
     EXPECT_EQ(recording.recordedDuration(), Seconds{0});
 }
 
-TEST_F(MovieRecordingTest, NeverWritesOverAFile) {
-    std::ofstream{movie_} << "precious";
-    FFmpegMovieRecording recording{movie_, bothTracks(), finish_.callback()};
-    ASSERT_TRUE(finish_.wait());
-    ASSERT_TRUE(finish_.error());
-    EXPECT_EQ(finish_.error()->domain, "POSIX");
-    EXPECT_EQ(finish_.error()->code, EEXIST);
-    EXPECT_EQ(std::filesystem::file_size(movie_), 8U);
-}
-
-TEST_F(MovieRecordingTest, ReportsAFolderThatIsNotThere) {
-    FFmpegMovieRecording recording{
-        folder_.path() / "none" / "movie.mov", bothTracks(), finish_.callback()};
-    ASSERT_TRUE(finish_.wait());
-    EXPECT_EQ(finish_.error()->code, ENOENT);
-    recording.finish();
-    EXPECT_EQ(finish_.count(), 1);
-}
-
 TEST_F(MovieRecordingTest, ReportsSettingsThatTheEncoderRefuses) {
     MovieRecording::Settings settings = bothTracks();
     settings.video->width = 641;
-    FFmpegMovieRecording recording{movie_, settings, finish_.callback()};
+    MovieRecording recording{newFile(movie_), settings, finish_.callback()};
     ASSERT_TRUE(finish_.wait());
     EXPECT_TRUE(finish_.error());
 }
@@ -192,7 +178,7 @@ TEST_F(MovieRecordingTest, CanBeStoppedWhileItStarts) {
     for (int attempt = 0; attempt < 20; ++attempt) {
         Finish finish;
         const auto path = folder_.path() / (std::to_string(attempt) + ".mov");
-        FFmpegMovieRecording recording{path, bothTracks(), finish.callback()};
+        MovieRecording recording{newFile(path), bothTracks(), finish.callback()};
         recording.finish();
         EXPECT_EQ(finish.count(), 1);
         EXPECT_FALSE(finish.error());
@@ -202,7 +188,7 @@ TEST_F(MovieRecordingTest, CanBeStoppedWhileItStarts) {
 TEST_F(MovieRecordingTest, NoticesThatItsFolderWasRemoved) {
     const auto folder = folder_.path() / "recordings";
     std::filesystem::create_directory(folder);
-    FFmpegMovieRecording recording{folder / "movie.mov", bothTracks(), finish_.callback()};
+    MovieRecording recording{newFile(folder / "movie.mov"), bothTracks(), finish_.callback()};
     Devices devices{recording};
     ASSERT_TRUE(devices.deliver(Seconds{2}));
     std::filesystem::remove_all(folder);
@@ -221,7 +207,7 @@ TEST_F(MovieRecordingTest, EndsWithTheLastCompleteFragmentWhenTheDiskIsFull) {
         GTEST_SKIP() << "this system lets nobody mount a small disk";
     }
     {
-        FFmpegMovieRecording recording{disk / "movie.mov", bothTracks(), finish_.callback()};
+        MovieRecording recording{newFile(disk / "movie.mov"), bothTracks(), finish_.callback()};
         Devices devices{recording};
         devices.noisy = true;
         EXPECT_TRUE(devices.deliver(Seconds{60}));
@@ -250,7 +236,7 @@ TEST_F(MovieRecordingTest, ReportsTheFinishEvenWhenTheEncoderNeverAnswers) {
         return monotonicNow();
     };
     {
-        FFmpegMovieRecording recording{movie_, settings, finish_.callback()};
+        MovieRecording recording{newFile(movie_), settings, finish_.callback()};
         Devices devices{recording};
         ASSERT_TRUE(devices.deliver(Seconds{4}));
         *hangs = true;
@@ -265,7 +251,7 @@ TEST_F(MovieRecordingTest, ReportsTheFinishEvenWhenTheEncoderNeverAnswers) {
 }
 
 TEST_F(MovieRecordingTest, CountsThePicturesThatWereLostOnTheWayToIt) {
-    FFmpegMovieRecording recording{movie_, bothTracks(), finish_.callback()};
+    MovieRecording recording{newFile(movie_), bothTracks(), finish_.callback()};
     const Moment begin = monotonicNow();
     for (int index = 0; index < 10; ++index) {
         auto picture = greyPicture(begin + Moment{seconds{1}} * index / 30, 100, 320, 240);
@@ -277,7 +263,7 @@ TEST_F(MovieRecordingTest, CountsThePicturesThatWereLostOnTheWayToIt) {
 }
 
 TEST_F(MovieRecordingTest, DropsPicturesInsteadOfWaitingForTheEncoder) {
-    FFmpegMovieRecording recording{movie_, bothTracks(), finish_.callback()};
+    MovieRecording recording{newFile(movie_), bothTracks(), finish_.callback()};
     const Moment begin = monotonicNow();
     // Far more than can be encoded in that time.
     for (int index = 0; index < 600; ++index) {
@@ -291,7 +277,7 @@ TEST_F(MovieRecordingTest, DropsPicturesInsteadOfWaitingForTheEncoder) {
 
 TEST_F(MovieRecordingTest, IsEndedByItsDestruction) {
     {
-        FFmpegMovieRecording recording{movie_, bothTracks(), finish_.callback()};
+        MovieRecording recording{newFile(movie_), bothTracks(), finish_.callback()};
         Devices devices{recording};
         ASSERT_TRUE(devices.deliver(Seconds{2}));
     }

@@ -1,7 +1,7 @@
-#include "BrindleRecorderLinux/PipeWire/CaptureConnection.hpp"
+#include "BrindleRecorderLinux/Capture/CaptureConnection.hpp"
 
 #include "BrindleRecorderApp/Recording/CaptureConfiguration.hpp"
-#include "BrindleRecorderLinux/PipeWire/WaitingMedia.hpp"
+#include "BrindleRecorderLinux/Capture/WaitingMedia.hpp"
 #include "DesktopDevices.hpp"
 #include "MovieInspection.hpp"
 #include "ServerGate.hpp"

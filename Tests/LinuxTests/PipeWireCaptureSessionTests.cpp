@@ -1,10 +1,11 @@
-#include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSession.hpp"
+#include "BrindleRecorderLinux/CaptureChild/ChildCaptureSession.hpp"
 
 #include "BrindleRecorderApp/Recording/CaptureConfiguration.hpp"
+#include "BrindleRecorderLinux/CaptureChild/CaptureChildren.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "DesktopDevices.hpp"
-#include "LinuxTests/TestMediaEngine.hpp"
+#include "LinuxTests/WaitOnLoop.hpp"
 #include "MovieInspection.hpp"
-#include "Support/ManualMainLoop.hpp"
 #include "Support/TemporaryFolder.hpp"
 #include "SyntheticMedia.hpp"
 #include "TestCamera.hpp"
@@ -35,23 +36,11 @@ class QuietLog final : public SystemLog {
     void write(Level /*level*/, std::string_view /*line*/) override {}
 };
 
-bool eventually(test::ManualMainLoop& loop, const std::function<bool()>& condition) {
-    const auto limit = std::chrono::steady_clock::now() + seconds{40};
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > limit) {
-            return false;
-        }
-        loop.runPosted();
-        std::this_thread::sleep_for(milliseconds{10});
-    }
-    return true;
-}
-
 /// A session with one output, as the recorder puts it together.
 class Rig {
   public:
     Rig(const std::optional<std::string>& camera, const std::optional<std::string>& microphone)
-        : session_{std::make_shared<PipeWireCaptureSession>(loop_, log_, test::mediaEngine())} {
+        : session_{std::make_shared<ChildCaptureSession>(loop_, log_, children_)} {
         session_->beginConfiguration();
         add(camera, MediaType::video);
         add(microphone, MediaType::audio);
@@ -84,7 +73,7 @@ class Rig {
     void stop() { output_->stopRecording(); }
 
     testing::AssertionResult waitForDuration(Seconds duration) {
-        if (eventually(
+        if (waitUntil(
                 loop_,
                 [&] {
                     return output_->recordedDuration() >= duration || !runtimeErrors.empty();
@@ -98,12 +87,12 @@ class Rig {
     }
 
     bool waitForRuntimeError() {
-        return eventually(loop_, [&] { return !runtimeErrors.empty(); });
+        return waitUntil(loop_, [&] { return !runtimeErrors.empty(); });
     }
 
     [[nodiscard]] MovieFileOutput& output() { return *output_; }
     [[nodiscard]] CaptureSession& session() { return *session_; }
-    [[nodiscard]] test::ManualMainLoop& loop() { return loop_; }
+    [[nodiscard]] EventLoop& loop() { return loop_; }
 
     std::vector<std::string> runtimeErrors;
     std::vector<std::string> finishes;
@@ -113,7 +102,7 @@ class Rig {
         if (!name) {
             return;
         }
-        const auto input = session_->makeInput(std::make_shared<PipeWireCaptureDevice>(
+        const auto input = session_->makeInput(std::make_shared<ChildCaptureDevice>(
             CaptureDeviceInfo{.uniqueID = *name, .localizedName = *name}, mediaType));
         ASSERT_TRUE(input);
         ASSERT_TRUE(session_->canAddInput(*input));
@@ -121,10 +110,11 @@ class Rig {
         EXPECT_FALSE(session_->canAddInput(*input)) << "one of each kind";
     }
 
-    test::ManualMainLoop loop_;
+    EventLoop loop_;
     QuietLog log_;
+    capture::CaptureChildren children_{loop_, BRINDLE_CAPTURE_PROGRAM};
     std::mutex mutex_;
-    std::shared_ptr<PipeWireCaptureSession> session_;
+    std::shared_ptr<ChildCaptureSession> session_;
     std::shared_ptr<MovieFileOutput> output_;
     std::unique_ptr<Observation> errors_;
 };
@@ -353,7 +343,7 @@ TEST_F(PipeWireCaptureSessionTest, HasRecordedNothingWhileACameraDeliversNothing
     Rig rig{"silent-cam", "virt-mic"};
     const auto begin = std::chrono::steady_clock::now();
     rig.start(movie_);
-    EXPECT_TRUE(eventually(
+    EXPECT_TRUE(waitUntil(
         rig.loop(), [begin] { return std::chrono::steady_clock::now() - begin > seconds{4}; }));
     EXPECT_EQ(rig.output().recordedDuration(), Seconds{0});
     EXPECT_TRUE(rig.output().isRecording());
@@ -412,9 +402,9 @@ TEST_F(PipeWireCaptureSessionTest, LeavesAReadableFileWhenItIsKilled) {
         {std::filesystem::read_symlink("/proc/self/exe").string(),
          "--gtest_filter=PipeWireCaptureSessionTest.DISABLED_RecordsUntilItIsKilled",
          "--gtest_also_run_disabled_tests"}};
-    test::ManualMainLoop loop;
+    EventLoop loop;
     EXPECT_TRUE(
-        eventually(loop, [this] { return std::filesystem::exists(movie_.string() + ".ready"); }));
+        waitUntil(loop, [this] { return std::filesystem::exists(movie_.string() + ".ready"); }));
     recorder.signal(SIGKILL);
     EXPECT_EQ(recorder.wait(), -SIGKILL);
     // Two fragments were complete, and nothing after them is half written.

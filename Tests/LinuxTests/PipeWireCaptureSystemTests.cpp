@@ -1,13 +1,13 @@
 #include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSystem.hpp"
 
 #include "BrindleRecorderApp/Recording/CaptureConfiguration.hpp"
+#include "BrindleRecorderLinux/CaptureChild/CaptureChildren.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireOnLoop.hpp"
 #include "BrindleRecorderLinux/Portal/CameraPortal.hpp"
 #include "DesktopDevices.hpp"
 #include "LinuxTests/BareBus.hpp"
 #include "LinuxTests/ScriptedCameraPortal.hpp"
-#include "LinuxTests/TestMediaEngine.hpp"
 #include "MovieInspection.hpp"
 #include "Support/TemporaryFolder.hpp"
 #include "SyntheticMedia.hpp"
@@ -70,13 +70,13 @@ class PipeWireCaptureSystemTest : public testing::Test {
     EventLoop loop_;
     pipewire::PipeWireOnLoop pipeWire_{loop_};
     SilentLog log_;
+    capture::CaptureChildren children_{loop_, BRINDLE_CAPTURE_PROGRAM};
 };
 
 TEST_F(PipeWireCaptureSystemTest, FindsTheSessionsDevices) {
     const test::TestCamera camera{"found-cam", test::TestCamera::i420()};
     PipeWireCaptureSystem system{
-        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(), log_,
-        test::mediaEngine()};
+        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(), log_, children_};
     ASSERT_TRUE(runUntil([&] {
         return has(system, MediaType::video, "found-cam") &&
                has(system, MediaType::audio, "virt-mic");
@@ -97,8 +97,7 @@ TEST_F(PipeWireCaptureSystemTest, FindsTheSessionsDevices) {
 
 TEST_F(PipeWireCaptureSystemTest, TellsOfDevicesThatComeAndGo) {
     PipeWireCaptureSystem system{
-        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(), log_,
-        test::mediaEngine()};
+        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(), log_, children_};
     int changes = 0;
     auto observation = system.observeDevices([&changes] { ++changes; });
     ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
@@ -120,8 +119,7 @@ TEST_F(PipeWireCaptureSystemTest, TellsOfDevicesThatComeAndGo) {
 TEST_F(PipeWireCaptureSystemTest, FollowsTheSessionsDefaultCamera) {
     const test::TestCamera one{"chosen-cam", test::TestCamera::i420()};
     PipeWireCaptureSystem system{
-        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(), log_,
-        test::mediaEngine()};
+        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(), log_, children_};
     ASSERT_TRUE(runUntil([&] { return has(system, MediaType::video, "chosen-cam"); }));
     ASSERT_TRUE(test::outputOf("pw-metadata 0 default.configured.video.source"
                                " '{\"name\":\"chosen-cam\"}' Spa:String:JSON"));
@@ -134,8 +132,7 @@ TEST_F(PipeWireCaptureSystemTest, FollowsTheSessionsDefaultCamera) {
 
 TEST_F(PipeWireCaptureSystemTest, OpensWhatItFinds) {
     PipeWireCaptureSystem system{
-        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(), log_,
-        test::mediaEngine()};
+        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(), log_, children_};
     ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
     EXPECT_EQ(system.device("nobody"), nullptr);
     const auto device = system.device("virt-mic");
@@ -153,7 +150,7 @@ TEST_F(PipeWireCaptureSystemTest, DeniesNothingBeforeItIsKnownWhetherAServerAnsw
         pipeWire_.get(),
         {.remote = "nobody-answers-here", .runtimeFolder = "/nonexistent"},
         log_,
-        test::mediaEngine(),
+        children_,
         [&state](pipewire::AudioServerState answer) {
             state = answer;
         }};
@@ -166,8 +163,7 @@ TEST_F(PipeWireCaptureSystemTest, DeniesNothingBeforeItIsKnownWhetherAServerAnsw
 
 TEST_F(PipeWireCaptureSystemTest, GrantsAccessWhileTheServerAnswers) {
     PipeWireCaptureSystem system{
-        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(), log_,
-        test::mediaEngine()};
+        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(), log_, children_};
     ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
     std::optional<bool> granted;
     system.requestAccess(MediaType::audio, [&granted](bool answer) { granted = answer; });
@@ -181,8 +177,8 @@ TEST_F(PipeWireCaptureSystemTest, InASandboxTheCameraNeedsThePortalsLeaveAndTheM
     CameraPortal access{loop_, [](std::string_view) {
                         }};
     PipeWireCaptureSystem system{
-        loop_,  pipeWire_.get(),     pipewire::AudioServer::Options::ofThisSession(),
-        log_,   test::mediaEngine(), [](pipewire::AudioServerState) {},
+        loop_,  pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(),
+        log_,   children_,       [](pipewire::AudioServerState) {},
         &access};
     ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
     EXPECT_EQ(system.authorizationStatus(MediaType::video), AuthorizationStatus::notDetermined);
@@ -207,8 +203,7 @@ TEST_F(PipeWireCaptureSystemTest, InASandboxTheCameraNeedsThePortalsLeaveAndTheM
 /// Not a test of its own: what the next test runs in a session whose server it takes away.
 TEST_F(PipeWireCaptureSystemTest, DISABLED_SurvivesTheServerOfThisSession) {
     PipeWireCaptureSystem system{
-        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(), log_,
-        test::mediaEngine()};
+        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(), log_, children_};
     ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
     test::TemporaryFolder folder;
     const auto session = system.makeSession();

@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/PipeWire/ServerAnswers.hpp"
+#include "BrindleRecorderLinux/Capture/ServerAnswers.hpp"
 
 #include <gtest/gtest.h>
 

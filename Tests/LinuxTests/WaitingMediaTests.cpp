@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/PipeWire/WaitingMedia.hpp"
+#include "BrindleRecorderLinux/Capture/WaitingMedia.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -343,6 +343,7 @@ const std::vector<ApplicationRow>& ApplicationTable::rows() {
         {executable, "ardour", ardour, known},
         {executable, "brindle-recorder", ourselves, upstream},
         {executable, "brindle-recorder-desktop", ourselves, upstream},
+        {executable, "brindle-recorder-capture", ourselves, upstream},
     };
     return table;
 }

@@ -4,11 +4,11 @@
 #include "BrindleRecorderApp/Recording/Remuxer.hpp"
 #include "BrindleRecorderCore/Base/DateProvider.hpp"
 #include "BrindleRecorderCore/Base/DiagnosticLog.hpp"
+#include "BrindleRecorderLinux/CaptureChild/ChildMovieExporter.hpp"
+#include "BrindleRecorderLinux/CaptureLink/OutputFile.hpp"
 #include "BrindleRecorderLinux/CommandLine/ProgressBar.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
-#include "BrindleRecorderLinux/Media/OutputFile.hpp"
-#include "BrindleRecorderLinux/Media/QueuedMovieExporter.hpp"
 #include "BrindleRecorderLinux/SystemLog/SyslogSystemLog.hpp"
 
 #include <optional>
@@ -29,7 +29,7 @@ rescueInto(std::optional<Rescued>& result, MovieRescue& rescue, std::filesystem:
 } // namespace
 
 bool ConvertCommand::run() const {
-    if (media::OutputFile::isBeingWritten(movie)) {
+    if (capture::OutputFile::isBeingWritten(movie)) {
         printLine(
             errors, "brindle-recorder: " + movie.string() +
                         " is being recorded right now; stop that recording first");
@@ -38,7 +38,7 @@ bool ConvertCommand::run() const {
     const SystemDateProvider clock;
     SyslogSystemLog systemLog;
     DiagnosticLog& diagnosticLog = DiagnosticLog::shared();
-    QueuedMovieExporter exporter{mainLoop, mediaEngine};
+    ChildMovieExporter exporter{mainLoop, children};
     Remuxer remuxer{exporter, mainLoop, clock, files, diagnosticLog, systemLog};
     MovieRescue rescue{files, remuxer};
     ProgressBar bar{errors};

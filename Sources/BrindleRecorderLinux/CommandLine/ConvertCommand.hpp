@@ -9,14 +9,14 @@ namespace brindle {
 class FileManager;
 class EventLoop;
 
-namespace media {
-class MediaEngineModule;
+namespace capture {
+class CaptureChildren;
 }
 
 struct ConvertCommand {
     EventLoop& mainLoop;
     FileManager& files;
-    media::MediaEngineModule& mediaEngine;
+    capture::CaptureChildren& children;
     std::filesystem::path movie;
     std::FILE* output = stdout;
     std::FILE* errors = stderr;

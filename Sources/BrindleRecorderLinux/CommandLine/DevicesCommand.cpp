@@ -44,7 +44,7 @@ bool DevicesCommand::run() const {
         settled};
     PipeWireCaptureSystem captureSystem{
         mainLoop,  pipeWire.get(), pipewire::AudioServer::Options::ofThisSession(),
-        systemLog, mediaEngine,    settled};
+        systemLog, children,       settled};
     mainLoop.run();
     if (views > 0) {
         return false; // interrupted

@@ -8,15 +8,15 @@ namespace brindle {
 class FileManager;
 class EventLoop;
 
-namespace media {
-class MediaEngineModule;
+namespace capture {
+class CaptureChildren;
 }
 
-/// Opens no device, and loads no media engine.
+/// Opens no device, and starts no capture program.
 struct DevicesCommand {
     EventLoop& mainLoop;
     FileManager& files;
-    media::MediaEngineModule& mediaEngine;
+    capture::CaptureChildren& children;
     std::FILE* output = stdout;
     std::FILE* errors = stderr;
 

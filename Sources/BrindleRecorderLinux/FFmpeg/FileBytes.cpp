@@ -10,31 +10,19 @@
 namespace brindle::media {
 
 Expected<std::unique_ptr<FileBytes>, int>
-FileBytes::open(const std::filesystem::path& path, const std::atomic<bool>& cancelled) {
-    // Without O_NONBLOCK a pipe under that name would hold us until somebody writes to it.
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0) {
+FileBytes::of(FileDescriptor file, const std::atomic<bool>& cancelled) {
+    struct stat status {};
+    if (fstat(file.number(), &status) != 0) {
         return unexpected{errno};
     }
-    struct stat status {};
-    int errorNumber = 0;
-    if (fstat(descriptor, &status) != 0) {
-        errorNumber = errno;
-    } else if (S_ISDIR(status.st_mode)) {
-        errorNumber = EISDIR;
-    } else if (!S_ISREG(status.st_mode)) {
-        errorNumber = EINVAL;
+    if (S_ISDIR(status.st_mode)) {
+        return unexpected{EISDIR};
     }
-    if (errorNumber != 0) {
-        close(descriptor);
-        return unexpected{errorNumber};
+    if (!S_ISREG(status.st_mode)) {
+        return unexpected{EINVAL};
     }
-    posix_fadvise(descriptor, 0, 0, POSIX_FADV_SEQUENTIAL);
-    return std::unique_ptr<FileBytes>{new FileBytes{descriptor, status.st_size, cancelled}};
-}
-
-FileBytes::~FileBytes() {
-    close(descriptor_);
+    posix_fadvise(file.number(), 0, 0, POSIX_FADV_SEQUENTIAL);
+    return std::unique_ptr<FileBytes>{new FileBytes{std::move(file), status.st_size, cancelled}};
 }
 
 Expected<std::size_t, int> FileBytes::readAt(std::int64_t offset, std::span<std::uint8_t> buffer) {
@@ -48,7 +36,7 @@ Expected<std::size_t, int> FileBytes::readAt(std::int64_t offset, std::span<std:
             return unexpected{ECANCELED};
         }
         const ssize_t count = pread(
-            descriptor_, buffer.data() + done, wanted - done,
+            file_.number(), buffer.data() + done, wanted - done,
             offset + static_cast<std::int64_t>(done));
         if (count < 0 && errno == EINTR) {
             continue;

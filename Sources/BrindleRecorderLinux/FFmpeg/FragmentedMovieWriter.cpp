@@ -18,13 +18,9 @@ constexpr int ioBufferSize = 64 * 1024;
 } // namespace
 
 Expected<std::unique_ptr<FragmentedMovieWriter>, PlatformError> FragmentedMovieWriter::create(
-    const std::filesystem::path& path, const std::vector<const AVCodecContext*>& encoders) {
-    auto file = OutputFile::create(path);
-    if (!file) {
-        return unexpected{file.error()};
-    }
+    capture::OutputFile file, const std::vector<const AVCodecContext*>& encoders) {
     // The constructor is private, which make_unique cannot reach.
-    std::unique_ptr<FragmentedMovieWriter> writer{new FragmentedMovieWriter{std::move(*file)}};
+    std::unique_ptr<FragmentedMovieWriter> writer{new FragmentedMovieWriter{std::move(file)}};
     if (const auto opened = writer->open(encoders); !opened) {
         return unexpected{opened.error()};
     }

@@ -3,16 +3,15 @@
 
 #include "BrindleRecorderApp/Platform/PlatformError.hpp"
 #include "BrindleRecorderCore/Base/Expected.hpp"
+#include "BrindleRecorderLinux/CaptureLink/OutputFile.hpp"
 #include "BrindleRecorderLinux/FFmpeg/EncodedPacket.hpp"
 #include "BrindleRecorderLinux/FFmpeg/Handles.hpp"
-#include "BrindleRecorderLinux/Media/OutputFile.hpp"
 
 #include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
-#include <filesystem>
 #include <memory>
 #include <vector>
 
@@ -22,10 +21,10 @@ namespace brindle::media {
 /// more can be written; the file then ends with its last complete fragment.
 class FragmentedMovieWriter {
   public:
-    /// Creates the file and writes its header, so that it is a movie from the first moment on. The
+    /// Writes the header into the new file, so that it is a movie from the first moment on. The
     /// tracks are those of the encoders, in this order.
     static Expected<std::unique_ptr<FragmentedMovieWriter>, PlatformError>
-    create(const std::filesystem::path& path, const std::vector<const AVCodecContext*>& encoders);
+    create(capture::OutputFile file, const std::vector<const AVCodecContext*>& encoders);
 
     ~FragmentedMovieWriter();
     FragmentedMovieWriter(const FragmentedMovieWriter&) = delete;
@@ -48,7 +47,7 @@ class FragmentedMovieWriter {
     void abandon() { abandoned_ = true; }
 
   private:
-    explicit FragmentedMovieWriter(OutputFile file) : file_{std::move(file)} {}
+    explicit FragmentedMovieWriter(capture::OutputFile file) : file_{std::move(file)} {}
 
     Expected<void, PlatformError> open(const std::vector<const AVCodecContext*>& encoders);
     Expected<void, PlatformError> writeSorted(bool atTheEnd);
@@ -65,7 +64,7 @@ class FragmentedMovieWriter {
 #endif
     static std::int64_t seekFile(void* opaque, std::int64_t offset, int origin);
 
-    OutputFile file_;
+    capture::OutputFile file_;
     IoHandle io_;
     FormatHandle format_;
     std::vector<AVRational> units_; ///< of the encoders' times

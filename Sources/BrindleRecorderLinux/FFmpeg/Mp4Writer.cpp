@@ -16,13 +16,8 @@ extern "C" {
 namespace brindle::media {
 
 Expected<std::unique_ptr<Mp4Writer>, PlatformError> Mp4Writer::create(
-    const std::filesystem::path& path, std::span<const AVStream* const> streams,
-    std::int64_t roomForIndex) {
-    auto file = OutputStream::create(path);
-    if (!file) {
-        return unexpected{std::move(file.error())};
-    }
-    std::unique_ptr<Mp4Writer> writer{new Mp4Writer{std::move(*file), roomForIndex}};
+    capture::OutputFile file, std::span<const AVStream* const> streams, std::int64_t roomForIndex) {
+    std::unique_ptr<Mp4Writer> writer{new Mp4Writer{std::move(file), roomForIndex}};
     if (auto begun = writer->begin(streams); !begun) {
         return unexpected{std::move(begun.error())};
     }

@@ -8,9 +8,9 @@
 #include "BrindleRecorderLinux/FFmpeg/OutputStream.hpp"
 
 #include <cstdint>
-#include <filesystem>
 #include <memory>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace brindle::media {
@@ -18,11 +18,11 @@ namespace brindle::media {
 /// One thread at a time.
 class Mp4Writer {
   public:
-    /// Creates the file, which must not exist yet, with a track for each of the streams, whose
-    /// samples are going to come as their container hands them out. `roomForIndex` bytes are left
+    /// Begins the file, which is new, with a track for each of the streams, whose samples are going
+    /// to come as their container hands them out. `roomForIndex` bytes are left
     /// at the front for the index; 0 puts it at the end.
     static Expected<std::unique_ptr<Mp4Writer>, PlatformError> create(
-        const std::filesystem::path& path, std::span<const AVStream* const> streams,
+        capture::OutputFile file, std::span<const AVStream* const> streams,
         std::int64_t roomForIndex);
 
     /// Takes the packet's content; its times are in the units of the stream that it comes from.
@@ -37,8 +37,8 @@ class Mp4Writer {
         AVRational sourceTimeBase;
     };
 
-    Mp4Writer(std::unique_ptr<OutputStream> file, std::int64_t roomForIndex)
-        : file_{std::move(file)}, roomForIndex_{roomForIndex} {}
+    Mp4Writer(capture::OutputFile file, std::int64_t roomForIndex)
+        : file_{std::make_unique<OutputStream>(std::move(file))}, roomForIndex_{roomForIndex} {}
     Expected<void, PlatformError> begin(std::span<const AVStream* const> streams);
     [[nodiscard]] PlatformError errorFor(int result) const;
     Expected<void, PlatformError> fillRoomForIndex();

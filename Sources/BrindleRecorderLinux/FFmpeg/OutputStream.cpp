@@ -15,16 +15,7 @@ constexpr int bufferSize = 256 * 1024;
 
 } // namespace
 
-Expected<std::unique_ptr<OutputStream>, PlatformError>
-OutputStream::create(const std::filesystem::path& path) {
-    auto file = OutputFile::create(path);
-    if (!file) {
-        return unexpected{std::move(file.error())};
-    }
-    return std::unique_ptr<OutputStream>{new OutputStream{std::move(*file)}};
-}
-
-OutputStream::OutputStream(OutputFile file) : file_{std::move(file)} {
+OutputStream::OutputStream(capture::OutputFile file) : file_{std::move(file)} {
 #if LIBAVFORMAT_VERSION_MAJOR >= 61
     constexpr auto writeFunction = &OutputStream::write<const std::uint8_t>;
 #else

@@ -1,15 +1,11 @@
 // What the media library writes a movie through.
 #pragma once
 
-#include "BrindleRecorderApp/Platform/PlatformError.hpp"
-#include "BrindleRecorderCore/Base/Expected.hpp"
+#include "BrindleRecorderLinux/CaptureLink/OutputFile.hpp"
 #include "BrindleRecorderLinux/FFmpeg/Handles.hpp"
-#include "BrindleRecorderLinux/Media/OutputFile.hpp"
 
 #include <array>
 #include <cstdint>
-#include <filesystem>
-#include <memory>
 #include <span>
 
 namespace brindle::media {
@@ -17,10 +13,7 @@ namespace brindle::media {
 /// A new file with a buffer in front. One thread at a time.
 class OutputStream {
   public:
-    /// Fails when there is something at the path already.
-    static Expected<std::unique_ptr<OutputStream>, PlatformError>
-    create(const std::filesystem::path& path);
-
+    explicit OutputStream(capture::OutputFile file);
     OutputStream(const OutputStream&) = delete;
     OutputStream& operator=(const OutputStream&) = delete;
 
@@ -38,7 +31,6 @@ class OutputStream {
     [[nodiscard]] int sync() { return file_.sync(); }
 
   private:
-    explicit OutputStream(OutputFile file);
     static std::int64_t seek(void* stream, std::int64_t offset, int whence);
     int append(std::span<const std::uint8_t> bytes);
 
@@ -48,7 +40,7 @@ class OutputStream {
         return static_cast<OutputStream*>(stream)->append({bytes, static_cast<std::size_t>(size)});
     }
 
-    OutputFile file_;
+    capture::OutputFile file_;
     std::array<std::uint8_t, 4> firstBytes_{};
     std::int64_t position_ = 0;
     int writeError_ = 0;

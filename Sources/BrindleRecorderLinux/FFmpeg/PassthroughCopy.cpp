@@ -1,6 +1,5 @@
 #include "BrindleRecorderLinux/FFmpeg/PassthroughCopy.hpp"
 
-#include "BrindleRecorderLinux/FFmpeg/FileBytes.hpp"
 #include "BrindleRecorderLinux/FFmpeg/MovieBoxScan.hpp"
 #include "BrindleRecorderLinux/FFmpeg/MovieReader.hpp"
 #include "BrindleRecorderLinux/FFmpeg/Mp4Writer.hpp"
@@ -96,18 +95,8 @@ std::int64_t roomForIndex(const Survey& survey, std::span<const AVStream* const>
 
 } // namespace
 
-Expected<void, PlatformError> copyMovie(
-    const std::filesystem::path& source, const std::filesystem::path& destination,
-    CopyControl& control) {
-    const auto file = FileBytes::open(source, control.cancelled);
-    if (!file) {
-        return unexpected{systemError(file.error())};
-    }
-    return copyMovie(**file, destination, control);
-}
-
 Expected<void, PlatformError>
-copyMovie(ByteSource& source, const std::filesystem::path& destination, CopyControl& control) {
+copyMovie(ByteSource& source, const MakeDestination& makeDestination, CopyControl& control) {
     const auto surveyed = survey(source);
     if (!surveyed) {
         return unexpected{errorOf(surveyed.error())};
@@ -131,7 +120,12 @@ copyMovie(ByteSource& source, const std::filesystem::path& destination, CopyCont
         return unexpected{std::move(hasSample.error())};
     }
     const auto streams = streamsWithSamples(**reader);
-    const auto writer = Mp4Writer::create(destination, streams, roomForIndex(*surveyed, streams));
+    auto destination = makeDestination();
+    if (!destination) {
+        return unexpected{std::move(destination.error())};
+    }
+    const auto writer =
+        Mp4Writer::create(std::move(*destination), streams, roomForIndex(*surveyed, streams));
     if (!writer) {
         return unexpected{writer.error()};
     }

@@ -1,8 +1,6 @@
 #include "BrindleRecorderLinux/Media/MediaError.hpp"
 
 #include <array>
-#include <system_error>
-#include <utility>
 
 extern "C" {
 #include <libavutil/error.h>
@@ -19,19 +17,6 @@ PlatformError mediaError(int code) {
     std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
     av_strerror(code, text.data(), text.size());
     return {.domain = "FFmpeg", .code = code, .description = text.data(), .underlying = {}};
-}
-
-PlatformError systemError(int errorNumber) {
-    return {
-        .domain = "POSIX",
-        .code = errorNumber,
-        .description = std::generic_category().message(errorNumber),
-        .underlying = {}};
-}
-
-PlatformError recordingError(std::string description) {
-    return {
-        .domain = "Recording", .code = 0, .description = std::move(description), .underlying = {}};
 }
 
 } // namespace brindle::media

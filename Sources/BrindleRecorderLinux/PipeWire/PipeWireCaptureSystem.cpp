@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSystem.hpp"
 
-#include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSession.hpp"
+#include "BrindleRecorderLinux/CaptureChild/ChildCaptureSession.hpp"
 #include "BrindleRecorderLinux/Portal/CameraPortal.hpp"
 
 #include <algorithm>
@@ -22,8 +22,8 @@ find(const std::vector<CaptureDeviceInfo>& devices, const std::string& uniqueID)
 
 PipeWireCaptureSystem::PipeWireCaptureSystem(
     MainLoop& mainLoop, pw_loop* loop, pipewire::AudioServer::Options options, SystemLog& log,
-    media::MediaEngineModule& mediaEngine, StateListener stateChanged, CameraPortal* cameraPortal)
-    : mainLoop_{mainLoop}, log_{log}, mediaEngine_{mediaEngine}, cameraPortal_{cameraPortal},
+    capture::CaptureChildren& children, StateListener stateChanged, CameraPortal* cameraPortal)
+    : mainLoop_{mainLoop}, log_{log}, children_{children}, cameraPortal_{cameraPortal},
       server_{
           mainLoop,
           loop,
@@ -58,16 +58,16 @@ std::unique_ptr<Observation> PipeWireCaptureSystem::observeDevices(std::function
 
 std::shared_ptr<CaptureDevice> PipeWireCaptureSystem::device(const std::string& uniqueID) {
     if (const CaptureDeviceInfo* const camera = find(devices_.cameras, uniqueID)) {
-        return std::make_shared<PipeWireCaptureDevice>(*camera, MediaType::video);
+        return std::make_shared<ChildCaptureDevice>(*camera, MediaType::video);
     }
     if (const CaptureDeviceInfo* const microphone = find(devices_.microphones, uniqueID)) {
-        return std::make_shared<PipeWireCaptureDevice>(*microphone, MediaType::audio);
+        return std::make_shared<ChildCaptureDevice>(*microphone, MediaType::audio);
     }
     return nullptr;
 }
 
 std::shared_ptr<CaptureSession> PipeWireCaptureSystem::makeSession() {
-    return std::make_shared<PipeWireCaptureSession>(mainLoop_, log_, mediaEngine_);
+    return std::make_shared<ChildCaptureSession>(mainLoop_, log_, children_);
 }
 
 AuthorizationStatus PipeWireCaptureSystem::authorizationStatus(MediaType mediaType) const {

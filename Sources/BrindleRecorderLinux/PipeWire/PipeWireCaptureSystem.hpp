@@ -12,8 +12,8 @@ namespace brindle {
 
 class CameraPortal;
 
-namespace media {
-class MediaEngineModule;
+namespace capture {
+class CaptureChildren;
 }
 
 /// Outside a sandbox nobody is asked for access: a kind of device is authorised while the server
@@ -29,7 +29,7 @@ class PipeWireCaptureSystem final : public CaptureSystem {
     /// There is a camera portal inside a sandbox only.
     PipeWireCaptureSystem(
         MainLoop& mainLoop, pw_loop* loop, pipewire::AudioServer::Options options, SystemLog& log,
-        media::MediaEngineModule& mediaEngine,
+        capture::CaptureChildren& children,
         StateListener stateChanged = [](pipewire::AudioServerState) {},
         CameraPortal* cameraPortal = nullptr);
 
@@ -51,7 +51,7 @@ class PipeWireCaptureSystem final : public CaptureSystem {
 
     MainLoop& mainLoop_;
     SystemLog& log_;
-    media::MediaEngineModule& mediaEngine_;
+    capture::CaptureChildren& children_;
     CameraPortal* cameraPortal_;
     pipewire::DiscoveredDevices devices_;
     pipewire::ListenerList listeners_;

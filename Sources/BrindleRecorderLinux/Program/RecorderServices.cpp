@@ -8,11 +8,10 @@
 #include "BrindleRecorderCore/Base/SerialQueue.hpp"
 #include "BrindleRecorderCore/Base/SteadyDateProvider.hpp"
 #include "BrindleRecorderCore/Recordings/RecordingsFolder.hpp"
+#include "BrindleRecorderLinux/CaptureChild/CaptureChildren.hpp"
+#include "BrindleRecorderLinux/CaptureChild/ChildMovieExporter.hpp"
 #include "BrindleRecorderLinux/Files/JsonDefaultsStore.hpp"
 #include "BrindleRecorderLinux/Logind/LogindSystemEvents.hpp"
-#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
-#include "BrindleRecorderLinux/Media/MediaEngineModule.hpp"
-#include "BrindleRecorderLinux/Media/QueuedMovieExporter.hpp"
 #include "BrindleRecorderLinux/PipeWire/AudioServerStateText.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSystem.hpp"
@@ -60,13 +59,16 @@ class RecorderServices::Implementation {
                                         return audioObjects.graph();
                                     }};
     const std::unique_ptr<CameraPortal> cameraPortal = makeCameraPortal();
-    media::MediaEngineModule mediaEngine{SiblingProgram::path(SiblingProgram::mediaEngine)};
+    capture::CaptureChildren captureChildren{
+        mainLoop, SiblingProgram::path(SiblingProgram::capture), [this](std::string_view line) {
+            log.both(EventLog::Level::info, line);
+        }};
     PipeWireCaptureSystem captureSystem{
-        mainLoop,          pipeWire.get(), pipewire::AudioServer::Options::ofThisSession(),
-        systemLog,         mediaEngine,    [](pipewire::AudioServerState) {},
+        mainLoop,          pipeWire.get(),  pipewire::AudioServer::Options::ofThisSession(),
+        systemLog,         captureChildren, [](pipewire::AudioServerState) {},
         cameraPortal.get()};
     LogindSystemEvents systemEvents{mainLoop};
-    QueuedMovieExporter exporter{mainLoop, mediaEngine};
+    ChildMovieExporter exporter{mainLoop, captureChildren};
     JsonDefaultsStore defaults{
         files, JsonDefaultsStore::standardFile(), [this](std::string_view line) {
             log.diagnostic(line);
@@ -103,10 +105,10 @@ RecorderServices::~RecorderServices() = default;
 AppEnvironment RecorderServices::environment(
     UserNotifications& notifications, LoginItems& loginItems, Workspace& workspace) {
     auto& own = *implementation_;
-    if (!own.mediaEngine.isUsable()) {
+    if (!own.captureChildren.isUsable()) {
         own.log.both(
             EventLog::Level::error,
-            fmt::format("{} is missing: nothing can be recorded", SiblingProgram::mediaEngine));
+            fmt::format("{} is missing: nothing can be recorded", SiblingProgram::capture));
     }
     own.soundNotice.emplace(own.mainLoop, notifications);
     own.noticeSound(own.audioObjects.state());

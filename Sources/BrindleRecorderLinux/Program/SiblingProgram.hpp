@@ -1,6 +1,6 @@
 // The files that make up this program: brindle-recorder, which needs no window toolkit,
-// brindle-recorder-desktop, which shows the user interface, and the module that encodes and
-// converts. They are installed side by side.
+// brindle-recorder-desktop, which shows the user interface, and brindle-recorder-capture, which
+// records and converts. They are installed side by side.
 #pragma once
 
 #include <filesystem>
@@ -12,7 +12,7 @@ namespace brindle {
 struct SiblingProgram {
     static constexpr const char* commandLine = "brindle-recorder";
     static constexpr const char* desktop = "brindle-recorder-desktop";
-    static constexpr const char* mediaEngine = "brindle-recorder-media.so";
+    static constexpr const char* capture = "brindle-recorder-capture";
 
     /// Where the file of that name lies, whether or not it is there.
     static std::filesystem::path path(const char* name);

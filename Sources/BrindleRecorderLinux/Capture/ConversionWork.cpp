@@ -1,0 +1,44 @@
+#include "BrindleRecorderLinux/Capture/ConversionWork.hpp"
+
+#include "BrindleRecorderLinux/CaptureLink/CaptureErrors.hpp"
+#include "BrindleRecorderLinux/CaptureLink/OutputFile.hpp"
+#include "BrindleRecorderLinux/FFmpeg/FileBytes.hpp"
+#include "BrindleRecorderLinux/FFmpeg/MovieDuration.hpp"
+#include "BrindleRecorderLinux/FFmpeg/PassthroughCopy.hpp"
+
+#include <cerrno>
+#include <new>
+#include <utility>
+
+namespace brindle::capture {
+
+Converted ConversionWork::convert(FileDescriptor source, FileDescriptor destination) {
+    try {
+        const auto bytes = media::FileBytes::of(std::move(source), control_.cancelled);
+        if (!bytes) {
+            return {.error = systemError(bytes.error())};
+        }
+        const auto copied = media::copyMovie(
+            **bytes,
+            [&destination]() -> Expected<OutputFile, PlatformError> {
+                return OutputFile{std::move(destination)};
+            },
+            control_);
+        return {
+            .error = copied ? std::nullopt : std::optional{copied.error()},
+            .damagedBytes = control_.damagedBytes};
+    } catch (const std::bad_alloc&) {
+        return {.error = systemError(ENOMEM)};
+    }
+}
+
+Measured ConversionWork::measure(FileDescriptor movie) {
+    try {
+        const auto bytes = media::FileBytes::of(std::move(movie), control_.cancelled);
+        return {.duration = bytes ? media::readableDuration(**bytes) : std::nullopt};
+    } catch (const std::bad_alloc&) {
+        return {};
+    }
+}
+
+} // namespace brindle::capture

@@ -1,0 +1,25 @@
+// One conversion or measurement of a movie.
+#pragma once
+
+#include "BrindleRecorderCore/Base/FileDescriptor.hpp"
+#include "BrindleRecorderLinux/CaptureLink/CaptureMessage.hpp"
+#include "BrindleRecorderLinux/Media/CopyControl.hpp"
+
+namespace brindle::capture {
+
+/// `convert` and `measure` block; the rest may be called on any thread meanwhile.
+class ConversionWork {
+  public:
+    [[nodiscard]] Converted convert(FileDescriptor source, FileDescriptor destination);
+    [[nodiscard]] Measured measure(FileDescriptor movie);
+
+    /// Ends what is being done, and what is begun later, soon.
+    void cancel() { control_.cancelled = true; }
+    /// 0 to 1.
+    [[nodiscard]] double progress() const { return control_.progress; }
+
+  private:
+    media::CopyControl control_;
+};
+
+} // namespace brindle::capture

@@ -1,0 +1,115 @@
+// The program that captures for the recorder: opens the devices of one recording and writes its
+// movie, or converts or measures one. Started by brindle-recorder, over a socket that it is given.
+#include "BrindleRecorderLinux/Capture/CaptureServer.hpp"
+#include "BrindleRecorderLinux/Capture/Confinement.hpp"
+#include "BrindleRecorderLinux/CaptureLink/CaptureLaunch.hpp"
+#include "BrindleRecorderLinux/CaptureLink/MessageSocket.hpp"
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <optional>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+extern char** environ; // NOLINT(readability-redundant-declaration): not in every system's headers
+
+namespace {
+
+constexpr int exitSuccess = 0;
+constexpr int exitBrokenOff = 1;
+constexpr int exitBadUsage = 2;
+
+bool isASocket(int descriptor) {
+    int type = 0;
+    socklen_t size = sizeof(type);
+    return getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &size) == 0 && type == SOCK_SEQPACKET;
+}
+
+/// Nothing, with a line about it, when the kernel could confine us and does not.
+std::optional<bool> confine() {
+    const auto confined = brindle::capture::confineThisProcess();
+    if (!confined) {
+        std::fprintf(
+            stderr, "brindle-recorder-capture: it cannot be confined: %s\n",
+            confined.error().message().c_str());
+        return std::nullopt;
+    }
+    return *confined;
+}
+
+void report(const char* what, bool succeeded) {
+    std::printf("%s: %s\n", what, succeeded ? "done" : std::strerror(errno));
+}
+
+/// Tries, confined as ever, what must not succeed, and prints how each ends: reading a file,
+/// writing a file, starting a program.
+int tryWhatIsForbidden(const char* readable, const char* writable, char* program) {
+    const auto isConfined = confine();
+    if (!isConfined) {
+        return exitBrokenOff;
+    }
+    std::printf("confined: %s\n", *isConfined ? "yes" : "no, this kernel cannot");
+    report("read", open(readable, O_RDONLY | O_CLOEXEC) >= 0);
+    report("write", open(writable, O_WRONLY | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR) >= 0);
+    pid_t started = -1;
+    std::array<char*, 2> arguments{program, nullptr};
+    errno = posix_spawn(&started, program, nullptr, nullptr, arguments.data(), environ);
+    report("start", errno == 0);
+    return exitSuccess;
+}
+
+int run() {
+    using namespace brindle::capture;
+    // What ends the whole session reaches us as well. The recorder decides when a movie ends; when
+    // it goes, we close the movie and go too.
+    for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
+        std::signal(signalNumber, SIG_IGN);
+    }
+    // Started by a descriptor, the kernel names us by its number.
+    prctl(PR_SET_NAME, "brindle-capture");
+    if (!isASocket(recordersSocket)) {
+        std::fputs(
+            "brindle-recorder-capture is started by brindle-recorder when it has something to "
+            "record or to convert.\n",
+            stderr);
+        return exitBadUsage;
+    }
+    close_range(recordersSocket + 1, UINT_MAX, 0);
+    const auto isConfined = confine();
+    if (!isConfined) {
+        return exitBrokenOff;
+    }
+    CaptureServer server{MessageSocket{brindle::FileDescriptor{recordersSocket}}, *isConfined};
+    const auto outcome = server.run();
+    if (outcome.hangs) {
+        _exit(exitBrokenOff);
+    }
+    return outcome.inGoodOrder ? exitSuccess : exitBrokenOff;
+}
+
+} // namespace
+
+// With arguments it is a test of its own confinement.
+int main(int argumentCount, char** arguments) {
+    try {
+        constexpr int wordsOfTheTest = 5;
+        if (argumentCount == wordsOfTheTest &&
+            std::strcmp(arguments[1], "--try-what-is-forbidden") == 0) {
+            return tryWhatIsForbidden(arguments[2], arguments[3], arguments[4]);
+        }
+        return run();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "brindle-recorder-capture: %s\n", error.what());
+        return exitBrokenOff;
+    }
+}

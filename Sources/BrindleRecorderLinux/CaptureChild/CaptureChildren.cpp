@@ -1,0 +1,77 @@
+#include "BrindleRecorderLinux/CaptureChild/CaptureChildren.hpp"
+
+#include "BrindleRecorderLinux/CaptureLink/CaptureErrors.hpp"
+#include "BrindleRecorderLinux/CaptureLink/Silence.hpp"
+
+#include <utility>
+
+#include <fcntl.h>
+#include <fmt/format.h>
+
+namespace brindle::capture {
+
+CaptureChildren::CaptureChildren(MainLoop& mainLoop, std::filesystem::path program, Log log)
+    : mainLoop_{mainLoop}, file_{std::move(program)}, log_{std::move(log)},
+      program_{FileDescriptor::open(file_, O_RDONLY)} {}
+
+CaptureChildren::~CaptureChildren() = default;
+
+Expected<std::shared_ptr<CaptureChild>, PlatformError> CaptureChildren::start() {
+    if (!program_) {
+        return unexpected{recordingError(
+            fmt::format("{} is missing: {}", file_.string(), program_.error().message()))};
+    }
+    auto started = CaptureProcess::start(program_->number(), file_.filename().string());
+    if (!started) {
+        return unexpected{std::move(started.error())};
+    }
+    auto child = std::make_shared<CaptureChild>(std::move(*started));
+    {
+        const std::lock_guard lock{mutex_};
+        children_.push_back(child);
+    }
+    mainLoop_.post([weakly = std::weak_ptr{self_}] {
+        const auto self = weakly.lock();
+        if (self && !(*self)->nextBeat_) {
+            (*self)->beatLater();
+        }
+    });
+    return child;
+}
+
+void CaptureChildren::beatLater() {
+    nextBeat_ = mainLoop_.after(betweenBeats, [this] { beat(); });
+}
+
+void CaptureChildren::beat() {
+    nextBeat_.reset();
+    std::vector<std::shared_ptr<CaptureChild>> living;
+    {
+        const std::lock_guard lock{mutex_};
+        std::erase_if(children_, [&living](const auto& weakly) {
+            auto child = weakly.lock();
+            const bool lives = child && !child->hasEnded();
+            if (lives) {
+                living.push_back(std::move(child));
+            }
+            return !lives;
+        });
+    }
+    for (const auto& child : living) {
+        static_cast<void>(child->send(Beat{}));
+        sayIfUnconfined(*child);
+    }
+    if (!living.empty()) {
+        beatLater();
+    }
+}
+
+void CaptureChildren::sayIfUnconfined(const CaptureChild& child) {
+    const auto greeting = child.greeting();
+    if (!saidThatUnconfined_ && greeting && !greeting->isConfined) {
+        saidThatUnconfined_ = true;
+        log_("this kernel has no Landlock: what records and converts is not confined");
+    }
+}
+
+} // namespace brindle::capture

@@ -1,0 +1,58 @@
+// The capture program's runs: started from what was there when the recorder started, and told that
+// the recorder is there.
+#pragma once
+
+#include "BrindleRecorderApp/Platform/MainLoop.hpp"
+#include "BrindleRecorderApp/Platform/PlatformError.hpp"
+#include "BrindleRecorderCore/Base/Expected.hpp"
+#include "BrindleRecorderCore/Base/FileDescriptor.hpp"
+#include "BrindleRecorderLinux/CaptureChild/CaptureChild.hpp"
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+namespace brindle::capture {
+
+/// Main thread only, but for `start`.
+class CaptureChildren {
+  public:
+    using Log = std::function<void(std::string_view line)>;
+
+    /// Opens the program, which is started later: an update that replaces the file in the meantime
+    /// changes nothing for us. `log` is called on the main thread. The main loop must outlive this.
+    CaptureChildren(
+        MainLoop& mainLoop, std::filesystem::path program, Log log = [](std::string_view) {});
+    ~CaptureChildren();
+    CaptureChildren(const CaptureChildren&) = delete;
+    CaptureChildren& operator=(const CaptureChildren&) = delete;
+
+    /// Whether there is such a program.
+    [[nodiscard]] bool isUsable() const { return program_.has_value(); }
+
+    /// A child that has nothing to do yet. From now on it is told twice a second, by the main loop,
+    /// that the recorder is there. Any thread.
+    [[nodiscard]] Expected<std::shared_ptr<CaptureChild>, PlatformError> start();
+
+  private:
+    void beat();
+    void beatLater();
+    void sayIfUnconfined(const CaptureChild& child);
+
+    MainLoop& mainLoop_;
+    const std::filesystem::path file_;
+    const Log log_;
+    const Expected<FileDescriptor, std::error_code> program_;
+    std::unique_ptr<MainLoop::Timer> nextBeat_; ///< while there are children
+    bool saidThatUnconfined_ = false;
+    std::mutex mutex_; ///< guards `children_`
+    std::vector<std::weak_ptr<CaptureChild>> children_;
+    /// Gone once this is; what was posted asks it first.
+    std::shared_ptr<CaptureChildren*> self_ = std::make_shared<CaptureChildren*>(this);
+};
+
+} // namespace brindle::capture

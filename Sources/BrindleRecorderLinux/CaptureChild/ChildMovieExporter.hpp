@@ -1,0 +1,45 @@
+// Converts movies and measures them in programs of their own.
+#pragma once
+
+#include "BrindleRecorderApp/Platform/MainLoop.hpp"
+#include "BrindleRecorderApp/Platform/MovieExporter.hpp"
+#include "BrindleRecorderLinux/CaptureChild/CaptureChildren.hpp"
+
+#include <memory>
+#include <vector>
+
+namespace brindle {
+
+namespace capture {
+class MovieChild;
+}
+
+/// Movies that are cut, holed or otherwise damaged are converted, and measured, as far as they can
+/// be read. One program for each movie: what it takes of memory is given back, and what it dies of
+/// is an error of that one.
+class ChildMovieExporter final : public MovieExporter {
+  public:
+    /// Both must outlive the exporter and its sessions.
+    ChildMovieExporter(MainLoop& mainLoop, capture::CaptureChildren& children);
+    /// Ends running measurements, which then answer that nothing can be read. Sessions live on.
+    ~ChildMovieExporter() override;
+    ChildMovieExporter(const ChildMovieExporter&) = delete;
+    ChildMovieExporter& operator=(const ChildMovieExporter&) = delete;
+
+    /// Nothing when the source is no regular file. A session that is destroyed while it runs is
+    /// cancelled first: nothing is written any more, and its completion is not called.
+    [[nodiscard]] std::shared_ptr<ExportSession>
+    makePassthroughExport(const std::filesystem::path& source) override;
+    void loadDuration(
+        const std::filesystem::path& movie,
+        std::function<void(std::optional<Seconds>)> answer) override;
+
+  private:
+    struct Measurement;
+
+    MainLoop& mainLoop_;
+    capture::CaptureChildren& children_;
+    std::vector<std::shared_ptr<Measurement>> measurements_;
+};
+
+} // namespace brindle
