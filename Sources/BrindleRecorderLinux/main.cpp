@@ -1,5 +1,8 @@
 // The program: it wires the desktop's services to the application, and nothing else.
+#include "BrindleRecorderApp/AppInfo.hpp"
 #include "BrindleRecorderApp/AppModel.hpp"
+#include "BrindleRecorderApp/Shell/AppShell.hpp"
+#include "BrindleRecorderApp/Shell/SingleInstance.hpp"
 #include "BrindleRecorderCore/Base/PosixFileManager.hpp"
 #include "BrindleRecorderCore/Recordings/RecordingsFolder.hpp"
 #include "BrindleRecorderLinux/CaptureChild/CaptureChildren.hpp"
@@ -11,18 +14,28 @@
 #include "BrindleRecorderLinux/CommandLine/TerminalMenu.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalNotifications.hpp"
 #include "BrindleRecorderLinux/CommandLine/WhoCommand.hpp"
+#include "BrindleRecorderLinux/Desktop/AutostartEntry.hpp"
+#include "BrindleRecorderLinux/Desktop/DesktopWorkspace.hpp"
 #include "BrindleRecorderLinux/Files/FolderLock.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
+#include "BrindleRecorderLinux/Notifications/DesktopNotifications.hpp"
 #include "BrindleRecorderLinux/Program/QuitRequests.hpp"
 #include "BrindleRecorderLinux/Program/RecorderServices.hpp"
 #include "BrindleRecorderLinux/Program/SiblingProgram.hpp"
+#include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
+#include "BrindleRecorderLinux/SdBus/SessionBusNames.hpp"
+#include "BrindleRecorderLinux/Tray/DesktopStatusItem.hpp"
+#include "BrindleRecorderLinux/Window/WindowPrograms.hpp"
 #include "BrindleRecorderLinux/Windows/Screen.hpp"
+
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
 #include <exception>
 #include <fmt/format.h>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -68,17 +81,73 @@ int runHeadless() {
     return exitSuccess;
 }
 
+/// Nothing when this desktop has no session bus, through which all of it is shown.
+std::optional<int> runOnBus() {
+    // Before any thread starts, so that no thread takes the signals for itself.
+    EventLoop mainLoop;
+    QuitRequests quitting{mainLoop, [&mainLoop] {
+                              mainLoop.quit();
+                          }};
+    if (!quitting.followSignals()) {
+        printLine(stderr, "brindle-recorder: the system refuses to deliver signals");
+        return exitCouldNotRun;
+    }
+    // Whoever reads our output may go; a recording must not end for that.
+    std::signal(SIGPIPE, SIG_IGN);
+
+    const std::string ownIdentifier{AppInfo::bundleIdentifier};
+    BusOnLoop bus{mainLoop, BusOnLoop::Which::session};
+    if (!bus.isConnected()) {
+        return std::nullopt;
+    }
+    // A second copy leaves before anything of it shows.
+    const SessionBusNames names{bus, AppInfo::sameAppBundleIdentifiers(ownIdentifier)};
+    if (!names.busAnswers()) {
+        return std::nullopt;
+    }
+    if (SingleInstance::anotherCopyRuns(names, getpid(), ownIdentifier)) {
+        return exitSuccess;
+    }
+    RecorderServices services{mainLoop};
+    const FolderLock recordings{services.recordingsFolder()};
+    if (recordings.isHeldByAnother()) {
+        printLine(stderr, "brindle-recorder: another copy already records for you");
+        return exitSuccess;
+    }
+    DesktopNotifications notifications{bus};
+    DesktopWorkspace workspace{bus, services.fileManager(), mainLoop};
+    AutostartEntry loginItems{
+        services.fileManager(), AutostartEntry::standardFolder(),
+        SiblingProgram::path(SiblingProgram::commandLine)};
+    const AppEnvironment environment = services.environment(notifications, loginItems, workspace);
+    AppModel model{environment, RecordingsFolder{services.recordingsFolder()}};
+    WindowPrograms windows{
+        {bus, mainLoop, SiblingProgram::path(SiblingProgram::windows), ownIdentifier,
+         [&services](std::string_view line) {
+             services.log().both(EventLog::Level::info, line);
+         }}};
+    DesktopStatusItem statusItem{windows};
+    AppShell shell{model, environment, statusItem};
+    quitting.prepareWith(model);
+    if (!statusItem.exportOn(bus)) {
+        services.log().both(EventLog::Level::error, "tray: the session bus does not take the icon");
+    }
+    shell.launch();
+    mainLoop.run();
+    return exitSuccess;
+}
+
 int runDesktop() {
     if (!aScreenAnswers()) {
         printLine(
             stderr, "brindle-recorder: there is no screen here; running without a user interface");
         return runHeadless();
     }
-    const auto problem = SiblingProgram::become(SiblingProgram::desktop, {});
+    if (const auto status = runOnBus()) {
+        return *status;
+    }
     printLine(
-        stderr, fmt::format(
-                    "brindle-recorder: {} cannot be started ({}); running without a user interface",
-                    SiblingProgram::desktop, problem));
+        stderr, "brindle-recorder: there is no session bus here; running without a user interface");
     return runHeadless();
 }
 

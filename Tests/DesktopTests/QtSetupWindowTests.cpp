@@ -2,7 +2,7 @@
 
 #include "BrindleRecorderApp/Shell/FirstRunWindow.hpp"
 #include "BrindleRecorderApp/Shell/Permissions.hpp"
-#include "DesktopTests/Bus.hpp"
+#include "DesktopTests/WaitInQt.hpp"
 
 #include <QAccessible>
 #include <QDialog>
@@ -92,8 +92,13 @@ TEST_F(QtSetupWindowTest, ReturnIsDoneAndEscapeCloses) {
     for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Escape}) {
         window_.bringToFront();
         ASSERT_TRUE(waitUntil([&] { return dialog().isVisible(); }));
+        int closings = 0;
+        window_.onClosed = [&] {
+            ++closings;
+        };
         QTest::keyClick(&dialog(), key);
         EXPECT_FALSE(dialog().isVisible()) << key;
+        EXPECT_EQ(closings, 1) << key;
     }
 }
 

@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/Qt/QtTrayMenu.hpp"
 
-#include "DesktopTests/Bus.hpp"
+#include "DesktopTests/WaitInQt.hpp"
 
 #include <QAction>
 #include <QPoint>

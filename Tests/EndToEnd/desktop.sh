@@ -38,7 +38,7 @@ done; }
 # window closed all else of ours that shows is an icon of X11 and its tooltip.
 open_own_menus() {
     local window properties
-    xdotool search --onlyvisible --classname brindle-recorder-desktop 2>/dev/null | while read -r window; do
+    xdotool search --onlyvisible --classname brindle-recorder-window 2>/dev/null | while read -r window; do
         properties=$(xprop -id "$window" _NET_WM_WINDOW_TYPE 2>/dev/null) || continue
         grep -qE 'OVERRIDE|TOOLTIP' <<<"$properties" || echo "$window"
     done

@@ -64,7 +64,7 @@ std::string identified(const FakeProcess& process) {
 }
 
 TEST(ApplicationIdentity, KnowsItselfInEveryProgramThatItIsMadeOf) {
-    for (const std::string name : {SiblingProgram::commandLine, SiblingProgram::desktop}) {
+    for (const std::string name : {SiblingProgram::commandLine}) {
         EXPECT_EQ(identified(program("/usr/bin/" + name)), AppInfo::bundleIdentifier) << name;
         ClientClaims claims;
         claims.binary = name;

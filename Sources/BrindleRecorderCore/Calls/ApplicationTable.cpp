@@ -342,7 +342,6 @@ const std::vector<ApplicationRow>& ApplicationTable::rows() {
         {flatpak, "org.gnome.SoundRecorder", soundRecorder, known},
         {executable, "ardour", ardour, known},
         {executable, "brindle-recorder", ourselves, upstream},
-        {executable, "brindle-recorder-desktop", ourselves, upstream},
         {executable, "brindle-recorder-capture", ourselves, upstream},
     };
     return table;

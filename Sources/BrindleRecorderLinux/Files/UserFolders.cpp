@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <optional>
 #include <pwd.h>
+#include <sstream>
+#include <string>
 #include <unistd.h>
 
 namespace brindle {
@@ -32,6 +34,20 @@ std::filesystem::path UserFolders::configuration() {
 
 std::filesystem::path UserFolders::state() {
     return absolutePath(std::getenv("XDG_STATE_HOME")).value_or(home() / ".local" / "state");
+}
+
+std::vector<std::filesystem::path> UserFolders::data() {
+    std::vector<std::filesystem::path> folders{
+        absolutePath(std::getenv("XDG_DATA_HOME")).value_or(home() / ".local" / "share")};
+    const char* const given = std::getenv("XDG_DATA_DIRS");
+    std::istringstream others{
+        given != nullptr && *given != '\0' ? given : "/usr/local/share:/usr/share"};
+    for (std::string folder; std::getline(others, folder, ':');) {
+        if (const auto absolute = absolutePath(folder.c_str())) {
+            folders.push_back(*absolute);
+        }
+    }
+    return folders;
 }
 
 } // namespace brindle

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <vector>
 
 namespace brindle {
 
@@ -13,6 +14,9 @@ struct UserFolders {
     static std::filesystem::path configuration();
     /// $XDG_STATE_HOME, or ~/.local/state where that is missing or not absolute.
     static std::filesystem::path state();
+    /// $XDG_DATA_HOME and the folders of $XDG_DATA_DIRS, or what stands for them where they are
+    /// missing; the foremost first.
+    static std::vector<std::filesystem::path> data();
 };
 
 } // namespace brindle

@@ -137,6 +137,11 @@ QtSetupWindow::QtSetupWindow(const SetupWindowContent& content)
     : dialog_{std::make_unique<QDialog>(
           nullptr,
           Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint)} {
+    QObject::connect(dialog_.get(), &QDialog::finished, dialog_.get(), [this] {
+        if (onClosed) {
+            onClosed();
+        }
+    });
     setContent(content);
 }
 

@@ -3,6 +3,7 @@
 
 #include "BrindleRecorderApp/Platform/SetupWindow.hpp"
 
+#include <functional>
 #include <memory>
 
 class QDialog;
@@ -19,6 +20,9 @@ class QtSetupWindow final : public SetupWindow {
 
     void setContent(const SetupWindowContent& content) override;
     void bringToFront() override;
+
+    /// Called when the user has closed it, by whatever means.
+    std::function<void()> onClosed;
 
     /// For tests.
     [[nodiscard]] QDialog& dialog() const { return *dialog_; }

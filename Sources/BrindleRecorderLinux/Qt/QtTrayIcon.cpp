@@ -1,53 +1,68 @@
 #include "BrindleRecorderLinux/Qt/QtTrayIcon.hpp"
 
-#include "BrindleRecorderLinux/Qt/DrawnIcon.hpp"
 #include "BrindleRecorderLinux/Qt/QtTrayMenu.hpp"
 
-#include <QGuiApplication>
+#include <QIcon>
+#include <QImage>
+#include <QPixmap>
 #include <QString>
-#include <QSystemTrayIcon>
+#include <QtEndian>
+
+#include <chrono>
+#include <cstddef>
 
 namespace brindle {
 
-QtTrayIcon::QtTrayIcon(QtTrayMenu& menu) : menu_{menu} {}
+namespace {
 
-QtTrayIcon::~QtTrayIcon() = default;
+constexpr std::chrono::seconds lookEvery{2};
 
-void QtTrayIcon::show(const IconImage& image) {
-    image_ = image;
-    if (icon_) {
-        draw();
+QImage imageOf(const IconReader::Picture& picture) {
+    QImage image{picture.width, picture.height, QImage::Format_ARGB32};
+    const auto* bytes = picture.bytes.data();
+    const auto rowBytes = static_cast<std::size_t>(picture.width) * 4;
+    for (int y = 0; y < picture.height; ++y) {
+        qFromBigEndian<quint32>(bytes, picture.width, image.scanLine(y));
+        bytes += rowBytes;
     }
+    return image;
 }
 
-void QtTrayIcon::setOffered(bool isOffered) {
-    if (!isOffered) {
-        icon_.reset();
-        return;
-    }
-    if (icon_ || QGuiApplication::platformName() != QLatin1String("xcb")) {
-        return;
-    }
-    icon_ = std::make_unique<QSystemTrayIcon>();
+} // namespace
+
+QtTrayIcon::QtTrayIcon(QtTrayMenu& menu) {
     // Either button, as with panels that know that the icon is its menu.
     QObject::connect(
-        icon_.get(), &QSystemTrayIcon::activated, icon_.get(),
-        [this](QSystemTrayIcon::ActivationReason reason) {
+        &icon_, &QSystemTrayIcon::activated, &icon_,
+        [&menu](QSystemTrayIcon::ActivationReason reason) {
             if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::Context) {
-                menu_.open();
+                menu.open();
             }
         });
-    draw();
-    icon_->show();
+    QObject::connect(&looking_, &QTimer::timeout, &looking_, [this] { look(); });
+    looking_.setTimerType(Qt::VeryCoarseTimer);
+    looking_.start(lookEvery);
 }
 
-bool QtTrayIcon::isShown() const {
-    return icon_ && QSystemTrayIcon::isSystemTrayAvailable();
+void QtTrayIcon::show(const IconReader::Icon& icon) {
+    QIcon pictures;
+    for (const auto& picture : icon.pictures) {
+        pictures.addPixmap(QPixmap::fromImage(imageOf(picture)));
+    }
+    icon_.setIcon(pictures);
+    icon_.setToolTip(QString::fromStdString(icon.title));
+    icon_.show();
+    look();
 }
 
-void QtTrayIcon::draw() {
-    icon_->setIcon(DrawnIcon::of(image_));
-    icon_->setToolTip(QString::fromStdString(image_.accessibilityDescription));
+void QtTrayIcon::look() {
+    const bool isShown = icon_.isVisible() && QSystemTrayIcon::isSystemTrayAvailable();
+    if (isShown != isShown_) {
+        isShown_ = isShown;
+        if (onShownChange) {
+            onShownChange(isShown);
+        }
+    }
 }
 
 } // namespace brindle
