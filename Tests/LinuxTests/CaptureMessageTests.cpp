@@ -28,8 +28,10 @@ constexpr VideoOutputSettings video{
     .height = 1080,
     .averageBitRate = 5'000'000,
     .expectedSourceFrameRate = 30,
-    .maxKeyFrameInterval = 60};
-constexpr AudioOutputSettings audio{.numberOfChannels = 1, .sampleRate = 48'000, .bitRate = 96'000};
+    .maxKeyFrameInterval = 60,
+    .mostWaitingBytes = 64'000'000};
+constexpr AudioOutputSettings audio{
+    .numberOfChannels = 1, .sampleRate = 48'000, .bitRate = 96'000, .mostWaitingBytes = 16'000'000};
 
 /// Any byte but zero, in no encoding.
 std::string everyByte() {

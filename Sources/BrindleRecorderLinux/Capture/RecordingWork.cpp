@@ -19,7 +19,9 @@ void RecordingWork::open(const OpenDevices& order) {
              .height = order.video.height,
              .frameRate = static_cast<double>(order.video.expectedSourceFrameRate)},
         .sampleRate = order.audio.sampleRate,
-        .channels = order.audio.numberOfChannels};
+        .channels = order.audio.numberOfChannels,
+        .waitingRoom = {
+            .pictures = order.video.mostWaitingBytes, .sound = order.audio.mostWaitingBytes}};
     connection_ = std::make_unique<pipewire::CaptureConnection>(
         std::move(devices), pipewire::CaptureConnection::Handlers{
                                 .picture =

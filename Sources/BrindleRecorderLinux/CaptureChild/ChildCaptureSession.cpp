@@ -154,8 +154,8 @@ ChildCaptureSession::observeRuntimeErrors(RuntimeErrorListener listener) {
 }
 
 void ChildCaptureSession::startRunning() {
-    if (child_ || inputs_.empty()) {
-        return;
+    if (child_ || inputs_.empty() || !output_) {
+        return; // nothing to take, or nobody to take it
     }
     const auto told = reports();
     auto child = children_.start();
@@ -174,8 +174,8 @@ void ChildCaptureSession::startRunning() {
     const auto error = child_->open(
         {.camera = deviceName(MediaType::video),
          .microphone = deviceName(MediaType::audio),
-         .video = output_ ? output_->videoSettings() : ChildMovieFileOutput::defaultVideo,
-         .audio = output_ ? output_->audioSettings() : ChildMovieFileOutput::defaultAudio});
+         .video = output_->videoSettings(),
+         .audio = output_->audioSettings()});
     if (error) {
         told->failed(*error);
     }

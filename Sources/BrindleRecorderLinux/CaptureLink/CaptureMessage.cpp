@@ -102,6 +102,14 @@ class Reader {
         return value >= 0 && value <= largest ? static_cast<int>(value) : fail<int>();
     }
 
+    /// At most a gigabyte.
+    std::size_t byteCount(const char* key) {
+        const std::int64_t value = number(key);
+        constexpr std::int64_t largest = std::int64_t{1} << 30;
+        return value >= 0 && value <= largest ? static_cast<std::size_t>(value)
+                                              : fail<std::size_t>();
+    }
+
     /// Finite, and not less than zero.
     double amount(const char* key) {
         const json* const value = find(key);
@@ -194,14 +202,16 @@ json written(const VideoOutputSettings& video) {
         {"height", video.height},
         {"bitRate", video.averageBitRate},
         {"frameRate", video.expectedSourceFrameRate},
-        {"keyFrames", video.maxKeyFrameInterval}};
+        {"keyFrames", video.maxKeyFrameInterval},
+        {"mostWaitingBytes", video.mostWaitingBytes}};
 }
 
 json written(const AudioOutputSettings& audio) {
     return {
         {"channels", audio.numberOfChannels},
         {"sampleRate", audio.sampleRate},
-        {"bitRate", audio.bitRate}};
+        {"bitRate", audio.bitRate},
+        {"mostWaitingBytes", audio.mostWaitingBytes}};
 }
 
 template <class Part>
@@ -238,14 +248,16 @@ VideoOutputSettings readVideo(Reader& reader) {
         .height = reader.smallNumber("height"),
         .averageBitRate = reader.number("bitRate"),
         .expectedSourceFrameRate = reader.smallNumber("frameRate"),
-        .maxKeyFrameInterval = reader.smallNumber("keyFrames")};
+        .maxKeyFrameInterval = reader.smallNumber("keyFrames"),
+        .mostWaitingBytes = reader.byteCount("mostWaitingBytes")};
 }
 
 AudioOutputSettings readAudio(Reader& reader) {
     return {
         .numberOfChannels = reader.smallNumber("channels"),
         .sampleRate = reader.smallNumber("sampleRate"),
-        .bitRate = reader.number("bitRate")};
+        .bitRate = reader.number("bitRate"),
+        .mostWaitingBytes = reader.byteCount("mostWaitingBytes")};
 }
 
 /// The spelling of one kind of message: its name, how it is written and how it is read.
