@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,7 +19,6 @@ namespace {
 using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::Not;
 using testing::SizeIs;
 
 class WhoWatchTest : public testing::Test {
@@ -90,8 +90,9 @@ TEST_F(WhoWatchTest, NamesAProgramAsTheDesktopDoes) {
 TEST_F(WhoWatchTest, DoesNotNameASandboxedProgramAfterTheProcessThatSpeaksForIt) {
     processes.bundleIDs[33] = "com.apple.replayd";
     processes.programNames[33] = "OBS Studio";
-    audio.setProcess(2, {.runningInput = true, .pid = 33, .bundleID = "org.example.Box"});
-    EXPECT_THAT(WhoWatch::answer(monitor, {}), ElementsAre(Not(HasSubstr("OBS Studio"))));
+    EXPECT_EQ(monitor.programName({"com.apple.replayd", 33}), "OBS Studio");
+    EXPECT_EQ(monitor.programName({"org.example.Box", 33}), std::nullopt);
+    EXPECT_EQ(monitor.programName({"com.apple.replayd", -1}), std::nullopt);
 }
 
 TEST_F(WhoWatchTest, LeavesNothingBehind) {
