@@ -11,6 +11,14 @@
 
 namespace brindle {
 
+namespace {
+
+bool isCancellation(const PlatformError& error) {
+    return error.domain == "POSIX" && error.code == ECANCELED;
+}
+
+} // namespace
+
 struct ChildExportSession::State {
     std::mutex mutex; ///< guards `child` and `isCancelled`, which any thread asks for
     std::unique_ptr<capture::MovieChild> child;
@@ -28,13 +36,11 @@ struct ChildExportSession::State {
         if (converted != nullptr) {
             status = Status::completed;
             damagedBytes = converted->damagedBytes;
-        } else if (
-            !outcome && outcome.error().domain == "POSIX" && outcome.error().code == ECANCELED) {
+        } else if (!outcome && isCancellation(outcome.error())) {
             status = Status::cancelled;
         } else {
             status = Status::failed;
-            error = outcome ? capture::recordingError("the capture program answers something else")
-                            : outcome.error();
+            error = outcome ? capture::recordingError("there is no answer") : outcome.error();
         }
         if (const auto completed = std::exchange(completion, nullptr)) {
             completed();

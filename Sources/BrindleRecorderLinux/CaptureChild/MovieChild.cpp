@@ -142,12 +142,13 @@ struct MovieChild::State {
         if (const auto* beat = std::get_if<Beat>(&message)) {
             const Lock lock{mutex};
             progress = beat->converted;
-        } else if (const auto* converted = std::get_if<Converted>(&message)) {
-            if (converted->error) {
-                settle(unexpected{*converted->error});
-            } else {
-                settle(message);
-            }
+            return;
+        }
+        const auto* const converted = std::get_if<Converted>(&message);
+        if (converted != nullptr && converted->error) {
+            settle(unexpected{*converted->error});
+        } else if ((converted != nullptr) != order.destination.has_value()) {
+            settle(unexpected{recordingError("the capture program answers something else")});
         } else {
             settle(message);
         }

@@ -23,7 +23,7 @@ class MovieChild {
         std::filesystem::path source;
         std::optional<std::filesystem::path> destination;
     };
-    /// `Converted` or `Measured`; or an error, when there is neither.
+    /// `Converted` or `Measured`, as was asked for; or an error, when there is no such answer.
     using Answer = std::function<void(Expected<Message, PlatformError> answer)>;
 
     /// `answer` is called once, on the child's thread. `children` must outlive this.

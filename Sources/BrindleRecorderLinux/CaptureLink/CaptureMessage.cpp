@@ -38,8 +38,8 @@ std::string written(std::string_view text, std::size_t longest = longestText) {
     return spelt;
 }
 
-/// Nothing when that was not written by `written`.
-std::optional<std::string> unwritten(std::string_view spelt) {
+/// Nothing when that was not written by `written` with the same limit.
+std::optional<std::string> unwritten(std::string_view spelt, std::size_t longest = longestText) {
     constexpr unsigned char firstWide = 0x80;
     constexpr int lowBits = 6;
     std::string text;
@@ -57,7 +57,7 @@ std::optional<std::string> unwritten(std::string_view spelt) {
         const auto low = static_cast<unsigned char>(spelt[index]) & 0x3FU;
         text.push_back(static_cast<char>(((byte & 3U) << lowBits) | low));
     }
-    if (text.size() > longestText) {
+    if (text.size() > longest) {
         return std::nullopt;
     }
     return text;
@@ -152,11 +152,16 @@ class Reader {
         if (value == nullptr || !value->is_object() || value->size() > mostDetails) {
             return fail<std::map<std::string, std::string>>();
         }
-        Reader inner{*value};
-        for (const auto& [name, detail] : value->items()) {
-            result[unwritten(name).value_or("?")] = inner.text(name.c_str());
+        for (const auto& [spelt, detail] : value->items()) {
+            const auto name = unwritten(spelt, longestDetail);
+            const auto text = detail.is_string()
+                                  ? unwritten(detail.get_ref<const std::string&>(), longestDetail)
+                                  : std::nullopt;
+            if (!name || !text) {
+                return fail<std::map<std::string, std::string>>();
+            }
+            result[*name] = *text;
         }
-        isGood_ = isGood_ && inner.isGood();
         return result;
     }
 
