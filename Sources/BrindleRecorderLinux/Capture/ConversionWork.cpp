@@ -32,7 +32,7 @@ Converted ConversionWork::convert(FileDescriptor source, FileDescriptor destinat
     }
 }
 
-Measured ConversionWork::measure(FileDescriptor movie) {
+Measured ConversionWork::measure(FileDescriptor movie) const {
     try {
         const auto bytes = media::FileBytes::of(std::move(movie), control_.cancelled);
         return {.duration = bytes ? media::readableDuration(**bytes) : std::nullopt};

@@ -11,7 +11,7 @@ namespace brindle::capture {
 class ConversionWork {
   public:
     [[nodiscard]] Converted convert(FileDescriptor source, FileDescriptor destination);
-    [[nodiscard]] Measured measure(FileDescriptor movie);
+    [[nodiscard]] Measured measure(FileDescriptor movie) const;
 
     /// Ends what is being done, and what is begun later, soon.
     void cancel() { control_.cancelled = true; }

@@ -62,17 +62,20 @@ std::string firstWord(std::string_view command) {
     bool isQuoted = false;
     for (std::size_t place = 0; place < command.size(); ++place) {
         const char character = command[place];
+        const bool isFollowed = place + 1 < command.size();
+        const bool standsForTheNext =
+            isFollowed && (character == '\\' || (character == '%' && command[place + 1] == '%'));
         if (character == '"') {
             isQuoted = !isQuoted;
-        } else if (character == '\\' && place + 1 < command.size()) {
-            word += command[++place];
-        } else if (character == '%' && place + 1 < command.size() && command[place + 1] == '%') {
-            word += command[++place];
-        } else if (!isQuoted && blanks.find(character) != std::string_view::npos) {
-            break;
-        } else {
-            word += character;
+            continue;
         }
+        if (!isQuoted && blanks.find(character) != std::string_view::npos) {
+            break;
+        }
+        if (standsForTheNext) {
+            ++place;
+        }
+        word += command[place];
     }
     return word;
 }

@@ -50,7 +50,7 @@ void InstalledApplications::open(const std::filesystem::path& desktopEntry) {
 }
 
 void InstalledApplications::openFolder(
-    const std::filesystem::path& folder, std::function<void()> otherwise) {
+    const std::filesystem::path& folder, const std::function<void()>& otherwise) {
     const auto started =
         programs_.start({starter, "open", folder.string()}, [otherwise](int status) {
             if (status != 0) {

@@ -28,7 +28,7 @@ class InstalledApplications {
     void open(const std::filesystem::path& desktopEntry);
     /// Shows the folder in the application that the user has chosen for folders. Where there is
     /// none, or it cannot be started, `otherwise` is called, from within or later.
-    void openFolder(const std::filesystem::path& folder, std::function<void()> otherwise);
+    void openFolder(const std::filesystem::path& folder, const std::function<void()>& otherwise);
 
   private:
     FileManager& fileManager_;

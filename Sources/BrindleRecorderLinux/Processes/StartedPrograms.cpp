@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <fmt/format.h>
 #include <string_view>
 #include <utility>
 
@@ -64,7 +65,7 @@ std::vector<std::string> ownEnvironmentWith(const StartedPrograms::Environment& 
         }
     }
     for (const auto& [name, value] : more) {
-        result.push_back(name + "=" + value);
+        result.push_back(fmt::format("{}={}", name, value));
     }
     return result;
 }
