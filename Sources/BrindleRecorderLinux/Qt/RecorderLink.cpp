@@ -46,7 +46,7 @@ void RecorderLink::askForSetupWindow(std::function<void(sd_bus_message* answer)>
     }
 }
 
-void RecorderLink::tellSetupWindowClosed(Done told) {
+void RecorderLink::tellSetupWindowClosed(const Done& told) {
     if (!calls_.send(makeCall("SetupWindowClosed"), [told](sd_bus_message*) { told(); })) {
         told();
     }

@@ -26,7 +26,7 @@ class RecorderLink {
 
     /// `take` gets the answer, which may be an error.
     void askForSetupWindow(std::function<void(sd_bus_message* answer)> take);
-    void tellSetupWindowClosed(Done told);
+    void tellSetupWindowClosed(const Done& told);
     void tellTrayIconShown(bool isShown);
 
   private:

@@ -203,7 +203,7 @@ class MenuRole {
 
 /// Takes a variable out of the environment.
 std::string take(const char* name) {
-    const auto value = qgetenv(name).toStdString();
+    auto value = qgetenv(name).toStdString();
     qunsetenv(name);
     return value;
 }

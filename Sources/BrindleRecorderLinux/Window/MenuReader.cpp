@@ -161,8 +161,8 @@ bool readLine(sd_bus_message* message, int depth, std::size_t& room, Menu& lines
     }
     while (sd_bus_message_skip(message, "v") > 0) {
     }
-    if (sd_bus_message_exit_container(message) <= 0 ||
-        sd_bus_message_exit_container(message) <= 0) {
+    const bool hasLeftTheChildren = sd_bus_message_exit_container(message) > 0;
+    if (!hasLeftTheChildren || sd_bus_message_exit_container(message) <= 0) {
         return false;
     }
     if (line.isVisible) {
@@ -191,7 +191,7 @@ void MenuReader::tellOpening() {
     static_cast<void>(calls_.send(std::move(call), [this](sd_bus_message*) { ask(); }));
 }
 
-void MenuReader::tellPicked(const std::string& line, std::function<void()> told) {
+void MenuReader::tellPicked(const std::string& line, const std::function<void()>& told) {
     std::int32_t number = 0;
     const auto read = std::from_chars(line.data(), line.data() + line.size(), number);
     auto call = calls_.make(name_, path_.c_str(), interface, "Event");

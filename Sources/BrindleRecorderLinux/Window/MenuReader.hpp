@@ -30,7 +30,7 @@ class MenuReader {
     /// Tells that the user is about to see the menu, and reads it anew.
     void tellOpening();
     /// Tells that the user picked that line. `told` is called when it has been taken, or cannot be.
-    void tellPicked(const std::string& line, std::function<void()> told);
+    void tellPicked(const std::string& line, const std::function<void()>& told);
 
     /// The children of the root in an answer to `GetLayout`; nothing when it is none.
     static std::optional<Menu> read(sd_bus_message* layout);
