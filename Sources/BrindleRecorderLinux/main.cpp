@@ -47,18 +47,26 @@ constexpr int exitSuccess = 0;
 constexpr int exitCouldNotRun = 1;
 constexpr int exitBadUsage = 2;
 
+/// False, and said so, when the program could not be ended from outside.
+bool hearsSignals(QuitRequests& quitting) {
+    // Whoever reads our output may go; a recording must not end for that.
+    std::signal(SIGPIPE, SIG_IGN);
+    if (!quitting.followSignals()) {
+        printLine(stderr, "brindle-recorder: the system refuses to deliver signals");
+        return false;
+    }
+    return true;
+}
+
 int runHeadless() {
     // Before any thread starts, so that no thread takes the signals for itself.
     EventLoop mainLoop;
     QuitRequests quitting{mainLoop, [&mainLoop] {
                               mainLoop.quit();
                           }};
-    if (!quitting.followSignals()) {
-        printLine(stderr, "brindle-recorder: the system refuses to deliver signals");
+    if (!hearsSignals(quitting)) {
         return exitCouldNotRun;
     }
-    // Whoever reads our output may go; a recording must not end for that.
-    std::signal(SIGPIPE, SIG_IGN);
 
     RecorderServices services{mainLoop};
     const FolderLock recordings{services.recordingsFolder()};
@@ -88,12 +96,9 @@ std::optional<int> runOnBus() {
     QuitRequests quitting{mainLoop, [&mainLoop] {
                               mainLoop.quit();
                           }};
-    if (!quitting.followSignals()) {
-        printLine(stderr, "brindle-recorder: the system refuses to deliver signals");
+    if (!hearsSignals(quitting)) {
         return exitCouldNotRun;
     }
-    // Whoever reads our output may go; a recording must not end for that.
-    std::signal(SIGPIPE, SIG_IGN);
 
     const std::string ownIdentifier{AppInfo::bundleIdentifier};
     BusOnLoop bus{mainLoop, BusOnLoop::Which::session};
