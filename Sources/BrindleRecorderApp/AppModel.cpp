@@ -73,6 +73,7 @@ AppModel::AppModel(const AppEnvironment& environment, RecordingsFolder folder)
         sessionDidChange(isAboutAnother);
     };
     recordings_.onChange = [this] {
+        expectRecordingWhileLikely();
         refreshStatusLine();
     };
     refreshStatusLine();
@@ -100,6 +101,7 @@ void AppModel::callsDidChange() {
         session_.follow(call);
     }
     lifetime_.resumeAfterSleep();
+    expectRecordingWhileLikely();
     refreshStatusLine();
 }
 
@@ -112,7 +114,18 @@ void AppModel::sessionDidChange(bool isAboutAnother) {
     if (isAboutAnother) {
         recordings_.forgetFailures();
     }
+    expectRecordingWhileLikely();
     refreshStatusLine();
+}
+
+void AppModel::expectRecordingWhileLikely() {
+    const auto& state = session_.state().get();
+    const bool isAboutToBegin =
+        state.isRecording() ? !recordings_.current() : state.isIdle() && calls_.mayBegin();
+    const bool isLikely = isAboutToBegin && !lifetime_.isQuitting() && !lifetime_.isAsleep();
+    if (std::exchange(expectsRecording_, isLikely) != isLikely) {
+        environment_.captureSystem.expectRecording(isLikely);
+    }
 }
 
 // What the user commands

@@ -58,6 +58,7 @@ class AppModel {
     InterruptedRepair repair_;
     AppLifetime lifetime_;
     Published<std::string> statusLine_{"Idle"};
+    bool expectsRecording_ = false;
 
   public:
     // What the user interface shows.
@@ -138,6 +139,7 @@ class AppModel {
     void lookAround();
     void callsDidChange();
     void sessionDidChange(bool isAboutAnother);
+    void expectRecordingWhileLikely();
 };
 
 } // namespace brindle

@@ -530,6 +530,67 @@ TEST_F(AppModelDetection, AnAnswerToAnOldQuestionIsNoneToThePresentOne) {
     EXPECT_EQ(sessionInWords(), "recording zoom#2");
 }
 
+// --- What capture is told beforehand ---
+
+TEST_F(AppModelDetection, ExpectsARecordingFromTheFirstSignOfACallUntilItRuns) {
+    launch();
+    runFor(10s);
+    EXPECT_THAT(capture.expectations(), IsEmpty());
+    zoomTakesTheMicrophone();
+    settle();
+    EXPECT_THAT(capture.expectations(), ElementsAre(true));
+    runFor(4s);
+    EXPECT_THAT(capture.expectations(), ElementsAre(true)) << "the call has not been detected yet";
+    runFor(60s);
+    EXPECT_THAT(captured, SizeIs(1));
+    EXPECT_THAT(capture.expectations(), ElementsAre(true, false));
+}
+
+TEST_F(AppModelDetection, ExpectsNoRecordingAnyMoreWhenWhatLookedLikeACallWasNone) {
+    launch();
+    zoomTakesTheMicrophone();
+    runFor(3s);
+    zoomReleasesTheMicrophone();
+    settle();
+    EXPECT_THAT(capture.expectations(), ElementsAre(true, false));
+}
+
+TEST_F(AppModelDetection, ExpectsNoRecordingOfWhatIsNeverRecorded) {
+    model().setAutoRecord("zoom", false);
+    launch();
+    zoomTakesTheMicrophone();
+    runFor(30s);
+    EXPECT_THAT(capture.expectations(), IsEmpty());
+}
+
+TEST_F(AppModelDetection, ExpectsARecordingAsLongAsTheUserIsAsked) {
+    askBeforeRecording();
+    launch();
+    zoomTakesTheMicrophone();
+    runFor(10min);
+    EXPECT_THAT(capture.expectations(), ElementsAre(true));
+    userAnswers("zoom#1", false);
+    runFor(1s);
+    EXPECT_THAT(capture.expectations(), ElementsAre(true, false));
+}
+
+TEST_F(AppModelDetection, ExpectsARecordingThatTheUserBeginsUntilItRuns) {
+    launch();
+    holdCaptureQueue(true);
+    model().recordNowFromMenu();
+    EXPECT_THAT(capture.expectations(), ElementsAre(true));
+    holdCaptureQueue(false);
+    settle();
+    EXPECT_THAT(capture.expectations(), ElementsAre(true, false));
+}
+
+TEST_F(AppModelDetection, ExpectsNoRecordingOfACallThatTheUserEnded) {
+    recordZoomCall();
+    model().stopRecordingFromMenu();
+    runFor(60s);
+    EXPECT_THAT(capture.expectations(), ElementsAre(true, false));
+}
+
 // --- The clock ---
 
 TEST_F(AppModelDetection, TheClockFollowsTheWallTimeOnlyWhileNoCallGoesOn) {

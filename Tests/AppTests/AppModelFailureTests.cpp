@@ -71,6 +71,18 @@ class AppModelFailure : public testing::Test, protected test::AppScene {
 
 // --- Restarting ---
 
+TEST_F(AppModelFailure, TheNextSegmentIsExpectedWhileTheFailedOneIsClosed) {
+    recordZoomCall();
+    runFor(10s);
+    exporter().script().finishAtOnce = false;
+    writingStops();
+    runFor(1s);
+    EXPECT_THAT(capture.expectations(), ElementsAre(true, false, true));
+    exporter().finish();
+    settle();
+    EXPECT_THAT(capture.expectations(), ElementsAre(true, false, true, false));
+}
+
 TEST_F(AppModelFailure, AFailureIsFollowedByANewSegmentChainedByNotes) {
     recordZoomCall();
     runFor(10s);

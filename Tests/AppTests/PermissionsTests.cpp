@@ -50,6 +50,7 @@ class FakeAuthorization final : public CaptureSystem {
     }
     [[nodiscard]] std::shared_ptr<CaptureDevice> device(const std::string&) override { return {}; }
     [[nodiscard]] std::shared_ptr<CaptureSession> makeSession() override { return {}; }
+    void expectRecording(bool) override {}
 
   private:
     std::function<void(bool)> openQuestion_;

@@ -165,6 +165,7 @@ class SimulatedCaptureSystem final : public CaptureSystem {
     }
     [[nodiscard]] std::shared_ptr<CaptureDevice> device(const std::string& uniqueID) override;
     [[nodiscard]] std::shared_ptr<CaptureSession> makeSession() override;
+    void expectRecording(bool /*isExpected*/) override {}
     [[nodiscard]] AuthorizationStatus authorizationStatus(MediaType mediaType) const override;
     void requestAccess(MediaType mediaType, std::function<void(bool granted)> answer) override;
 

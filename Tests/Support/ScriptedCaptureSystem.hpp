@@ -169,6 +169,8 @@ class ScriptedCaptureSystem final : public CaptureSystem {
     [[nodiscard]] const std::vector<std::shared_ptr<ScriptedCaptureSession>>& sessions() const {
         return sessions_;
     }
+    /// What was said of the next recording, in order.
+    [[nodiscard]] const std::vector<bool>& expectations() const { return expectations_; }
     /// Of the session made last.
     [[nodiscard]] ScriptedCaptureSession& session() const { return *sessions_.back(); }
     [[nodiscard]] ScriptedMovieFileOutput& output() const { return *session().output(); }
@@ -188,6 +190,7 @@ class ScriptedCaptureSystem final : public CaptureSystem {
     observeDevices(std::function<void()> listener) override;
     [[nodiscard]] std::shared_ptr<CaptureDevice> device(const std::string& uniqueID) override;
     [[nodiscard]] std::shared_ptr<CaptureSession> makeSession() override;
+    void expectRecording(bool isExpected) override { expectations_.push_back(isExpected); }
     [[nodiscard]] AuthorizationStatus authorizationStatus(MediaType mediaType) const override;
     void requestAccess(MediaType mediaType, std::function<void(bool granted)> answer) override;
 
@@ -200,6 +203,7 @@ class ScriptedCaptureSystem final : public CaptureSystem {
     std::optional<CaptureDeviceInfo> defaultCamera_;
     FakeListeners<> deviceListeners_;
     std::vector<std::shared_ptr<ScriptedCaptureSession>> sessions_;
+    std::vector<bool> expectations_;
     std::map<MediaType, AuthorizationStatus> authorization_;
     std::map<MediaType, bool> answers_;
     std::map<MediaType, std::vector<std::function<void(bool)>>> questions_;

@@ -123,6 +123,11 @@ bool CallWatch::isQuiet() const {
     return detector_.phase().isIdle() && !somebodyMayBeInACall();
 }
 
+bool CallWatch::mayBegin() const {
+    const auto& phase = detector_.phase();
+    return phase.asAsking() != nullptr || (phase.isIdle() && somebodyMayBeInACall());
+}
+
 bool CallWatch::somebodyMayBeInACall() const {
     return std::ranges::any_of(lastSnapshot_, [this](const MicUser& user) {
         return detector_.classify(user).has_value();

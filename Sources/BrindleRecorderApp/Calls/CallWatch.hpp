@@ -75,6 +75,8 @@ class CallWatch {
     [[nodiscard]] bool isByHand() const;
     /// Whether neither a call goes on nor a recording is wanted.
     [[nodiscard]] bool isQuiet() const;
+    /// Whether a call that is to be recorded may begin with the next look or answer.
+    [[nodiscard]] bool mayBegin() const;
     /// Whether anybody who may be in a call held the microphone at the last look.
     [[nodiscard]] bool somebodyMayBeInACall() const;
     /// What the call of that label is attributed to; absent for a label that was never given.

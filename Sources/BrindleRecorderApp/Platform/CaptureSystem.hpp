@@ -163,6 +163,9 @@ class CaptureSystem {
     /// The device with that identifier, if it is there now.
     [[nodiscard]] virtual std::shared_ptr<CaptureDevice> device(const std::string& uniqueID) = 0;
     [[nodiscard]] virtual std::shared_ptr<CaptureSession> makeSession() = 0;
+    /// A recording has become likely, or is so no longer: whatever lets the next session run sooner
+    /// is got ready, or given up. Opens no device.
+    virtual void expectRecording(bool isExpected) = 0;
 
     [[nodiscard]] virtual AuthorizationStatus authorizationStatus(MediaType mediaType) const = 0;
     /// Asks the user for access; answers on the main thread.

@@ -39,6 +39,35 @@ Expected<std::shared_ptr<CaptureChild>, PlatformError> CaptureChildren::start() 
     return child;
 }
 
+void CaptureChildren::keepOneReady(bool isWanted) {
+    {
+        const std::lock_guard lock{mutex_};
+        if (!isWanted && ready_) {
+            ready_->letGo();
+            leaving_.push_back(std::exchange(ready_, nullptr));
+        }
+        if (!isWanted || ready_) {
+            return;
+        }
+    }
+    if (auto child = start()) {
+        const std::lock_guard lock{mutex_};
+        ready_ = std::move(*child);
+    }
+}
+
+Expected<std::shared_ptr<CaptureChild>, PlatformError> CaptureChildren::takeReady() {
+    std::shared_ptr<CaptureChild> ready;
+    {
+        const std::lock_guard lock{mutex_};
+        ready = std::exchange(ready_, nullptr);
+    }
+    if (ready && !ready->hasEnded()) {
+        return ready;
+    }
+    return start();
+}
+
 void CaptureChildren::beatLater() {
     nextBeat_ = mainLoop_.after(betweenBeats, [this] { beat(); });
 }
@@ -56,6 +85,7 @@ void CaptureChildren::beat() {
             }
             return !lives;
         });
+        std::erase_if(leaving_, [](const auto& child) { return child->hasEnded(); });
     }
     for (const auto& child : living) {
         static_cast<void>(child->send(Beat{}));

@@ -18,7 +18,7 @@
 
 namespace brindle::capture {
 
-/// Main thread only, but for `start`.
+/// Main thread only, but for `start` and `takeReady`.
 class CaptureChildren {
   public:
     using Log = std::function<void(std::string_view line)>;
@@ -38,6 +38,12 @@ class CaptureChildren {
     /// that the recorder is there. Any thread.
     [[nodiscard]] Expected<std::shared_ptr<CaptureChild>, PlatformError> start();
 
+    /// Has a child started before it is needed, or lets the one go that nobody has taken. One that
+    /// cannot be started is not missed before it is needed.
+    void keepOneReady(bool isWanted);
+    /// The child that is ready, if it still lives, or a new one. Any thread.
+    [[nodiscard]] Expected<std::shared_ptr<CaptureChild>, PlatformError> takeReady();
+
   private:
     void beat();
     void beatLater();
@@ -49,8 +55,11 @@ class CaptureChildren {
     const Expected<FileDescriptor, std::error_code> program_;
     std::unique_ptr<MainLoop::Timer> nextBeat_; ///< while there are children
     bool saidThatUnconfined_ = false;
-    std::mutex mutex_; ///< guards `children_`
+    std::mutex mutex_; ///< guards what follows
     std::vector<std::weak_ptr<CaptureChild>> children_;
+    std::shared_ptr<CaptureChild> ready_;
+    /// Let go, and kept until they have gone, for which nobody should wait.
+    std::vector<std::shared_ptr<CaptureChild>> leaving_;
     /// Gone once this is; what was posted asks it first.
     std::shared_ptr<CaptureChildren*> self_ = std::make_shared<CaptureChildren*>(this);
 };

@@ -158,7 +158,7 @@ void ChildCaptureSession::startRunning() {
         return; // nothing to take, or nobody to take it
     }
     const auto told = reports();
-    auto child = children_.start();
+    auto child = children_.takeReady();
     if (!child) {
         told->failed(child.error());
         return;

@@ -70,6 +70,10 @@ std::shared_ptr<CaptureSession> PipeWireCaptureSystem::makeSession() {
     return std::make_shared<ChildCaptureSession>(mainLoop_, log_, children_);
 }
 
+void PipeWireCaptureSystem::expectRecording(bool isExpected) {
+    children_.keepOneReady(isExpected);
+}
+
 AuthorizationStatus PipeWireCaptureSystem::authorizationStatus(MediaType mediaType) const {
     if (mediaType == MediaType::video && cameraPortal_ != nullptr &&
         cameraPortal_->status() != AuthorizationStatus::authorized) {

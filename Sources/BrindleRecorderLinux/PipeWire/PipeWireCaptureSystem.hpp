@@ -42,6 +42,7 @@ class PipeWireCaptureSystem final : public CaptureSystem {
 
     [[nodiscard]] std::shared_ptr<CaptureDevice> device(const std::string& uniqueID) override;
     [[nodiscard]] std::shared_ptr<CaptureSession> makeSession() override;
+    void expectRecording(bool isExpected) override;
 
     [[nodiscard]] AuthorizationStatus authorizationStatus(MediaType mediaType) const override;
     void requestAccess(MediaType mediaType, std::function<void(bool granted)> answer) override;
