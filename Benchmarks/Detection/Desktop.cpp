@@ -24,14 +24,12 @@ Date now() {
 } // namespace
 
 Desktop::Desktop()
-    : audioObjects_{
-          loop_, pipeWire_.get(), processes_, pipewire::AudioServer::Options::ofThisSession(),
-          [](pipewire::AudioServerState) {
-          }},
+    : audioServer_{loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession()},
+      audioObjects_{audioServer_, processes_},
       windows_{
           processes_, loop_,
           [this] {
-              return audioObjects_.graph();
+              return audioServer_.graph();
           }},
       monitor_{audioObjects_, processes_, windows_}, detector_{everythingCounts()} {}
 

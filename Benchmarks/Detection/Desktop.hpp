@@ -5,9 +5,9 @@
 #include "BrindleRecorderApp/Calls/MicActivityMonitor.hpp"
 #include "BrindleRecorderCore/Calls/CallDetector.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireOnLoop.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
+#include "BrindleRecorderLinux/Sound/PipeWireAudioObjects.hpp"
 #include "BrindleRecorderLinux/Windows/DesktopWindowList.hpp"
 
 #include <chrono>
@@ -37,6 +37,7 @@ class Desktop {
     EventLoop loop_;
     ProcProcessRegistry processes_{loop_};
     pipewire::PipeWireOnLoop pipeWire_{loop_};
+    pipewire::AudioServer audioServer_;
     PipeWireAudioObjects audioObjects_;
     DesktopWindowList windows_;
     MicActivityMonitor monitor_;

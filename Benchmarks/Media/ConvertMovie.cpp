@@ -1,7 +1,7 @@
 // Converts a movie as the recorder does, the sync to the disk included.
 // Usage: convert-movie MOV MP4
-#include "BrindleRecorderLinux/FFmpeg/FileBytes.hpp"
-#include "BrindleRecorderLinux/FFmpeg/PassthroughCopy.hpp"
+#include "BrindleRecorderLinux/Capture/Boxes/FileBytes.hpp"
+#include "BrindleRecorderLinux/Capture/Convert/PassthroughCopy.hpp"
 
 #include <cstdio>
 #include <exception>

@@ -1,8 +1,8 @@
 // Encodes raw pictures and sound into a movie as a recording does, as fast as it can.
 // Usage: encode-movie PICTURES SOUND MOVIE
 // Pictures: 1920x1080, planar YUV 4:2:0, 30 a second. Sound: 32-bit float, mono, 48 kHz.
-#include "BrindleRecorderLinux/FFmpeg/FragmentedMovieWriter.hpp"
-#include "BrindleRecorderLinux/FFmpeg/MediaEncoder.hpp"
+#include "BrindleRecorderLinux/Capture/Record/FragmentedMovieWriter.hpp"
+#include "BrindleRecorderLinux/Capture/Record/MediaEncoder.hpp"
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/Capture/ArrivalQueue.hpp"
+#include "BrindleRecorderLinux/Capture/Streams/ArrivalQueue.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,12 +1,12 @@
 // Servers that come late, go and come again, each test with servers of its own.
 #include "BrindleRecorderLinux/PipeWire/AudioServer.hpp"
 
+#include "BrindleRecorderLinux/Devices/DeviceDiscovery.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
-#include "BrindleRecorderLinux/PipeWire/DeviceDiscovery.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireOnLoop.hpp"
 #include "BrindleRecorderLinux/PipeWire/PulseAudioTraces.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
+#include "BrindleRecorderLinux/Sound/PipeWireAudioObjects.hpp"
 #include "LinuxTests/ChildProcess.hpp"
 #include "LinuxTests/FakeProc.hpp"
 #include "LinuxTests/SoundServerView.hpp"
@@ -66,12 +66,8 @@ class AudioServerTest : public testing::Test {
     void watch() {
         server_ = std::make_unique<AudioServer>(
             loop_, pipeWire_.get(), options(),
-            AudioServer::Callbacks{
-                .changed = [this] { ++changes_; },
-                .stateChanged =
-                    [this](AudioServerState state) {
-                        states_.push_back(state);
-                    }});
+            [this](AudioServerState state) { states_.push_back(state); });
+        changed_ = server_->observe([this] { ++changes_; });
     }
     [[nodiscard]] bool becomes(AudioServerState state) {
         return waitUntil(loop_, [&] { return server_->state() == state; });
@@ -83,6 +79,7 @@ class AudioServerTest : public testing::Test {
     std::vector<AudioServerState> states_;
     int changes_ = 0;
     std::unique_ptr<AudioServer> server_;
+    std::unique_ptr<Observation> changed_;
 };
 
 TEST_F(AudioServerTest, WaitsForALateServerAndFollowsItsEndAndReturn) {
@@ -139,14 +136,8 @@ TEST_F(AudioServerTest, TriesAgainLaterAndLaterButNeverLaterThanTwoSeconds) {
     using namespace std::chrono_literals;
     test::ManualMainLoop time;
     int attempts = 0;
-    const AudioServer server{
-        time,
-        pipeWire_.get(),
-        options(),
-        {.changed = [&] { ++attempts; },
-         .stateChanged =
-             [](AudioServerState) {
-             }}};
+    const AudioServer server{time, pipeWire_.get(), options()};
+    const auto changed = server.observe([&] { ++attempts; });
     const auto attemptsAfter = [&](std::chrono::milliseconds pause) {
         attempts = 0;
         time.advance(pause);
@@ -250,14 +241,14 @@ TEST_F(RestartedSessionTest, NobodyRecordsWhileTheServerIsGone) {
     const pipewire::PipeWireOnLoop pipeWire{loop};
     const ProcProcessRegistry registry;
     std::vector<AudioServerState> states;
-    PipeWireAudioObjects objects{
+    const AudioServer server{
         loop,
         pipeWire.get(),
-        registry,
         {.remote = runtimeFolder() / "pipewire-0", .runtimeFolder = runtimeFolder()},
         [&](AudioServerState state) {
             states.push_back(state);
         }};
+    PipeWireAudioObjects objects{server, registry};
     const auto recorderObject = [&](pid_t pid) -> std::optional<AudioObjectID> {
         for (const AudioObjectID id : objects.processes().value_or(std::vector<AudioObjectID>{})) {
             if (objects.processIdentifier(id) == pid && objects.isRunningInput(id) == true) {
@@ -295,7 +286,7 @@ TEST_F(RestartedSessionTest, NobodyRecordsWhileTheServerIsGone) {
     ASSERT_TRUE(waitUntil(loop, [&] { return recorderObject(recorder->pid()).has_value(); }))
         << soundServerView(sessionFolder());
     EXPECT_NE(recorderObject(recorder->pid()), firstObject);
-    EXPECT_EQ(objects.state(), AudioServerState::serving);
+    EXPECT_EQ(server.state(), AudioServerState::serving);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/FFmpeg/AudioTimeline.hpp"
+#include "BrindleRecorderLinux/Capture/Record/AudioTimeline.hpp"
 
 #include <gtest/gtest.h>
 

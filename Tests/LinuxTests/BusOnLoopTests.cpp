@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
+#include "BrindleRecorderLinux/Bus/BusOnLoop.hpp"
 
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "LinuxTests/BareBus.hpp"

@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/SdBus/BusText.hpp"
+#include "BrindleRecorderLinux/Bus/BusText.hpp"
 
 #include <gtest/gtest.h>
 

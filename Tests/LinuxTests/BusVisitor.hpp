@@ -1,8 +1,8 @@
 // Somebody on the session bus who asks a program of ours and listens to it, as a panel does.
 #pragma once
 
+#include "BrindleRecorderLinux/Bus/Bus.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
-#include "BrindleRecorderLinux/SdBus/Bus.hpp"
 #include "LinuxTests/ScriptedBusObject.hpp"
 
 #include <systemd/sd-bus.h>

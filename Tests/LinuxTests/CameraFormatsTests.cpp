@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/Capture/CameraFormats.hpp"
+#include "BrindleRecorderLinux/Capture/Streams/CameraFormats.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "BrindleRecorderLinux/Notifications/DesktopNotifications.hpp"
 
+#include "BrindleRecorderLinux/Bus/BusOnLoop.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
-#include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
 #include "LinuxTests/BareBus.hpp"
 #include "LinuxTests/ScriptedNotificationServer.hpp"
 #include "LinuxTests/SignalForger.hpp"

@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/PipeWire/DeviceDiscovery.hpp"
+#include "BrindleRecorderLinux/Devices/DeviceDiscovery.hpp"
 
 #include <gtest/gtest.h>
 

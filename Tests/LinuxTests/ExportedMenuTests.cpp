@@ -1,8 +1,8 @@
 #include "BrindleRecorderLinux/Tray/ExportedMenu.hpp"
 
+#include "BrindleRecorderLinux/Bus/BusCalls.hpp"
+#include "BrindleRecorderLinux/Bus/BusOnLoop.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
-#include "BrindleRecorderLinux/SdBus/BusCalls.hpp"
-#include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
 #include "LinuxTests/BusVisitor.hpp"
 
 #include <gmock/gmock.h>

@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/FFmpeg/FragmentSchedule.hpp"
+#include "BrindleRecorderLinux/Capture/Record/FragmentSchedule.hpp"
 
 #include <gtest/gtest.h>
 

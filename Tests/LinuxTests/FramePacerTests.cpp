@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/FFmpeg/FramePacer.hpp"
+#include "BrindleRecorderLinux/Capture/Record/FramePacer.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 #include "BrindleRecorderLinux/Desktop/InstalledApplications.hpp"
 
 #include "BrindleRecorderCore/Base/PosixFileManager.hpp"
+#include "BrindleRecorderLinux/Bus/BusOnLoop.hpp"
 #include "BrindleRecorderLinux/Desktop/DesktopWorkspace.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
-#include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
 #include "LinuxTests/BareBus.hpp"
 #include "LinuxTests/ScriptedBusObject.hpp"
 #include "LinuxTests/WaitOnLoop.hpp"

@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/Capture/LinkGuard.hpp"
+#include "BrindleRecorderLinux/Capture/Streams/LinkGuard.hpp"
 
 #include <gtest/gtest.h>
 

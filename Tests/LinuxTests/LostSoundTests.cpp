@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/Capture/LostSound.hpp"
+#include "BrindleRecorderLinux/Capture/Streams/LostSound.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-#include "BrindleRecorderLinux/FFmpeg/FragmentedMovieWriter.hpp"
-#include "BrindleRecorderLinux/FFmpeg/MediaEncoder.hpp"
+#include "BrindleRecorderLinux/Capture/Record/FragmentedMovieWriter.hpp"
+#include "BrindleRecorderLinux/Capture/Record/MediaEncoder.hpp"
 
 #include "MovieInspection.hpp"
 #include "Support/TemporaryFolder.hpp"

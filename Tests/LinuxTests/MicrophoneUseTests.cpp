@@ -1,5 +1,5 @@
 // Streams as sound servers show them, each with what it has to be taken for.
-#include "BrindleRecorderLinux/PipeWire/MicrophoneUse.hpp"
+#include "BrindleRecorderLinux/Sound/MicrophoneUse.hpp"
 
 #include "BrindleRecorderLinux/PipeWire/PropertyReading.hpp"
 

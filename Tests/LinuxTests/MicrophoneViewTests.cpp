@@ -1,6 +1,4 @@
-#include "BrindleRecorderLinux/PipeWire/MicrophoneView.hpp"
-
-#include "BrindleRecorderLinux/PipeWire/ListenerList.hpp"
+#include "BrindleRecorderLinux/Sound/MicrophoneView.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -167,45 +165,6 @@ TEST(MicrophoneView, IsEmptyWithoutAServer) {
     EXPECT_FALSE(view.isAvailable);
     EXPECT_TRUE(view.processes.empty());
     EXPECT_FALSE(view.defaultDevice);
-}
-
-TEST(ListenerList, CallsTheSubjectsListenersInOrder) {
-    ListenerList list;
-    std::vector<int> called;
-    const auto first = list.add(1, [&] { called.push_back(1); });
-    const auto other = list.add(2, [&] { called.push_back(2); });
-    const auto third = list.add(1, [&] { called.push_back(3); });
-    list.call(1);
-    EXPECT_THAT(called, ElementsAre(1, 3));
-}
-
-TEST(ListenerList, ListenersMayComeAndGoWhileTheyAreCalled) {
-    ListenerList list;
-    std::vector<int> called;
-    std::unique_ptr<Observation> first;
-    std::unique_ptr<Observation> second;
-    std::unique_ptr<Observation> added;
-    first = list.add(0, [&] {
-        called.push_back(1);
-        first.reset();
-        second.reset();
-        added = list.add(0, [&] { called.push_back(4); });
-    });
-    second = list.add(0, [&] { called.push_back(2); });
-    const auto third = list.add(0, [&] { called.push_back(3); });
-    list.call(0);
-    EXPECT_THAT(called, ElementsAre(1, 3));
-    list.call(0);
-    EXPECT_THAT(called, ElementsAre(1, 3, 3, 4));
-}
-
-TEST(ListenerList, AnObservationMayOutliveTheList) {
-    std::unique_ptr<Observation> observation;
-    {
-        ListenerList list;
-        observation = list.add(0, [] { FAIL(); });
-    }
-    observation.reset();
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/FFmpeg/MovieBoxScan.hpp"
+#include "BrindleRecorderLinux/Capture/Boxes/MovieBoxScan.hpp"
 #include "LinuxTests/MovieFixtures.hpp"
 
 #include <gmock/gmock.h>

@@ -1,8 +1,8 @@
 #include "BrindleRecorderApp/Platform/MovieExporter.hpp"
+#include "BrindleRecorderLinux/Capture/Boxes/FileBytes.hpp"
+#include "BrindleRecorderLinux/Capture/Convert/MovieDuration.hpp"
+#include "BrindleRecorderLinux/Capture/Convert/PassthroughCopy.hpp"
 #include "BrindleRecorderLinux/CaptureLink/OutputFile.hpp"
-#include "BrindleRecorderLinux/FFmpeg/FileBytes.hpp"
-#include "BrindleRecorderLinux/FFmpeg/MovieDuration.hpp"
-#include "BrindleRecorderLinux/FFmpeg/PassthroughCopy.hpp"
 #include "LinuxTests/MovieFixtures.hpp"
 
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 #include "LinuxTests/MovieFixtures.hpp"
 
-#include "BrindleRecorderLinux/FFmpeg/Handles.hpp"
+#include "BrindleRecorderLinux/Capture/Media/Handles.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Movies for tests: made with the ffmpeg command, damaged on purpose, looked into.
 #pragma once
 
-#include "BrindleRecorderLinux/FFmpeg/ByteSource.hpp"
+#include "BrindleRecorderLinux/Capture/Boxes/ByteSource.hpp"
 
 #include <cstdint>
 #include <filesystem>

@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/FFmpeg/MovieRecording.hpp"
+#include "BrindleRecorderLinux/Capture/Record/MovieRecording.hpp"
 
 #include "MovieInspection.hpp"
 #include "Support/TemporaryFolder.hpp"

@@ -1,9 +1,10 @@
 // Icon and menu as another process reads them from the bus.
-#include "BrindleRecorderLinux/Window/IconReader.hpp"
-#include "BrindleRecorderLinux/Window/MenuReader.hpp"
+#include "BrindleRecorderLinux/Tray/IconReader.hpp"
+#include "BrindleRecorderLinux/Tray/MenuReader.hpp"
+#include "BrindleRecorderLinux/Tray/MenuWire.hpp"
 
+#include "BrindleRecorderLinux/Bus/BusOnLoop.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
-#include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
 #include "LinuxTests/BareBus.hpp"
 #include "LinuxTests/ScriptedBusObject.hpp"
 #include "LinuxTests/WaitOnLoop.hpp"
@@ -262,14 +263,14 @@ TEST_F(PanelReadersTest, AMenuOfAnySizeIsCut) {
     program_.layout = menuOf(lines);
     readMenu();
     ASSERT_TRUE(becomes([&] { return menu_.has_value(); }));
-    EXPECT_LE(menu_->size(), MenuReader::mostLines);
-    EXPECT_GT(menu_->size(), MenuReader::mostLines / 2);
+    EXPECT_LE(menu_->size(), menuwire::mostLines);
+    EXPECT_GT(menu_->size(), menuwire::mostLines / 2);
     int depth = 0;
     for (const auto* level = menu_->front().asSubmenu(); level != nullptr && !level->items.empty();
          level = level->items.front().asSubmenu()) {
         ++depth;
     }
-    EXPECT_LT(depth, MenuReader::mostDepth);
+    EXPECT_LT(depth, menuwire::mostDepth);
     ASSERT_NE(menu_->at(1).asButton(), nullptr);
     EXPECT_EQ(menu_->at(1).asButton()->title, "");
 }

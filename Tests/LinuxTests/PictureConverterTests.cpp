@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/FFmpeg/PictureConverter.hpp"
+#include "BrindleRecorderLinux/Capture/Record/PictureConverter.hpp"
 
 #include "SyntheticMedia.hpp"
 

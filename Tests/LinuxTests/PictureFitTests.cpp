@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/FFmpeg/PictureFit.hpp"
+#include "BrindleRecorderLinux/Capture/Record/PictureFit.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,11 @@
 // Real programs at the real servers of a private session: who counts as recording, and as whom.
-#include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
+#include "BrindleRecorderLinux/Sound/PipeWireAudioObjects.hpp"
 
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/PipeWire/Handles.hpp"
-#include "BrindleRecorderLinux/PipeWire/MicrophoneUse.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireOnLoop.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
+#include "BrindleRecorderLinux/Sound/MicrophoneUse.hpp"
 #include "LinuxTests/ChildProcess.hpp"
 #include "LinuxTests/MovieInspection.hpp"
 #include "LinuxTests/SoundServerView.hpp"
@@ -84,9 +84,10 @@ class PipeWireAudioObjectsTest : public testing::Test {
         }
         folder_ = std::filesystem::path{std::getenv("BRINDLE_SESSION")} / "audio-objects";
         std::filesystem::create_directories(folder_);
-        objects_ = std::make_unique<PipeWireAudioObjects>(
-            loop_, pipeWire_.get(), registry_, AudioServer::Options::ofThisSession(),
+        server_ = std::make_unique<AudioServer>(
+            loop_, pipeWire_.get(), AudioServer::Options::ofThisSession(),
             [this](AudioServerState state) { states_.push_back(state); });
+        objects_ = std::make_unique<PipeWireAudioObjects>(*server_, registry_);
         ASSERT_TRUE(serverTakesAsDefault("virt-mic")) << soundServerView();
         ASSERT_TRUE(waitUntil(loop_, [&] { return defaultName() == "virt-mic"; }))
             << soundServerView();
@@ -151,7 +152,7 @@ class PipeWireAudioObjectsTest : public testing::Test {
     /// The server's own view, to see that something which must not count is really running.
     [[nodiscard]] bool
     serverHasRunningInput(const std::string& key, const std::string& value) const {
-        const auto graph = plain_->graph();
+        const auto graph = server_->graph();
         return graph &&
                std::any_of(graph->nodes.begin(), graph->nodes.end(), [&](const auto& node) {
                    return pipewire::property(node.properties, "media.class") ==
@@ -160,16 +161,6 @@ class PipeWireAudioObjectsTest : public testing::Test {
                           pipewire::property(node.properties, key) == value;
                });
     }
-    void watchServer() {
-        plain_ = std::make_unique<AudioServer>(
-            loop_, pipeWire_.get(), AudioServer::Options::ofThisSession(),
-            AudioServer::Callbacks{
-                .changed = [] {},
-                .stateChanged =
-                    [](AudioServerState) {
-                    }});
-    }
-
     /// Makes that microphone the default in the server's own words. Nobody promises that one
     /// request is enough: the session manager chooses anew whenever devices come and go.
     bool serverTakesAsDefault(const std::string& name) {
@@ -198,8 +189,8 @@ class PipeWireAudioObjectsTest : public testing::Test {
     pipewire::PipeWireOnLoop pipeWire_{loop_};
     ProcProcessRegistry registry_;
     std::vector<AudioServerState> states_;
+    std::unique_ptr<AudioServer> server_;
     std::unique_ptr<PipeWireAudioObjects> objects_;
-    std::unique_ptr<AudioServer> plain_;
 };
 
 /// A server of the PulseAudio protocol beside the session's, for the modules of one test. They go
@@ -228,7 +219,7 @@ class PulseServer {
 
 TEST_F(PipeWireAudioObjectsTest, TellsTheStateOnceAndTheDefaultMicrophone) {
     EXPECT_EQ(states_, std::vector{AudioServerState::serving});
-    EXPECT_EQ(objects_->state(), AudioServerState::serving);
+    EXPECT_EQ(server_->state(), AudioServerState::serving);
     EXPECT_TRUE(objects_->canListProcesses());
     EXPECT_EQ(objects_->isRunningSomewhere(*objects_->defaultInputDevice()), false);
     const AudioObjectID noObject = 1'000'000;
@@ -305,7 +296,6 @@ TEST_F(PipeWireAudioObjectsTest, OwnCaptureIsOurOwnProcess) {
 }
 
 TEST_F(PipeWireAudioObjectsTest, ALevelMeterDoesNotCount) {
-    watchServer();
     const ChildProcess meter{
         BRINDLE_PULSE_STREAM,
         {BRINDLE_PULSE_STREAM, "level-meter", "virt-mic"},
@@ -315,7 +305,6 @@ TEST_F(PipeWireAudioObjectsTest, ALevelMeterDoesNotCount) {
 }
 
 TEST_F(PipeWireAudioObjectsTest, ARecordingOfTheSpeakerDoesNotCount) {
-    watchServer();
     const ChildProcess recorder{
         "parecord", {"parecord", "-d", "virt-speakers.monitor", outputFile("speaker")}};
     ASSERT_TRUE(
@@ -324,7 +313,6 @@ TEST_F(PipeWireAudioObjectsTest, ARecordingOfTheSpeakerDoesNotCount) {
 }
 
 TEST_F(PipeWireAudioObjectsTest, ARecordingOfTheSpeakerCountsOnceTheMicrophoneIsLinkedIn) {
-    watchServer();
     const ChildProcess recorder{
         BRINDLE_PULSE_STREAM,
         {BRINDLE_PULSE_STREAM, "recording", "virt-speakers.monitor"},
@@ -375,7 +363,6 @@ TEST_F(PipeWireAudioObjectsTest, ACorkedStreamDoesNotCountUntilItIsUncorked) {
 }
 
 TEST_F(PipeWireAudioObjectsTest, ALoopBackDoesNotCount) {
-    watchServer();
     const PulseServer server{folder_ / "pulse"};
     ASSERT_TRUE(waitUntil(loop_, [&] { return server.isUp(); }));
     ASSERT_TRUE(server.load({"module-loopback", "source=virt-mic", "sink=virt-speakers"}));
@@ -384,7 +371,6 @@ TEST_F(PipeWireAudioObjectsTest, ALoopBackDoesNotCount) {
 }
 
 TEST_F(PipeWireAudioObjectsTest, AnEchoCancellerDoesNotCountButWhoeverRecordsFromItDoes) {
-    watchServer();
     {
         const PulseServer server{folder_ / "pulse"};
         ASSERT_TRUE(waitUntil(loop_, [&] { return server.isUp(); }));

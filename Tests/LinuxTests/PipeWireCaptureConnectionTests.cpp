@@ -1,7 +1,7 @@
-#include "BrindleRecorderLinux/Capture/CaptureConnection.hpp"
+#include "BrindleRecorderLinux/Capture/Streams/CaptureConnection.hpp"
 
 #include "BrindleRecorderApp/Recording/CaptureConfiguration.hpp"
-#include "BrindleRecorderLinux/Capture/WaitingMedia.hpp"
+#include "BrindleRecorderLinux/Capture/Streams/WaitingMedia.hpp"
 #include "DesktopDevices.hpp"
 #include "MovieInspection.hpp"
 #include "ServerGate.hpp"

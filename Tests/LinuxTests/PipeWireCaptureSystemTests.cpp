@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSystem.hpp"
+#include "BrindleRecorderLinux/Devices/PipeWireCaptureSystem.hpp"
 
 #include "BrindleRecorderApp/Recording/CaptureConfiguration.hpp"
 #include "BrindleRecorderLinux/CaptureChild/CaptureChildren.hpp"
@@ -69,14 +69,15 @@ class PipeWireCaptureSystemTest : public testing::Test {
 
     EventLoop loop_;
     pipewire::PipeWireOnLoop pipeWire_{loop_};
+    pipewire::AudioServer server_{
+        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession()};
     SilentLog log_;
     capture::CaptureChildren children_{loop_, BRINDLE_CAPTURE_PROGRAM};
 };
 
 TEST_F(PipeWireCaptureSystemTest, FindsTheSessionsDevices) {
     const test::TestCamera camera{"found-cam", test::TestCamera::i420()};
-    PipeWireCaptureSystem system{
-        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(), log_, children_};
+    PipeWireCaptureSystem system{loop_, server_, log_, children_};
     ASSERT_TRUE(runUntil([&] {
         return has(system, MediaType::video, "found-cam") &&
                has(system, MediaType::audio, "virt-mic");
@@ -96,8 +97,7 @@ TEST_F(PipeWireCaptureSystemTest, FindsTheSessionsDevices) {
 }
 
 TEST_F(PipeWireCaptureSystemTest, TellsOfDevicesThatComeAndGo) {
-    PipeWireCaptureSystem system{
-        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(), log_, children_};
+    PipeWireCaptureSystem system{loop_, server_, log_, children_};
     int changes = 0;
     auto observation = system.observeDevices([&changes] { ++changes; });
     ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
@@ -118,8 +118,7 @@ TEST_F(PipeWireCaptureSystemTest, TellsOfDevicesThatComeAndGo) {
 
 TEST_F(PipeWireCaptureSystemTest, FollowsTheSessionsDefaultCamera) {
     const test::TestCamera one{"chosen-cam", test::TestCamera::i420()};
-    PipeWireCaptureSystem system{
-        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(), log_, children_};
+    PipeWireCaptureSystem system{loop_, server_, log_, children_};
     ASSERT_TRUE(runUntil([&] { return has(system, MediaType::video, "chosen-cam"); }));
     ASSERT_TRUE(test::outputOf("pw-metadata 0 default.configured.video.source"
                                " '{\"name\":\"chosen-cam\"}' Spa:String:JSON"));
@@ -131,8 +130,7 @@ TEST_F(PipeWireCaptureSystemTest, FollowsTheSessionsDefaultCamera) {
 }
 
 TEST_F(PipeWireCaptureSystemTest, OpensWhatItFinds) {
-    PipeWireCaptureSystem system{
-        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(), log_, children_};
+    PipeWireCaptureSystem system{loop_, server_, log_, children_};
     ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
     EXPECT_EQ(system.device("nobody"), nullptr);
     const auto device = system.device("virt-mic");
@@ -144,26 +142,18 @@ TEST_F(PipeWireCaptureSystemTest, OpensWhatItFinds) {
 }
 
 TEST_F(PipeWireCaptureSystemTest, DeniesNothingBeforeItIsKnownWhetherAServerAnswers) {
-    auto state = pipewire::AudioServerState::connecting;
-    PipeWireCaptureSystem system{
-        loop_,
-        pipeWire_.get(),
-        {.remote = "nobody-answers-here", .runtimeFolder = "/nonexistent"},
-        log_,
-        children_,
-        [&state](pipewire::AudioServerState answer) {
-            state = answer;
-        }};
+    const pipewire::AudioServer nobody{
+        loop_, pipeWire_.get(), {.remote = "nobody-answers-here", .runtimeFolder = "/nonexistent"}};
+    PipeWireCaptureSystem system{loop_, nobody, log_, children_};
     EXPECT_EQ(system.authorizationStatus(MediaType::audio), AuthorizationStatus::authorized);
     EXPECT_EQ(system.authorizationStatus(MediaType::video), AuthorizationStatus::authorized);
-    ASSERT_TRUE(runUntil([&state] { return state != pipewire::AudioServerState::connecting; }));
+    ASSERT_TRUE(runUntil([&] { return nobody.state() != pipewire::AudioServerState::connecting; }));
     EXPECT_EQ(system.authorizationStatus(MediaType::audio), AuthorizationStatus::denied);
     EXPECT_EQ(system.authorizationStatus(MediaType::video), AuthorizationStatus::denied);
 }
 
 TEST_F(PipeWireCaptureSystemTest, GrantsAccessWhileTheServerAnswers) {
-    PipeWireCaptureSystem system{
-        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(), log_, children_};
+    PipeWireCaptureSystem system{loop_, server_, log_, children_};
     ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
     std::optional<bool> granted;
     system.requestAccess(MediaType::audio, [&granted](bool answer) { granted = answer; });
@@ -176,10 +166,7 @@ TEST_F(PipeWireCaptureSystemTest, InASandboxTheCameraNeedsThePortalsLeaveAndTheM
     test::ScriptedCameraPortal portal;
     CameraPortal access{loop_, [](std::string_view) {
                         }};
-    PipeWireCaptureSystem system{
-        loop_,  pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(),
-        log_,   children_,       [](pipewire::AudioServerState) {},
-        &access};
+    PipeWireCaptureSystem system{loop_, server_, log_, children_, &access};
     ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
     EXPECT_EQ(system.authorizationStatus(MediaType::video), AuthorizationStatus::notDetermined);
     EXPECT_EQ(system.authorizationStatus(MediaType::audio), AuthorizationStatus::authorized);
@@ -202,8 +189,7 @@ TEST_F(PipeWireCaptureSystemTest, InASandboxTheCameraNeedsThePortalsLeaveAndTheM
 
 /// Not a test of its own: what the next test runs in a session whose server it takes away.
 TEST_F(PipeWireCaptureSystemTest, DISABLED_SurvivesTheServerOfThisSession) {
-    PipeWireCaptureSystem system{
-        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession(), log_, children_};
+    PipeWireCaptureSystem system{loop_, server_, log_, children_};
     ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
     test::TemporaryFolder folder;
     const auto session = system.makeSession();

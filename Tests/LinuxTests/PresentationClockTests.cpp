@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/Media/PresentationClock.hpp"
+#include "BrindleRecorderLinux/Capture/Media/PresentationClock.hpp"
 
 #include <gtest/gtest.h>
 

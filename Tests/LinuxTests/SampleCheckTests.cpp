@@ -1,5 +1,5 @@
-#include "BrindleRecorderLinux/FFmpeg/SampleCheck.hpp"
-#include "BrindleRecorderLinux/FFmpeg/TrackFilter.hpp"
+#include "BrindleRecorderLinux/Capture/Convert/SampleCheck.hpp"
+#include "BrindleRecorderLinux/Capture/Convert/TrackFilter.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/Capture/ServerAnswers.hpp"
+#include "BrindleRecorderLinux/Capture/Streams/ServerAnswers.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "BrindleRecorderLinux/Portal/SettingsPortal.hpp"
 
+#include "BrindleRecorderLinux/Bus/BusOnLoop.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
-#include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
 #include "LinuxTests/BareBus.hpp"
 #include "LinuxTests/ScriptedSettingsPortal.hpp"
 #include "LinuxTests/SignalForger.hpp"

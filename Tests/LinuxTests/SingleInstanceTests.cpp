@@ -1,10 +1,10 @@
 // The program beside itself, on one session bus and on two.
 #include "BrindleRecorderApp/AppInfo.hpp"
 #include "BrindleRecorderApp/Shell/SingleInstance.hpp"
+#include "BrindleRecorderLinux/Bus/BusOnLoop.hpp"
+#include "BrindleRecorderLinux/Bus/SessionBusNames.hpp"
 #include "BrindleRecorderLinux/Files/FolderLock.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
-#include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
-#include "BrindleRecorderLinux/SdBus/SessionBusNames.hpp"
 #include "LinuxTests/BareBus.hpp"
 #include "Support/TemporaryFolder.hpp"
 

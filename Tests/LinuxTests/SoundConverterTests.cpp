@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/FFmpeg/SoundConverter.hpp"
+#include "BrindleRecorderLinux/Capture/Record/SoundConverter.hpp"
 
 #include "MovieInspection.hpp"
 #include "SyntheticMedia.hpp"

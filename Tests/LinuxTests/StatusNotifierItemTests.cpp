@@ -1,8 +1,8 @@
 #include "BrindleRecorderLinux/Tray/StatusNotifierItem.hpp"
 
 #include "BrindleRecorderApp/Shell/MenuBarIconRenderer.hpp"
+#include "BrindleRecorderLinux/Bus/BusOnLoop.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
-#include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
 #include "LinuxTests/BusVisitor.hpp"
 #include "LinuxTests/ScriptedBusObject.hpp"
 #include "LinuxTests/SignalForger.hpp"

@@ -2,9 +2,8 @@
 #include "BrindleRecorderLinux/Windows/StreamTitles.hpp"
 
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
+#include "BrindleRecorderLinux/PipeWire/AudioServer.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireOnLoop.hpp"
-#include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
 #include "LinuxTests/ChildProcess.hpp"
 #include "LinuxTests/WaitOnLoop.hpp"
 #include "LinuxTests/XServer.hpp"
@@ -131,13 +130,10 @@ TEST(StreamTitles, ComeFromARealStream) {
 
     EventLoop loop;
     const pipewire::PipeWireOnLoop pipeWire{loop};
-    const ProcProcessRegistry processes;
-    const PipeWireAudioObjects objects{
-        loop, pipeWire.get(), processes, pipewire::AudioServer::Options::ofThisSession(),
-        [](pipewire::AudioServerState) {
-        }};
+    const pipewire::AudioServer server{
+        loop, pipeWire.get(), pipewire::AudioServer::Options::ofThisSession()};
     const StreamTitles titles{[&] {
-        return objects.graph();
+        return server.graph();
     }};
     {
         const ChildProcess browser{

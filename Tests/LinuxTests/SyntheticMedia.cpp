@@ -1,6 +1,6 @@
 #include "SyntheticMedia.hpp"
 
-#include "BrindleRecorderLinux/FFmpeg/Handles.hpp"
+#include "BrindleRecorderLinux/Capture/Media/Handles.hpp"
 
 #include <array>
 #include <cmath>

@@ -1,7 +1,7 @@
 // Pictures and sound of known content at known moments.
 #pragma once
 
-#include "BrindleRecorderLinux/Media/CapturedMedia.hpp"
+#include "BrindleRecorderLinux/Capture/Media/CapturedMedia.hpp"
 
 #include <chrono>
 #include <cstdint>

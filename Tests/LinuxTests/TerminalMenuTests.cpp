@@ -1,8 +1,8 @@
 #include "BrindleRecorderLinux/CommandLine/TerminalMenu.hpp"
 
 #include "BrindleRecorderApp/AppInfo.hpp"
+#include "BrindleRecorderLinux/Bus/BusOnLoop.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
-#include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
 #include "BrindleRecorderLinux/Tray/ExportedMenu.hpp"
 #include "LinuxTests/OutputCapture.hpp"
 #include "LinuxTests/ScriptedBusObject.hpp"

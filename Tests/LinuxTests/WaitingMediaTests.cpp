@@ -1,4 +1,4 @@
-#include "BrindleRecorderLinux/Capture/WaitingMedia.hpp"
+#include "BrindleRecorderLinux/Capture/Streams/WaitingMedia.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -3,9 +3,9 @@
 
 #include "BrindleRecorderCore/Base/PosixFileManager.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireOnLoop.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
+#include "BrindleRecorderLinux/Sound/PipeWireAudioObjects.hpp"
 #include "LinuxTests/ChildProcess.hpp"
 #include "LinuxTests/OutputCapture.hpp"
 #include "LinuxTests/WaitOnLoop.hpp"
@@ -51,10 +51,9 @@ class WhoCommandTest : public testing::Test {
         EventLoop loop;
         const pipewire::PipeWireOnLoop pipeWire{loop};
         const ProcProcessRegistry processes;
-        const PipeWireAudioObjects objects{
-            loop, pipeWire.get(), processes, pipewire::AudioServer::Options::ofThisSession(),
-            [](pipewire::AudioServerState) {
-            }};
+        const pipewire::AudioServer server{
+            loop, pipeWire.get(), pipewire::AudioServer::Options::ofThisSession()};
+        const PipeWireAudioObjects objects{server, processes};
         EXPECT_TRUE(waitUntil(loop, [&] {
             std::size_t recording = 0;
             for (const AudioObjectID id :

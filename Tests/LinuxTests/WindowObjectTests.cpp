@@ -2,9 +2,9 @@
 #include "BrindleRecorderLinux/Window/WindowObject.hpp"
 
 #include "BrindleRecorderApp/Shell/FirstRunWindow.hpp"
+#include "BrindleRecorderLinux/Bus/BusCalls.hpp"
+#include "BrindleRecorderLinux/Bus/BusOnLoop.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
-#include "BrindleRecorderLinux/SdBus/BusCalls.hpp"
-#include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
 #include "LinuxTests/BareBus.hpp"
 #include "LinuxTests/ScriptedBusObject.hpp"
 #include "LinuxTests/WaitOnLoop.hpp"

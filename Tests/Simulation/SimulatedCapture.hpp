@@ -3,11 +3,11 @@
 #pragma once
 
 #include "BrindleRecorderApp/Platform/CaptureSystem.hpp"
+#include "BrindleRecorderApp/Platform/Listeners.hpp"
 #include "BrindleRecorderApp/Platform/MainLoop.hpp"
 #include "BrindleRecorderCore/Recordings/Sidecar.hpp"
 #include "Simulation/Scene.hpp"
 #include "Simulation/SimulatedDisk.hpp"
-#include "Support/FakeListeners.hpp"
 
 #include <cstddef>
 #include <functional>
@@ -143,7 +143,7 @@ class SimulatedSession final : public CaptureSession,
 
   private:
     std::shared_ptr<CaptureContext> context_;
-    test::FakeListeners<std::optional<PlatformError>> listeners_;
+    Listeners<std::optional<PlatformError>> listeners_;
     Opening opening_;
 };
 
@@ -173,7 +173,7 @@ class SimulatedCaptureSystem final : public CaptureSystem {
     [[nodiscard]] Opening openingNow() const;
 
     std::shared_ptr<CaptureContext> context_;
-    test::FakeListeners<> deviceListeners_;
+    Listeners<> deviceListeners_;
 };
 
 } // namespace brindle::simulation

@@ -15,8 +15,7 @@ void setMembership(std::set<AudioObjectID>& set, AudioObjectID id, bool member) 
     }
 }
 
-std::size_t
-countOf(const std::map<AudioObjectID, FakeListeners<>>& listeners, AudioObjectID object) {
+std::size_t countOf(const std::map<AudioObjectID, Listeners<>>& listeners, AudioObjectID object) {
     const auto found = listeners.find(object);
     return found == listeners.end() ? 0 : found->second.count();
 }

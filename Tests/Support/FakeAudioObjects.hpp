@@ -2,7 +2,7 @@
 #pragma once
 
 #include "BrindleRecorderApp/Platform/AudioObjects.hpp"
-#include "Support/FakeListeners.hpp"
+#include "BrindleRecorderApp/Platform/Listeners.hpp"
 
 #include <cstddef>
 #include <cstdint>
@@ -101,10 +101,10 @@ class FakeAudioObjects final : public AudioObjects {
     bool refuseDefaultDevice_ = false;
     std::set<AudioObjectID> refusedRunningInput_;
     std::set<AudioObjectID> refusedRunningSomewhere_;
-    FakeListeners<> processesListeners_;
-    FakeListeners<> defaultDeviceListeners_;
-    std::map<AudioObjectID, FakeListeners<>> runningInputListeners_;
-    std::map<AudioObjectID, FakeListeners<>> runningSomewhereListeners_;
+    Listeners<> processesListeners_;
+    Listeners<> defaultDeviceListeners_;
+    std::map<AudioObjectID, Listeners<>> runningInputListeners_;
+    std::map<AudioObjectID, Listeners<>> runningSomewhereListeners_;
     int registrations_ = 0;
 };
 

@@ -1,8 +1,8 @@
 // A desktop whose settings a test changes, and which notes what it was asked to open.
 #pragma once
 
+#include "BrindleRecorderApp/Platform/Listeners.hpp"
 #include "BrindleRecorderApp/Platform/Workspace.hpp"
-#include "Support/FakeListeners.hpp"
 
 #include <cstddef>
 #include <filesystem>
@@ -66,8 +66,8 @@ class FakeWorkspace final : public Workspace {
   private:
     bool reducesMotion_ = false;
     Appearance appearance_ = Appearance::light;
-    FakeListeners<> motionListeners_;
-    FakeListeners<> appearanceListeners_;
+    Listeners<> motionListeners_;
+    Listeners<> appearanceListeners_;
 };
 
 } // namespace brindle::test

@@ -3,9 +3,9 @@
 #pragma once
 
 #include "BrindleRecorderApp/Platform/CaptureSystem.hpp"
+#include "BrindleRecorderApp/Platform/Listeners.hpp"
 #include "BrindleRecorderCore/Base/DateProvider.hpp"
 #include "Support/CallJournal.hpp"
-#include "Support/FakeListeners.hpp"
 
 #include <filesystem>
 #include <functional>
@@ -131,7 +131,7 @@ class ScriptedCaptureSession final : public CaptureSession {
   private:
     std::shared_ptr<CaptureScript> script_;
     std::shared_ptr<ScriptedMovieFileOutput> output_;
-    FakeListeners<std::optional<PlatformError>> runtimeErrorListeners_;
+    Listeners<std::optional<PlatformError>> runtimeErrorListeners_;
 };
 
 class ScriptedCaptureSystem final : public CaptureSystem {
@@ -201,7 +201,7 @@ class ScriptedCaptureSystem final : public CaptureSystem {
     std::vector<std::shared_ptr<ScriptedCaptureDevice>> devices_;
     std::optional<CaptureDeviceInfo> systemPreferredCamera_;
     std::optional<CaptureDeviceInfo> defaultCamera_;
-    FakeListeners<> deviceListeners_;
+    Listeners<> deviceListeners_;
     std::vector<std::shared_ptr<ScriptedCaptureSession>> sessions_;
     std::vector<bool> expectations_;
     std::map<MediaType, AuthorizationStatus> authorization_;

@@ -1,10 +1,9 @@
 // A field that tells its observers when its value changes.
 #pragma once
 
-#include "BrindleRecorderApp/Platform/Observation.hpp"
+#include "BrindleRecorderApp/Platform/Listeners.hpp"
 
 #include <functional>
-#include <list>
 #include <memory>
 #include <utility>
 
@@ -25,51 +24,19 @@ class Published {
     [[nodiscard]] const Value& get() const { return value_; }
 
     void set(Value value) {
-        if (value == value_) {
-            return;
-        }
-        value_ = std::move(value);
-        const auto observers = *observers_;
-        for (const auto& observer : observers) {
-            if (observer->active) {
-                observer->call(value_);
-            }
+        if (value != value_) {
+            value_ = std::move(value);
+            observers_.call(value_);
         }
     }
 
     [[nodiscard]] std::unique_ptr<Observation> observe(Observer observer) const {
-        auto entry = std::make_shared<Entry>(Entry{std::move(observer), true});
-        observers_->push_back(entry);
-        return std::make_unique<Registration>(observers_, std::move(entry));
+        return observers_.add(std::move(observer));
     }
 
   private:
-    struct Entry {
-        Observer call;
-        bool active;
-    };
-    using Entries = std::list<std::shared_ptr<Entry>>;
-
-    class Registration final : public Observation {
-      public:
-        Registration(std::weak_ptr<Entries> entries, std::shared_ptr<Entry> entry)
-            : entries_{std::move(entries)}, entry_{std::move(entry)} {}
-        ~Registration() override {
-            entry_->active = false;
-            if (const auto entries = entries_.lock()) {
-                entries->remove(entry_);
-            }
-        }
-        Registration(const Registration&) = delete;
-        Registration& operator=(const Registration&) = delete;
-
-      private:
-        std::weak_ptr<Entries> entries_;
-        std::shared_ptr<Entry> entry_;
-    };
-
     Value value_;
-    std::shared_ptr<Entries> observers_ = std::make_shared<Entries>();
+    Listeners<const Value&> observers_;
 };
 
 } // namespace brindle

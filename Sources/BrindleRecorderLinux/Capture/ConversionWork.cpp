@@ -1,10 +1,10 @@
 #include "BrindleRecorderLinux/Capture/ConversionWork.hpp"
 
+#include "BrindleRecorderLinux/Capture/Boxes/FileBytes.hpp"
+#include "BrindleRecorderLinux/Capture/Convert/MovieDuration.hpp"
+#include "BrindleRecorderLinux/Capture/Convert/PassthroughCopy.hpp"
 #include "BrindleRecorderLinux/CaptureLink/CaptureErrors.hpp"
 #include "BrindleRecorderLinux/CaptureLink/OutputFile.hpp"
-#include "BrindleRecorderLinux/FFmpeg/FileBytes.hpp"
-#include "BrindleRecorderLinux/FFmpeg/MovieDuration.hpp"
-#include "BrindleRecorderLinux/FFmpeg/PassthroughCopy.hpp"
 
 #include <cerrno>
 #include <new>

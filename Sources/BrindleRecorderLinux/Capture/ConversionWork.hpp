@@ -2,8 +2,8 @@
 #pragma once
 
 #include "BrindleRecorderCore/Base/FileDescriptor.hpp"
+#include "BrindleRecorderLinux/Capture/Convert/CopyControl.hpp"
 #include "BrindleRecorderLinux/CaptureLink/CaptureMessage.hpp"
-#include "BrindleRecorderLinux/Media/CopyControl.hpp"
 
 namespace brindle::capture {
 

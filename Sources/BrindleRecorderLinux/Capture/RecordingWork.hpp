@@ -2,9 +2,9 @@
 #pragma once
 
 #include "BrindleRecorderCore/Base/FileDescriptor.hpp"
-#include "BrindleRecorderLinux/Capture/CaptureConnection.hpp"
+#include "BrindleRecorderLinux/Capture/Record/MovieRecording.hpp"
+#include "BrindleRecorderLinux/Capture/Streams/CaptureConnection.hpp"
 #include "BrindleRecorderLinux/CaptureLink/CaptureMessage.hpp"
-#include "BrindleRecorderLinux/FFmpeg/MovieRecording.hpp"
 
 #include <functional>
 #include <memory>

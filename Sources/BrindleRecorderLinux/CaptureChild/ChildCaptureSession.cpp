@@ -61,28 +61,15 @@ std::shared_ptr<capture::RecordingChild> ChildMovieFileOutput::child() const {
     return child_;
 }
 
-/// Both the observation, which keeps it alive, and what a posted report finds it by. Main thread.
-struct ChildCaptureSession::Listener {
-    RuntimeErrorListener call;
-};
-
 /// What the child's thread needs to tell of a failure, which may come after the session has gone.
 struct ChildCaptureSession::Reports {
     MainLoop& mainLoop;
     SystemLog& log;
-    std::shared_ptr<std::vector<std::weak_ptr<Listener>>> listeners;
+    Listeners<std::optional<PlatformError>> listeners;
 
     void failed(const PlatformError& error) const {
         log.write(SystemLog::Level::error, fmt::format("capture failed: {}", error.description));
-        mainLoop.post([listeners = listeners, error] {
-            // A listener may register others, or let go of itself.
-            const auto current = *listeners;
-            for (const auto& weak : current) {
-                if (const auto listener = weak.lock()) {
-                    listener->call(error);
-                }
-            }
-        });
+        mainLoop.post([listeners = listeners, error] { listeners.call(error); });
     }
 
     void droppedPictures(std::int64_t count) const {
@@ -91,19 +78,6 @@ struct ChildCaptureSession::Reports {
             fmt::format("{} pictures were dropped: the machine did not keep up", count));
     }
 };
-
-namespace {
-
-template <class Kept>
-class KeepingObservation final : public Observation {
-  public:
-    explicit KeepingObservation(std::shared_ptr<Kept> kept) : kept_{std::move(kept)} {}
-
-  private:
-    std::shared_ptr<Kept> kept_;
-};
-
-} // namespace
 
 ChildCaptureSession::~ChildCaptureSession() {
     stopRunning();
@@ -148,9 +122,7 @@ void ChildCaptureSession::addOutput(const std::shared_ptr<MovieFileOutput>& outp
 
 std::unique_ptr<Observation>
 ChildCaptureSession::observeRuntimeErrors(RuntimeErrorListener listener) {
-    auto kept = std::make_shared<Listener>(Listener{.call = std::move(listener)});
-    listeners_->push_back(kept);
-    return std::make_unique<KeepingObservation<Listener>>(std::move(kept));
+    return listeners_.add(std::move(listener));
 }
 
 void ChildCaptureSession::startRunning() {

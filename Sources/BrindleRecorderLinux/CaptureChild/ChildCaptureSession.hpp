@@ -2,6 +2,7 @@
 #pragma once
 
 #include "BrindleRecorderApp/Platform/CaptureSystem.hpp"
+#include "BrindleRecorderApp/Platform/Listeners.hpp"
 #include "BrindleRecorderApp/Platform/MainLoop.hpp"
 #include "BrindleRecorderApp/Platform/SystemLog.hpp"
 #include "BrindleRecorderLinux/CaptureChild/CaptureChildren.hpp"
@@ -131,7 +132,6 @@ class ChildCaptureSession final : public CaptureSession,
     [[nodiscard]] std::shared_ptr<capture::RecordingChild> child() const { return child_; }
 
   private:
-    struct Listener;
     struct Reports;
 
     [[nodiscard]] std::optional<std::string> deviceName(MediaType mediaType) const;
@@ -142,9 +142,7 @@ class ChildCaptureSession final : public CaptureSession,
     capture::CaptureChildren& children_;
     std::vector<std::shared_ptr<ChildCaptureInput>> inputs_;
     std::shared_ptr<ChildMovieFileOutput> output_;
-    /// Listeners are kept by their observations.
-    std::shared_ptr<std::vector<std::weak_ptr<Listener>>> listeners_ =
-        std::make_shared<std::vector<std::weak_ptr<Listener>>>();
+    Listeners<std::optional<PlatformError>> listeners_;
     std::shared_ptr<capture::RecordingChild> child_; ///< of the capture-session queue
 };
 

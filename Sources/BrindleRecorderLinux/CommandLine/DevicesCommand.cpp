@@ -4,13 +4,13 @@
 #include "BrindleRecorderApp/Settings.hpp"
 #include "BrindleRecorderApp/Words/DeviceReport.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
+#include "BrindleRecorderLinux/Devices/PipeWireCaptureSystem.hpp"
 #include "BrindleRecorderLinux/Files/JsonDefaultsStore.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/PipeWire/AudioServerStateText.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSystem.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireOnLoop.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
+#include "BrindleRecorderLinux/Sound/PipeWireAudioObjects.hpp"
 #include "BrindleRecorderLinux/SystemLog/SyslogSystemLog.hpp"
 
 #include <fmt/format.h>
@@ -28,25 +28,17 @@ bool DevicesCommand::run() const {
     SyslogSystemLog systemLog;
     const ProcProcessRegistry processes;
 
-    // Two views of one server, each complete in its own time.
-    int views = 2;
-    auto state = pipewire::AudioServerState::connecting;
-    const auto settled = [&](pipewire::AudioServerState answer) {
-        state = answer;
-        if (--views == 0) {
-            // What the last one found is in place once this call has returned.
-            mainLoop.post([this] { mainLoop.quit(); });
-        }
-    };
     const pipewire::PipeWireOnLoop pipeWire{mainLoop};
-    const PipeWireAudioObjects audioObjects{
-        mainLoop, pipeWire.get(), processes, pipewire::AudioServer::Options::ofThisSession(),
-        settled};
-    PipeWireCaptureSystem captureSystem{
-        mainLoop,  pipeWire.get(), pipewire::AudioServer::Options::ofThisSession(),
-        systemLog, children,       settled};
+    const pipewire::AudioServer server{
+        mainLoop, pipeWire.get(), pipewire::AudioServer::Options::ofThisSession(),
+        [this](pipewire::AudioServerState) {
+            mainLoop.quit();
+        }};
+    const PipeWireAudioObjects audioObjects{server, processes};
+    PipeWireCaptureSystem captureSystem{mainLoop, server, systemLog, children};
     mainLoop.run();
-    if (views > 0) {
+    const auto state = server.state();
+    if (state == pipewire::AudioServerState::connecting) {
         return false; // interrupted
     }
     if (state == pipewire::AudioServerState::unreachable) {

@@ -1,10 +1,10 @@
 #include "BrindleRecorderLinux/CommandLine/TerminalMenu.hpp"
 
 #include "BrindleRecorderApp/AppInfo.hpp"
+#include "BrindleRecorderLinux/Bus/Bus.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
-#include "BrindleRecorderLinux/SdBus/Bus.hpp"
 #include "BrindleRecorderLinux/Tray/ExportedMenu.hpp"
-#include "BrindleRecorderLinux/Tray/MenuWire.hpp"
+#include "BrindleRecorderLinux/Tray/MenuReader.hpp"
 
 #include <algorithm>
 #include <optional>
@@ -14,8 +14,6 @@
 namespace brindle {
 
 namespace {
-
-using menuwire::Layout;
 
 /// The menu of the copy that runs, over a connection of the command's own.
 class RunningCopy {
@@ -28,17 +26,14 @@ class RunningCopy {
     }
 
     /// As a panel does before it shows the menu.
-    [[nodiscard]] std::optional<Layout> open() const {
+    [[nodiscard]] std::optional<Menu> open() const {
         call("AboutToShow", "i", 0);
         const BusMessage answer = call("GetLayout", "iias", 0, -1, 0);
-        if (answer == nullptr || sd_bus_message_skip(answer.get(), "u") < 0) {
-            return std::nullopt;
-        }
-        return menuwire::readLayout(answer.get());
+        return answer != nullptr ? MenuReader::read(answer.get()) : std::nullopt;
     }
 
-    [[nodiscard]] bool click(int number) const {
-        return call("Event", "isvu", number, "clicked", "i", 0, 0U) != nullptr;
+    [[nodiscard]] bool click(const MenuItem& line) const {
+        return call("Event", "isvu", std::stoi(line.id), "clicked", "i", 0, 0U) != nullptr;
     }
 
   private:
@@ -65,7 +60,7 @@ class RunningCopy {
     BusHandle bus_;
 };
 
-std::optional<Layout> readMenu(const RunningCopy& program, std::FILE* errors) {
+std::optional<Menu> readMenu(const RunningCopy& program, std::FILE* errors) {
     auto menu = program.open();
     if (!menu) {
         printLine(
@@ -74,47 +69,36 @@ std::optional<Layout> readMenu(const RunningCopy& program, std::FILE* errors) {
     return menu;
 }
 
-template <class Value>
-Value property(const Layout& line, std::string_view name, Value otherwise) {
-    const auto found = line.properties.find(name);
-    const Value* const value =
-        found != line.properties.end() ? std::get_if<Value>(&found->second) : nullptr;
-    return value != nullptr ? *value : otherwise;
+/// What a line says, but for its mark; nothing where it only divides.
+std::string words(const MenuItem& line) {
+    struct Words {
+        std::string operator()(const MenuItem::Text& text) const { return text.text; }
+        std::string operator()(const MenuItem::Button& button) const { return button.title; }
+        std::string operator()(const MenuItem::Toggle& toggle) const { return toggle.title; }
+        std::string operator()(const MenuItem::Submenu& submenu) const { return submenu.title; }
+        std::string operator()(const MenuItem::Divider& /*divider*/) const { return {}; }
+    };
+    return std::visit(Words{}, line.value);
 }
 
-std::string text(const Layout& line, std::string_view name) {
-    return property(line, name, std::string{});
+bool canBePicked(const MenuItem& line) {
+    return line.asText() == nullptr && !line.isDivider();
 }
 
-std::string words(const Layout& line) {
-    std::string result = text(line, "label");
-    for (auto place = result.find("__"); place != std::string::npos;
-         place = result.find("__", place + 1)) {
-        result.erase(place, 1);
-    }
-    return result;
-}
-
-bool isRule(const Layout& line) {
-    return text(line, "type") == "separator";
-}
-
-bool canBePicked(const Layout& line) {
-    return !isRule(line) && property(line, "enabled", true);
-}
-
-void printLines(std::FILE* output, const Layout& menu, const std::string& indent) {
-    for (const Layout& line : menu.children) {
-        if (isRule(line)) {
+void printLines(std::FILE* output, const Menu& menu, const std::string& indent) {
+    for (const MenuItem& line : menu) {
+        if (line.isDivider()) {
             printLine(output, "");
             continue;
         }
         std::string mark;
-        if (!text(line, "toggle-type").empty()) {
-            mark = property(line, "toggle-state", 0) == 1 ? "[x] " : "[ ] ";
+        if (const auto* toggle = line.asToggle()) {
+            mark = toggle->isOn ? "[x] " : "[ ] ";
         }
         printLine(output, indent + mark + words(line));
-        printLines(output, line, indent + "    ");
+        if (const auto* submenu = line.asSubmenu()) {
+            printLines(output, submenu->items, indent + "    ");
+        }
     }
 }
 
@@ -136,22 +120,25 @@ bool TerminalMenu::pick(const std::vector<std::string>& path) const {
     if (!menu) {
         return false;
     }
-    const Layout* place = &*menu;
+    const Menu* lines = &*menu;
+    const MenuItem* place = nullptr;
     for (const auto& wanted : path) {
-        const auto found = std::ranges::find_if(place->children, [&](const Layout& line) {
+        const auto found = std::ranges::find_if(*lines, [&](const MenuItem& line) {
             return canBePicked(line) && words(line) == wanted;
         });
-        if (found == place->children.end()) {
+        if (found == lines->end()) {
             printLine(errors, "brindle-recorder: the menu has no '" + wanted + "' to pick there");
             return false;
         }
         place = &*found;
+        static const Menu none;
+        lines = place->asSubmenu() != nullptr ? &place->asSubmenu()->items : &none;
     }
-    if (path.empty() || !place->children.empty()) {
+    if (place == nullptr || place->asSubmenu() != nullptr) {
         printLine(errors, "brindle-recorder: that is a submenu; say which of its lines");
         return false;
     }
-    return program.click(place->number);
+    return program.click(*place);
 }
 
 } // namespace brindle

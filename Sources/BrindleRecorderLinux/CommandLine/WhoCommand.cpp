@@ -7,9 +7,9 @@
 #include "BrindleRecorderLinux/Files/JsonDefaultsStore.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/PipeWire/AudioServerStateText.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireOnLoop.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
+#include "BrindleRecorderLinux/Sound/PipeWireAudioObjects.hpp"
 #include "BrindleRecorderLinux/Windows/DesktopWindowList.hpp"
 
 #include <functional>
@@ -53,8 +53,7 @@ bool WhoCommand::run() const {
     std::function<void()> answer;
     const auto stateChanged = [&](pipewire::AudioServerState state) {
         if (state == pipewire::AudioServerState::serving) {
-            // The view of the server is complete once this call has returned.
-            mainLoop.post([&answer] { answer(); });
+            answer();
             return;
         }
         printLine(errors, "brindle-recorder: " + std::string{pipewire::describe(state)});
@@ -64,11 +63,11 @@ bool WhoCommand::run() const {
     };
     const ProcProcessRegistry processes{mainLoop};
     const pipewire::PipeWireOnLoop pipeWire{mainLoop};
-    PipeWireAudioObjects audioObjects{
-        mainLoop, pipeWire.get(), processes, pipewire::AudioServer::Options::ofThisSession(),
-        stateChanged};
-    const DesktopWindowList windows{processes, mainLoop, [&audioObjects] {
-                                        return audioObjects.graph();
+    const pipewire::AudioServer server{
+        mainLoop, pipeWire.get(), pipewire::AudioServer::Options::ofThisSession(), stateChanged};
+    PipeWireAudioObjects audioObjects{server, processes};
+    const DesktopWindowList windows{processes, mainLoop, [&server] {
+                                        return server.graph();
                                     }};
     MicActivityMonitor monitor{audioObjects, processes, windows};
     std::optional<WhoWatch> watch;

@@ -3,10 +3,10 @@
 
 #include "BrindleRecorderApp/Async/Published.hpp"
 #include "BrindleRecorderApp/Platform/Workspace.hpp"
+#include "BrindleRecorderLinux/Bus/Bus.hpp"
+#include "BrindleRecorderLinux/Bus/BusCalls.hpp"
 #include "BrindleRecorderLinux/Desktop/InstalledApplications.hpp"
 #include "BrindleRecorderLinux/Portal/SettingsPortal.hpp"
-#include "BrindleRecorderLinux/SdBus/Bus.hpp"
-#include "BrindleRecorderLinux/SdBus/BusCalls.hpp"
 
 namespace brindle {
 

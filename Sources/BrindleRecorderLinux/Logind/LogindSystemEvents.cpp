@@ -1,8 +1,8 @@
 #include "BrindleRecorderLinux/Logind/LogindSystemEvents.hpp"
 
 #include "BrindleRecorderCore/Base/FileDescriptor.hpp"
-#include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
-#include "BrindleRecorderLinux/SdBus/BusService.hpp"
+#include "BrindleRecorderLinux/Bus/BusOnLoop.hpp"
+#include "BrindleRecorderLinux/Bus/BusService.hpp"
 
 #include <systemd/sd-bus.h>
 

@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/Notifications/DesktopNotifications.hpp"
 
-#include "BrindleRecorderLinux/SdBus/BusText.hpp"
+#include "BrindleRecorderLinux/Bus/BusText.hpp"
 
 #include <algorithm>
 #include <cstddef>

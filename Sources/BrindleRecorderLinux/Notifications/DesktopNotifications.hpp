@@ -3,10 +3,10 @@
 #pragma once
 
 #include "BrindleRecorderApp/Platform/UserNotifications.hpp"
+#include "BrindleRecorderLinux/Bus/Bus.hpp"
+#include "BrindleRecorderLinux/Bus/BusCalls.hpp"
+#include "BrindleRecorderLinux/Bus/BusService.hpp"
 #include "BrindleRecorderLinux/Notifications/NotificationText.hpp"
-#include "BrindleRecorderLinux/SdBus/Bus.hpp"
-#include "BrindleRecorderLinux/SdBus/BusCalls.hpp"
-#include "BrindleRecorderLinux/SdBus/BusService.hpp"
 
 #include <cstdint>
 #include <functional>

@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/Notifications/NotificationText.hpp"
 
-#include "BrindleRecorderLinux/SdBus/BusText.hpp"
+#include "BrindleRecorderLinux/Bus/BusText.hpp"
 
 namespace brindle {
 

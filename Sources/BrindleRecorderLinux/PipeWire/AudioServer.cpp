@@ -47,9 +47,10 @@ AudioServer::Options AudioServer::Options::ofThisSession() {
     return options;
 }
 
-AudioServer::AudioServer(MainLoop& mainLoop, pw_loop* loop, Options options, Callbacks callbacks)
+AudioServer::AudioServer(
+    MainLoop& mainLoop, pw_loop* loop, Options options, StateListener stateChanged)
     : mainLoop_{mainLoop}, loop_{loop}, options_{std::move(options)},
-      callbacks_{std::move(callbacks)}, nextDelay_{firstDelay} {
+      stateChanged_{std::move(stateChanged)}, nextDelay_{firstDelay} {
     connect();
 }
 
@@ -135,10 +136,10 @@ void AudioServer::announce() {
     const auto running = std::move(announcement_);
     const AudioServerState state = currentState();
     const AudioServerState previous = std::exchange(state_, state);
+    listeners_.call();
     if (state != previous) {
-        callbacks_.stateChanged(state);
+        stateChanged_(state);
     }
-    callbacks_.changed();
 }
 
 AudioServerState AudioServer::currentState() const {

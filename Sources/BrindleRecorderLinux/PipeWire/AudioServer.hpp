@@ -1,6 +1,7 @@
 // The desktop's sound server as the program sees it: what it knows right now, across its restarts.
 #pragma once
 
+#include "BrindleRecorderApp/Platform/Listeners.hpp"
 #include "BrindleRecorderApp/Platform/MainLoop.hpp"
 #include "BrindleRecorderLinux/PipeWire/AudioGraph.hpp"
 #include "BrindleRecorderLinux/PipeWire/Handles.hpp"
@@ -11,6 +12,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace brindle::pipewire {
 
@@ -24,7 +26,7 @@ enum class AudioServerState {
     unreachable   ///< no sound server answers
 };
 
-/// Belongs to the main thread.
+/// One connection and one mirror for all who look at the server. Belongs to the main thread.
 class AudioServer {
   public:
     struct Options {
@@ -37,14 +39,13 @@ class AudioServer {
         /// As the environment says.
         static Options ofThisSession();
     };
-    struct Callbacks {
-        std::function<void()> changed; ///< `graph` or `state` may answer differently
-        std::function<void(AudioServerState)> stateChanged; ///< once per change
-    };
+    using StateListener = std::function<void(AudioServerState)>;
 
-    /// Connects at once and keeps trying. The callbacks come from the main loop, several changes at
-    /// a time; they must not destroy the server. `loop` is run by `mainLoop`.
-    AudioServer(MainLoop& mainLoop, pw_loop* loop, Options options, Callbacks callbacks);
+    /// Connects at once and keeps trying. `stateChanged` is called from the main loop, once for
+    /// every change, when everybody who listens has heard of it. `loop` is run by `mainLoop`.
+    AudioServer(
+        MainLoop& mainLoop, pw_loop* loop, Options options,
+        StateListener stateChanged = [](AudioServerState) {});
     ~AudioServer();
     AudioServer(const AudioServer&) = delete;
     AudioServer& operator=(const AudioServer&) = delete;
@@ -53,6 +54,12 @@ class AudioServer {
     /// What the server knows now; the same object until that changes, which does not alter one that
     /// was handed out. Null while no server has told all that it knows.
     [[nodiscard]] std::shared_ptr<const AudioGraph> graph() const;
+
+    /// Calls the listener from the main loop when `graph` or `state` may answer differently,
+    /// several changes at a time. It must not destroy the server.
+    [[nodiscard]] std::unique_ptr<Observation> observe(std::function<void()> listener) const {
+        return listeners_.add(std::move(listener));
+    }
 
   private:
     void connect();
@@ -65,7 +72,8 @@ class AudioServer {
     MainLoop& mainLoop_;
     pw_loop* loop_;
     Options options_;
-    Callbacks callbacks_;
+    StateListener stateChanged_;
+    Listeners<> listeners_;
     AudioServerState state_ = AudioServerState::connecting;
     bool complete_ = false;
     mutable std::shared_ptr<const AudioGraph> graph_; ///< null until it is asked for

@@ -1,9 +1,9 @@
 #include "BrindleRecorderLinux/Portal/CameraPortal.hpp"
 
 #include "BrindleRecorderApp/Recording/Uuid.hpp"
+#include "BrindleRecorderLinux/Bus/BusOnLoop.hpp"
+#include "BrindleRecorderLinux/Bus/BusService.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
-#include "BrindleRecorderLinux/SdBus/BusOnLoop.hpp"
-#include "BrindleRecorderLinux/SdBus/BusService.hpp"
 
 #include <algorithm>
 #include <cstdint>

@@ -2,9 +2,9 @@
 // (org.freedesktop.portal.Settings).
 #pragma once
 
-#include "BrindleRecorderLinux/SdBus/Bus.hpp"
-#include "BrindleRecorderLinux/SdBus/BusCalls.hpp"
-#include "BrindleRecorderLinux/SdBus/BusService.hpp"
+#include "BrindleRecorderLinux/Bus/Bus.hpp"
+#include "BrindleRecorderLinux/Bus/BusCalls.hpp"
+#include "BrindleRecorderLinux/Bus/BusService.hpp"
 
 #include <functional>
 #include <string>

@@ -10,18 +10,18 @@
 #include "BrindleRecorderCore/Recordings/RecordingsFolder.hpp"
 #include "BrindleRecorderLinux/CaptureChild/CaptureChildren.hpp"
 #include "BrindleRecorderLinux/CaptureChild/ChildMovieExporter.hpp"
+#include "BrindleRecorderLinux/Devices/PipeWireCaptureSystem.hpp"
 #include "BrindleRecorderLinux/Files/JsonDefaultsStore.hpp"
 #include "BrindleRecorderLinux/Logind/LogindSystemEvents.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/PipeWire/AudioServerStateText.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireAudioObjects.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireCaptureSystem.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireOnLoop.hpp"
 #include "BrindleRecorderLinux/Portal/CameraPortal.hpp"
 #include "BrindleRecorderLinux/Portal/Sandbox.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
 #include "BrindleRecorderLinux/Program/LinuxWords.hpp"
 #include "BrindleRecorderLinux/Program/SiblingProgram.hpp"
+#include "BrindleRecorderLinux/Sound/PipeWireAudioObjects.hpp"
 #include "BrindleRecorderLinux/SystemLog/SyslogSystemLog.hpp"
 #include "BrindleRecorderLinux/Time/BootClock.hpp"
 #include "BrindleRecorderLinux/Windows/DesktopWindowList.hpp"
@@ -50,24 +50,24 @@ class RecorderServices::Implementation {
     const ProcProcessRegistry processes{mainLoop};
     const pipewire::PipeWireOnLoop pipeWire{mainLoop};
     std::optional<SoundServerNotice> soundNotice; ///< once there is somebody to tell
-    PipeWireAudioObjects audioObjects{
-        mainLoop, pipeWire.get(), processes, pipewire::AudioServer::Options::ofThisSession(),
+    const pipewire::AudioServer audioServer{
+        mainLoop, pipeWire.get(), pipewire::AudioServer::Options::ofThisSession(),
         [this](pipewire::AudioServerState state) {
             log.both(EventLog::Level::info, pipewire::describe(state));
             noticeSound(state);
         }};
-    const DesktopWindowList windows{processes, mainLoop, [this] {
-                                        return audioObjects.graph();
-                                    }};
     const std::unique_ptr<CameraPortal> cameraPortal = makeCameraPortal();
     capture::CaptureChildren captureChildren{
         mainLoop, SiblingProgram::path(SiblingProgram::capture), [this](std::string_view line) {
             log.both(EventLog::Level::info, line);
         }};
+    // Before those who notice calls, so that a recording begins with the devices of the moment.
     PipeWireCaptureSystem captureSystem{
-        mainLoop,          pipeWire.get(),  pipewire::AudioServer::Options::ofThisSession(),
-        systemLog,         captureChildren, [](pipewire::AudioServerState) {},
-        cameraPortal.get()};
+        mainLoop, audioServer, systemLog, captureChildren, cameraPortal.get()};
+    PipeWireAudioObjects audioObjects{audioServer, processes};
+    const DesktopWindowList windows{processes, mainLoop, [this] {
+                                        return audioServer.graph();
+                                    }};
     LogindSystemEvents systemEvents{mainLoop};
     ChildMovieExporter exporter{mainLoop, captureChildren};
     JsonDefaultsStore defaults{
@@ -112,7 +112,7 @@ AppEnvironment RecorderServices::environment(
             fmt::format("{} is missing: nothing can be recorded", SiblingProgram::capture));
     }
     own.soundNotice.emplace(own.mainLoop, notifications);
-    own.noticeSound(own.audioObjects.state());
+    own.noticeSound(own.audioServer.state());
     return AppEnvironment{
         .mainLoop = own.mainLoop,
         .dateProvider = own.clock,

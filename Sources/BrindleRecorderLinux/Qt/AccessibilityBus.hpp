@@ -1,9 +1,9 @@
 // Has Qt find no session bus and yet speak to screen readers.
 #pragma once
 
-#include "BrindleRecorderLinux/SdBus/Bus.hpp"
-#include "BrindleRecorderLinux/SdBus/BusCalls.hpp"
-#include "BrindleRecorderLinux/SdBus/BusService.hpp"
+#include "BrindleRecorderLinux/Bus/Bus.hpp"
+#include "BrindleRecorderLinux/Bus/BusCalls.hpp"
+#include "BrindleRecorderLinux/Bus/BusService.hpp"
 
 #include <functional>
 

@@ -2,7 +2,7 @@
 // alone.
 #pragma once
 
-#include "BrindleRecorderLinux/SdBus/Bus.hpp"
+#include "BrindleRecorderLinux/Bus/Bus.hpp"
 
 #include <QSocketNotifier>
 #include <systemd/sd-event.h>

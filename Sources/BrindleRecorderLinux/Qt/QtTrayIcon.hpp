@@ -1,7 +1,7 @@
 // The icon in the older tray of X11 (_NET_SYSTEM_TRAY_S0, XEmbed), through Qt.
 #pragma once
 
-#include "BrindleRecorderLinux/Window/IconReader.hpp"
+#include "BrindleRecorderLinux/Tray/IconReader.hpp"
 
 #include <QSystemTrayIcon>
 #include <QTimer>

@@ -1,9 +1,9 @@
 // The recorder as the program with its windows sees it on the session bus.
 #pragma once
 
-#include "BrindleRecorderLinux/SdBus/Bus.hpp"
-#include "BrindleRecorderLinux/SdBus/BusCalls.hpp"
-#include "BrindleRecorderLinux/SdBus/BusService.hpp"
+#include "BrindleRecorderLinux/Bus/Bus.hpp"
+#include "BrindleRecorderLinux/Bus/BusCalls.hpp"
+#include "BrindleRecorderLinux/Bus/BusService.hpp"
 
 #include <functional>
 #include <string>

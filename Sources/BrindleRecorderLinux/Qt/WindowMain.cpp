@@ -8,7 +8,7 @@
 #include "BrindleRecorderLinux/Qt/QtTrayIcon.hpp"
 #include "BrindleRecorderLinux/Qt/QtTrayMenu.hpp"
 #include "BrindleRecorderLinux/Qt/RecorderLink.hpp"
-#include "BrindleRecorderLinux/Window/MenuReader.hpp"
+#include "BrindleRecorderLinux/Tray/MenuReader.hpp"
 #include "BrindleRecorderLinux/Window/WindowProtocol.hpp"
 #include "BrindleRecorderLinux/Windows/Screen.hpp"
 

@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/Tray/ExportedMenu.hpp"
 
-#include "BrindleRecorderLinux/SdBus/ObjectTable.hpp"
+#include "BrindleRecorderLinux/Bus/ObjectTable.hpp"
 
 #include <cerrno>
 #include <optional>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "BrindleRecorderApp/Platform/Menu.hpp"
-#include "BrindleRecorderLinux/SdBus/Bus.hpp"
+#include "BrindleRecorderLinux/Bus/Bus.hpp"
 #include "BrindleRecorderLinux/Tray/MenuNumbers.hpp"
 #include "BrindleRecorderLinux/Tray/MenuWire.hpp"
 

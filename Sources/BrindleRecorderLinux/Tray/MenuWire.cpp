@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/Tray/MenuWire.hpp"
 
-#include "BrindleRecorderLinux/SdBus/BusText.hpp"
+#include "BrindleRecorderLinux/Bus/BusText.hpp"
 
 #include <cstdint>
 #include <string_view>
@@ -104,7 +104,10 @@ bool readProperty(sd_bus_message* message, Properties& properties) {
         sd_bus_message_read(message, "i", &number);
         properties.insert_or_assign(std::move(*name), number);
     } else if (kind == "s") {
-        properties.insert_or_assign(std::move(*name), readText(message).value_or(std::string{}));
+        auto text = readText(message);
+        if (text && text->size() <= mostBytes) {
+            properties.insert_or_assign(std::move(*name), std::move(*text));
+        }
     } else {
         properties.insert_or_assign(std::move(*name), readShortcut(message).value_or(Shortcut{}));
     }
@@ -118,15 +121,20 @@ bool readInto(sd_bus_message* message, Properties& properties) {
     });
 }
 
-bool readInto(sd_bus_message* message, Layout& layout) {
+/// One line with those below it, at most so many altogether.
+bool readInto(sd_bus_message* message, Layout& layout, int depth, std::size_t& room) {
     return sd_bus_message_enter_container(message, 'r', "ia{sv}av") > 0 &&
            sd_bus_message_read(message, "i", &layout.number) > 0 &&
            readInto(message, layout.properties) &&
            readAll(
                message, 'a', "v",
                [&] {
+                   if (depth == 0 || room == 0) {
+                       return sd_bus_message_skip(message, "v") >= 0;
+                   }
+                   --room;
                    return sd_bus_message_enter_container(message, 'v', "(ia{sv}av)") > 0 &&
-                          readInto(message, layout.children.emplace_back()) &&
+                          readInto(message, layout.children.emplace_back(), depth - 1, room) &&
                           sd_bus_message_exit_container(message) >= 0;
                }) &&
            sd_bus_message_exit_container(message) >= 0;
@@ -170,7 +178,8 @@ int append(sd_bus_message* message, const Layout& layout) {
 
 std::optional<Layout> readLayout(sd_bus_message* message) {
     Layout layout;
-    if (!readInto(message, layout)) {
+    std::size_t room = mostLines;
+    if (!readInto(message, layout, mostDepth, room)) {
         return std::nullopt;
     }
     return layout;

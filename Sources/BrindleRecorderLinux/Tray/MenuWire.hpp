@@ -3,6 +3,7 @@
 
 #include <systemd/sd-bus.h>
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <optional>
@@ -35,8 +36,12 @@ int append(sd_bus_message* message, const Layout& layout);
 /// Signature (ia{sv}).
 int append(sd_bus_message* message, int number, const Properties& properties);
 
+constexpr int mostDepth = 8;
+constexpr std::size_t mostLines = 1000; ///< of a whole menu
+constexpr std::size_t mostBytes = 4000; ///< of a text
+
 /// What stands next in the message; nothing when it is something else. Properties of kinds that no
-/// menu of ours has are left out.
+/// menu of ours has are left out, and so is what is too deep, too many or too long.
 std::optional<Layout> readLayout(sd_bus_message* message);
 /// Signature a{sv}.
 std::optional<Properties> readProperties(sd_bus_message* message);

@@ -1,7 +1,7 @@
 #include "BrindleRecorderLinux/Tray/StatusNotifierItem.hpp"
 
-#include "BrindleRecorderLinux/SdBus/BusText.hpp"
-#include "BrindleRecorderLinux/SdBus/ObjectTable.hpp"
+#include "BrindleRecorderLinux/Bus/BusText.hpp"
+#include "BrindleRecorderLinux/Bus/ObjectTable.hpp"
 #include "BrindleRecorderLinux/Tray/ExportedMenu.hpp"
 
 #include <unistd.h>

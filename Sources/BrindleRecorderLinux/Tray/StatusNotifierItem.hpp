@@ -2,9 +2,9 @@
 #pragma once
 
 #include "BrindleRecorderApp/Platform/IconImage.hpp"
-#include "BrindleRecorderLinux/SdBus/Bus.hpp"
-#include "BrindleRecorderLinux/SdBus/BusCalls.hpp"
-#include "BrindleRecorderLinux/SdBus/BusService.hpp"
+#include "BrindleRecorderLinux/Bus/Bus.hpp"
+#include "BrindleRecorderLinux/Bus/BusCalls.hpp"
+#include "BrindleRecorderLinux/Bus/BusService.hpp"
 #include "BrindleRecorderLinux/Tray/IconPainter.hpp"
 
 #include <functional>

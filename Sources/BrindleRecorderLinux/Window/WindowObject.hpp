@@ -2,7 +2,7 @@
 // show, and to which it says what the user did.
 #pragma once
 
-#include "BrindleRecorderLinux/SdBus/Bus.hpp"
+#include "BrindleRecorderLinux/Bus/Bus.hpp"
 #include "BrindleRecorderLinux/Window/WindowProtocol.hpp"
 
 #include <functional>

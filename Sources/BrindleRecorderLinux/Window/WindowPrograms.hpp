@@ -2,8 +2,8 @@
 // the icon in the older tray of X11, and the menu where a panel leaves it to us.
 #pragma once
 
+#include "BrindleRecorderLinux/Bus/Bus.hpp"
 #include "BrindleRecorderLinux/Processes/StartedPrograms.hpp"
-#include "BrindleRecorderLinux/SdBus/Bus.hpp"
 #include "BrindleRecorderLinux/Window/WindowObject.hpp"
 #include "BrindleRecorderLinux/Window/WindowProgram.hpp"
 

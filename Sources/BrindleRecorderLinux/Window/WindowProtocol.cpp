@@ -1,6 +1,6 @@
 #include "BrindleRecorderLinux/Window/WindowProtocol.hpp"
 
-#include "BrindleRecorderLinux/SdBus/BusText.hpp"
+#include "BrindleRecorderLinux/Bus/BusText.hpp"
 
 #include <algorithm>
 #include <string>

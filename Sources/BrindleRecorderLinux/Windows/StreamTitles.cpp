@@ -1,7 +1,7 @@
 #include "BrindleRecorderLinux/Windows/StreamTitles.hpp"
 
-#include "BrindleRecorderLinux/PipeWire/MicrophoneUse.hpp"
 #include "BrindleRecorderLinux/Processes/ApplicationIdentity.hpp"
+#include "BrindleRecorderLinux/Sound/MicrophoneUse.hpp"
 
 #include <algorithm>
 #include <string>

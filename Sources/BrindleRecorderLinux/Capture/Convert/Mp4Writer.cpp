@@ -1,0 +1,139 @@
+#include "BrindleRecorderLinux/Capture/Convert/Mp4Writer.hpp"
+
+#include "BrindleRecorderLinux/Capture/Boxes/BigEndianReader.hpp"
+#include "BrindleRecorderLinux/Capture/Media/MediaError.hpp"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <new>
+#include <utility>
+
+extern "C" {
+#include <libavutil/opt.h>
+}
+
+namespace brindle::media {
+
+Expected<std::unique_ptr<Mp4Writer>, PlatformError> Mp4Writer::create(
+    capture::OutputFile file, std::span<const AVStream* const> streams, std::int64_t roomForIndex) {
+    std::unique_ptr<Mp4Writer> writer{new Mp4Writer{std::move(file), roomForIndex}};
+    if (auto begun = writer->begin(streams); !begun) {
+        return unexpected{std::move(begun.error())};
+    }
+    return writer;
+}
+
+Expected<void, PlatformError> Mp4Writer::begin(std::span<const AVStream* const> streams) {
+    AVFormatContext* format = nullptr;
+    if (const int result = avformat_alloc_output_context2(&format, nullptr, "mp4", nullptr);
+        result < 0) {
+        return unexpected{mediaError(result)};
+    }
+    format_.reset(format);
+    format_->pb = file_->io();
+    // Samples go in as they are: times are not moved, nothing is converted.
+    format_->avoid_negative_ts = AVFMT_AVOID_NEG_TS_DISABLED;
+    format_->flags &= ~AVFMT_FLAG_AUTO_BSF;
+    format_->flush_packets = 0; // a call of the system for every sample is dear
+    // The units in which offsets between tracks are told. The default is a millisecond.
+    int finestUnit = 1000;
+    for (const AVStream* source : streams) {
+        AVStream* const stream = avformat_new_stream(format_.get(), nullptr);
+        if (stream == nullptr) {
+            throw std::bad_alloc{};
+        }
+        if (const int result = avcodec_parameters_copy(stream->codecpar, source->codecpar);
+            result < 0) {
+            return unexpected{mediaError(result)};
+        }
+        stream->codecpar->codec_tag = 0; // MP4 has its own name for the coding
+        if (stream->codecpar->codec_id == AV_CODEC_ID_AAC && stream->codecpar->frame_size == 0) {
+            stream->codecpar->frame_size = 1024; // or the library warns of it each time
+        }
+        stream->time_base = source->time_base;
+        stream->avg_frame_rate = source->avg_frame_rate;
+        stream->sample_aspect_ratio = source->sample_aspect_ratio;
+        stream->disposition = source->disposition;
+        av_dict_copy(&stream->metadata, source->metadata, 0);
+        finestUnit = std::max(finestUnit, source->time_base.den);
+        configurationBytes_ += source->codecpar->extradata_size;
+        tracks_.push_back({source->index, source->time_base});
+    }
+    Options options;
+    options.set("movie_timescale", finestUnit);
+    options.set("moov_size", roomForIndex_);
+    if (const int result = avformat_write_header(format_.get(), options.get()); result < 0) {
+        return unexpected{errorFor(result)};
+    }
+    return {};
+}
+
+Expected<void, PlatformError> Mp4Writer::write(AVPacket& packet) {
+    const auto track = std::ranges::find(tracks_, packet.stream_index, &Track::sourceStream);
+    if (track == tracks_.end()) {
+        return {};
+    }
+    const auto index = static_cast<std::size_t>(track - tracks_.begin());
+    packet.stream_index = static_cast<int>(index);
+    packet.pos = -1;
+    av_packet_rescale_ts(&packet, track->sourceTimeBase, format_->streams[index]->time_base);
+    index_.add(
+        {.track = index,
+         .size = static_cast<std::uint32_t>(packet.size),
+         .decodeTime = packet.dts,
+         .compositionOffset = packet.pts - packet.dts,
+         .isSync = (packet.flags & AV_PKT_FLAG_KEY) != 0});
+    // Chunk by chunk in the source's order, which is an order to play in; nothing is held back.
+    if (const int result = av_write_frame(format_.get(), &packet); result < 0) {
+        return unexpected{errorFor(result)};
+    }
+    return {};
+}
+
+Expected<void, PlatformError> Mp4Writer::finish() {
+    // What room is left over becomes a box of its own and needs the head of one.
+    constexpr std::int64_t shortestBox = 8;
+    const bool fits = index_.upperBound(configurationBytes_) + shortestBox <= roomForIndex_;
+    if (roomForIndex_ != 0 && !fits) {
+        // Gaps in a damaged source can make the tables longer than the samples' count said.
+        av_opt_set_int(format_->priv_data, "moov_size", 0, 0);
+    }
+    if (const int result = av_write_trailer(format_.get()); result < 0) {
+        return unexpected{errorFor(result)};
+    }
+    avio_flush(file_->io());
+    if (file_->writeError() != 0) {
+        return unexpected{errorFor(file_->io()->error)};
+    }
+    if (roomForIndex_ != 0 && !fits) {
+        if (auto filled = fillRoomForIndex(); !filled) {
+            return filled;
+        }
+    }
+    if (const int errorNumber = file_->sync(); errorNumber != 0) {
+        return unexpected{systemError(errorNumber)};
+    }
+    return {};
+}
+
+/// Makes the room that the index did not take one empty box (ISO/IEC 14496-12, 8.1.2 `free`).
+Expected<void, PlatformError> Mp4Writer::fillRoomForIndex() {
+    std::array<std::uint8_t, 8> head{0, 0, 0, 0, 'f', 'r', 'e', 'e'};
+    auto size = static_cast<std::uint64_t>(roomForIndex_);
+    for (std::size_t byte = 4; byte-- > 0; size >>= 8U) {
+        head[byte] = static_cast<std::uint8_t>(size & 0xFFU);
+    }
+    // It follows the file type box, whose length is the first thing in the file.
+    const std::int64_t roomOffset = BigEndianReader{file_->firstBytes()}.u32();
+    if (const int errorNumber = file_->overwrite(roomOffset, head); errorNumber != 0) {
+        return unexpected{systemError(errorNumber)};
+    }
+    return {};
+}
+
+PlatformError Mp4Writer::errorFor(int result) const {
+    return file_->writeError() != 0 ? systemError(file_->writeError()) : mediaError(result);
+}
+
+} // namespace brindle::media

@@ -1,0 +1,54 @@
+// Writes samples into an MP4 file.
+#pragma once
+
+#include "BrindleRecorderApp/Platform/PlatformError.hpp"
+#include "BrindleRecorderCore/Base/Expected.hpp"
+#include "BrindleRecorderLinux/Capture/Convert/MovieIndexSize.hpp"
+#include "BrindleRecorderLinux/Capture/Media/Handles.hpp"
+#include "BrindleRecorderLinux/Capture/Media/OutputStream.hpp"
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <utility>
+#include <vector>
+
+namespace brindle::media {
+
+/// One thread at a time.
+class Mp4Writer {
+  public:
+    /// Begins the file, which is new, with a track for each of the streams, whose samples are going
+    /// to come as their container hands them out. `roomForIndex` bytes are left
+    /// at the front for the index; 0 puts it at the end.
+    static Expected<std::unique_ptr<Mp4Writer>, PlatformError> create(
+        capture::OutputFile file, std::span<const AVStream* const> streams,
+        std::int64_t roomForIndex);
+
+    /// Takes the packet's content; its times are in the units of the stream that it comes from.
+    Expected<void, PlatformError> write(AVPacket& packet);
+
+    /// Writes the index and returns when everything is safe on the disk.
+    Expected<void, PlatformError> finish();
+
+  private:
+    struct Track {
+        int sourceStream;
+        AVRational sourceTimeBase;
+    };
+
+    Mp4Writer(capture::OutputFile file, std::int64_t roomForIndex)
+        : file_{std::make_unique<OutputStream>(std::move(file))}, roomForIndex_{roomForIndex} {}
+    Expected<void, PlatformError> begin(std::span<const AVStream* const> streams);
+    [[nodiscard]] PlatformError errorFor(int result) const;
+    Expected<void, PlatformError> fillRoomForIndex();
+
+    std::unique_ptr<OutputStream> file_;
+    std::int64_t roomForIndex_;
+    std::int64_t configurationBytes_ = 0;
+    FormatHandle format_;
+    std::vector<Track> tracks_;
+    MovieIndexSize index_;
+};
+
+} // namespace brindle::media

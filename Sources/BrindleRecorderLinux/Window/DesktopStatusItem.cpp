@@ -1,0 +1,45 @@
+#include "BrindleRecorderLinux/Window/DesktopStatusItem.hpp"
+
+#include <utility>
+
+namespace brindle {
+
+DesktopStatusItem::DesktopStatusItem(WindowPrograms& windows) : windows_{windows} {
+    icon_.onTakenChange = [this] {
+        windows_.offerTrayIcon(!icon_.isTaken());
+    };
+    icon_.onMenuRequest = [this] {
+        windows_.openMenu();
+    };
+}
+
+bool DesktopStatusItem::exportOn(Bus& bus) {
+    // The menu first: a panel that takes the icon asks for it at once.
+    return menu_.exportOn(bus) && icon_.exportOn(bus);
+}
+
+void DesktopStatusItem::showIcon(const IconImage& image) {
+    icon_.show(image);
+}
+
+void DesktopStatusItem::showMenu(const Menu& menu) {
+    menu_.show(menu);
+}
+
+void DesktopStatusItem::setActivationHandler(std::function<void(const std::string& id)> handler) {
+    menu_.onActivation = std::move(handler);
+}
+
+void DesktopStatusItem::setMenuOpeningHandler(std::function<void()> handler) {
+    menu_.onOpening = std::move(handler);
+}
+
+bool DesktopStatusItem::isShown() const {
+    return icon_.isTaken() || windows_.showsTrayIcon();
+}
+
+std::unique_ptr<SetupWindow> DesktopStatusItem::makeSetupWindow(const SetupWindowContent& content) {
+    return windows_.makeSetupWindow(content);
+}
+
+} // namespace brindle
