@@ -571,6 +571,21 @@ TEST_F(MovieExportDamage, MovesTheIndexToTheEndWhenGapsMakeItOutgrowItsRoom) {
     EXPECT_EQ(run("ffmpeg -nostdin -v error -xerror -i " + output.string() + " -f null -"), "");
 }
 
+TEST_F(MovieExportDamage, RefusesPicturesThatWouldNotBeCopiedAsTheyAre) {
+    // Without the version that a decoder's configuration begins with, the media library takes it,
+    // and then every picture, for another format, and writes one byte of each.
+    Bytes damaged = recordingBytes();
+    const std::string name = "avcC";
+    const auto configuration = std::ranges::search(damaged, name).end();
+    ASSERT_NE(configuration, damaged.end());
+    *configuration = 0x53;
+    const auto output = fresh(".mp4");
+    const Outcome outcome = exportBytes(damaged, output);
+    EXPECT_EQ(outcome.status, Status::failed);
+    ASSERT_TRUE(outcome.error);
+    EXPECT_THAT(outcome.error->description, HasSubstr("unchanged"));
+}
+
 TEST_F(MovieExportDamage, SurvivesRandomBytesAnywhere) {
     for (int run = 0; run < 150; ++run) {
         Bytes damaged = recordingBytes();

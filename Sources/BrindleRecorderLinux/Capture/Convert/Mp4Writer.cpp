@@ -66,6 +66,7 @@ Expected<void, PlatformError> Mp4Writer::begin(std::span<const AVStream* const> 
     if (const int result = avformat_write_header(format_.get(), options.get()); result < 0) {
         return unexpected{errorFor(result)};
     }
+    mediaEnd_ = avio_tell(file_->io());
     return {};
 }
 
@@ -87,6 +88,14 @@ Expected<void, PlatformError> Mp4Writer::write(AVPacket& packet) {
     // Chunk by chunk in the source's order, which is an order to play in; nothing is held back.
     if (const int result = av_write_frame(format_.get(), &packet); result < 0) {
         return unexpected{errorFor(result)};
+    }
+    mediaEnd_ += packet.size;
+    if (avio_tell(file_->io()) != mediaEnd_) {
+        return unexpected{PlatformError{
+            .domain = "Movie",
+            .code = 0,
+            .description = "The movie cannot be copied unchanged: its header is damaged",
+            .underlying = {}}};
     }
     return {};
 }

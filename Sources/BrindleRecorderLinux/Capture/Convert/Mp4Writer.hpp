@@ -26,6 +26,8 @@ class Mp4Writer {
         std::int64_t roomForIndex);
 
     /// Takes the packet's content; its times are in the units of the stream that it comes from.
+    /// Fails where the media library writes anything else: what it believes of a stream whose
+    /// description is damaged can make it cut the stream's samples to pieces.
     Expected<void, PlatformError> write(AVPacket& packet);
 
     /// Writes the index and returns when everything is safe on the disk.
@@ -46,6 +48,7 @@ class Mp4Writer {
     std::unique_ptr<OutputStream> file_;
     std::int64_t roomForIndex_;
     std::int64_t configurationBytes_ = 0;
+    std::int64_t mediaEnd_ = 0; ///< in the file, of what has been written of samples
     FormatHandle format_;
     std::vector<Track> tracks_;
     MovieIndexSize index_;
