@@ -56,7 +56,7 @@ int encode(const char* picturePath, const char* soundPath, const char* moviePath
     check(created);
     writer = std::move(*created);
 
-    const media::Moment begin = std::chrono::hours{1};
+    const media::Moment begin{std::chrono::hours{1}};
     media::Moment time = begin;
     for (std::int64_t frame = 0;; ++frame) {
         time = begin + std::chrono::nanoseconds{frame * 1'000'000'000 / frameRate};

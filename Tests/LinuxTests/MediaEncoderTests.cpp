@@ -31,7 +31,7 @@ constexpr VideoOutputSettings video{
 constexpr AudioOutputSettings audio{.numberOfChannels = 1, .sampleRate = 48'000, .bitRate = 96'000};
 
 /// Any moment of the monotonic clock will do.
-constexpr Moment origin = seconds{1000};
+constexpr Moment origin{seconds{1000}};
 
 /// When the camera takes its pictures.
 constexpr nanoseconds momentOf(int picture) {

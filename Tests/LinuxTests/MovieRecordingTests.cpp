@@ -23,6 +23,7 @@ namespace brindle::media {
 namespace {
 
 using std::chrono::milliseconds;
+using std::chrono::nanoseconds;
 using std::chrono::seconds;
 using test::greyPicture;
 using test::toneBlock;
@@ -90,7 +91,7 @@ class Devices {
 
     bool deliver(Seconds until) {
         for (; Seconds{1.0 * frame_ / 30} < until; ++frame_) {
-            const Moment time = origin_ + Moment{seconds{1}} * frame_ / 30;
+            const Moment time = origin_ + nanoseconds{seconds{1}} * frame_ / 30;
             CapturedPicture picture = greyPicture(time, 16 + frame_ % 200, 640, 360);
             // Noise, which cannot be compressed away.
             for (std::size_t index = 0; noisy && index < picture.bytes.size(); ++index) {
@@ -254,7 +255,7 @@ TEST_F(MovieRecordingTest, CountsThePicturesThatWereLostOnTheWayToIt) {
     MovieRecording recording{newFile(movie_), bothTracks(), finish_.callback()};
     const Moment begin = monotonicNow();
     for (int index = 0; index < 10; ++index) {
-        auto picture = greyPicture(begin + Moment{seconds{1}} * index / 30, 100, 320, 240);
+        auto picture = greyPicture(begin + nanoseconds{seconds{1}} * index / 30, 100, 320, 240);
         picture.lostBefore = index == 5 ? 7 : 0;
         recording.addPicture(std::move(picture));
     }
@@ -267,7 +268,8 @@ TEST_F(MovieRecordingTest, DropsPicturesInsteadOfWaitingForTheEncoder) {
     const Moment begin = monotonicNow();
     // Far more than can be encoded in that time.
     for (int index = 0; index < 600; ++index) {
-        recording.addPicture(greyPicture(begin + Moment{seconds{1}} * index / 30, 100, 1920, 1080));
+        recording.addPicture(
+            greyPicture(begin + nanoseconds{seconds{1}} * index / 30, 100, 1920, 1080));
     }
     recording.finish();
     EXPECT_FALSE(finish_.error());

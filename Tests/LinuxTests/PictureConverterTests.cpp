@@ -106,7 +106,7 @@ TEST(PictureConverter, SpreadsFullRangeGreysToTheRecordingsRange) {
 
 TEST(PictureConverter, PadsWithBlackInsteadOfStretching) {
     PictureConverter converter{1920, 1080};
-    const AVFrame* const frame = converter.convert(greyPicture(Moment{0}, 200, 640, 480));
+    const AVFrame* const frame = converter.convert(greyPicture(Moment{}, 200, 640, 480));
     ASSERT_NE(frame, nullptr);
     EXPECT_NEAR(luma(*frame, 960, 540), 200, 2);
     EXPECT_NEAR(luma(*frame, 250, 540), 200, 2);
@@ -117,8 +117,8 @@ TEST(PictureConverter, PadsWithBlackInsteadOfStretching) {
 
 TEST(PictureConverter, FollowsAChangeOfSizeAndFormatMidWay) {
     PictureConverter converter{1920, 1080};
-    ASSERT_NE(converter.convert(greyPicture(Moment{0}, 200, 1280, 720)), nullptr);
-    const AVFrame* frame = converter.convert(greyPicture(Moment{0}, 100, 640, 480));
+    ASSERT_NE(converter.convert(greyPicture(Moment{}, 200, 1280, 720)), nullptr);
+    const AVFrame* frame = converter.convert(greyPicture(Moment{}, 100, 640, 480));
     ASSERT_NE(frame, nullptr);
     EXPECT_EQ(luma(*frame, 100, 540), black) << "nothing of the wider picture is left";
     frame = converter.convert(filledPicture(AV_PIX_FMT_RGB24, {{255, 255, 255}}));
@@ -144,16 +144,16 @@ TEST(PictureConverter, ReadsLinesThatAreLongerThanThePicture) {
 
 TEST(PictureConverter, RefusesWhatWouldBeReadBeyondItsEnd) {
     PictureConverter converter{1920, 1080};
-    CapturedPicture shortened = greyPicture(Moment{0}, 200);
+    CapturedPicture shortened = greyPicture(Moment{}, 200);
     shortened.bytes.resize(shortened.bytes.size() - 1);
     EXPECT_EQ(converter.convert(shortened), nullptr);
-    CapturedPicture narrow = greyPicture(Moment{0}, 200);
+    CapturedPicture narrow = greyPicture(Moment{}, 200);
     narrow.strides[0] = 1;
     EXPECT_EQ(converter.convert(narrow), nullptr);
-    CapturedPicture huge = greyPicture(Moment{0}, 200);
+    CapturedPicture huge = greyPicture(Moment{}, 200);
     huge.format.width = 1'000'000;
     EXPECT_EQ(converter.convert(huge), nullptr);
-    CapturedPicture unknown = greyPicture(Moment{0}, 200);
+    CapturedPicture unknown = greyPicture(Moment{}, 200);
     unknown.format.pixelFormat = AV_PIX_FMT_NONE;
     EXPECT_EQ(converter.convert(unknown), nullptr);
 }

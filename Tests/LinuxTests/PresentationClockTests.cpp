@@ -5,30 +5,33 @@
 namespace brindle::media {
 namespace {
 
-using std::chrono::milliseconds;
-using std::chrono::seconds;
+using namespace std::chrono_literals;
+
+constexpr Moment at(std::chrono::seconds time) {
+    return Moment{time};
+}
 
 TEST(PresentationClock, TakesTheCamerasStampWhenItIsOnTheSameClock) {
     PresentationClock clock;
-    EXPECT_EQ(clock.timeOf(seconds{100}, seconds{100} + milliseconds{30}), seconds{100});
+    EXPECT_EQ(clock.timeOf(at(100s), at(100s) + 30ms), at(100s));
 }
 
 TEST(PresentationClock, TakesTheArrivalWhenTheCameraSaysNothing) {
     PresentationClock clock;
-    EXPECT_EQ(clock.timeOf(std::nullopt, seconds{100}), seconds{100});
-    EXPECT_EQ(clock.timeOf(std::chrono::nanoseconds{-1}, seconds{100}), seconds{100});
+    EXPECT_EQ(clock.timeOf(std::nullopt, at(100s)), at(100s));
+    EXPECT_EQ(clock.timeOf(at(-1s), at(100s)), at(100s));
 }
 
 TEST(PresentationClock, TakesTheArrivalWhenTheStampIsOnAnotherClock) {
     PresentationClock clock;
-    EXPECT_EQ(clock.timeOf(seconds{3}, seconds{100}), seconds{100});
-    EXPECT_EQ(clock.timeOf(seconds{5000}, seconds{100}), seconds{100});
+    EXPECT_EQ(clock.timeOf(at(3s), at(100s)), at(100s));
+    EXPECT_EQ(clock.timeOf(at(5000s), at(100s)), at(100s));
 }
 
 TEST(PresentationClock, BelievesOldStampsOfACameraThatWasFrozen) {
     PresentationClock clock;
-    ASSERT_EQ(clock.timeOf(seconds{100}, seconds{100}), seconds{100});
-    EXPECT_EQ(clock.timeOf(seconds{101}, seconds{108}), seconds{101});
+    ASSERT_EQ(clock.timeOf(at(100s), at(100s)), at(100s));
+    EXPECT_EQ(clock.timeOf(at(101s), at(108s)), at(101s));
 }
 
 } // namespace

@@ -18,8 +18,8 @@ std::vector<float> converted(SoundConverter& converter, const SoundFormat& forma
     std::vector<float> all;
     const int count = format.sampleRate / 100;
     for (int block = 0; block < 100; ++block) {
-        CapturedSound mono =
-            toneBlock(std::chrono::milliseconds{10} * block, count, 0.5, 1000, format.sampleRate);
+        CapturedSound mono = toneBlock(
+            Moment{std::chrono::milliseconds{10} * block}, count, 0.5, 1000, format.sampleRate);
         CapturedSound sound{.format = format, .count = count, .bytes = {}, .time = mono.time};
         std::vector<float> samples(static_cast<std::size_t>(count));
         std::memcpy(samples.data(), mono.bytes.data(), mono.bytes.size());
@@ -68,8 +68,8 @@ TEST(SoundConverter, StretchesAsItIsTold) {
 
 TEST(SoundConverter, TakesPlanarSound) {
     SoundConverter converter{48'000, 1};
-    CapturedSound left = toneBlock(Moment{0}, 4800, 0.5);
-    const CapturedSound right = toneBlock(Moment{0}, 4800, 0.25);
+    CapturedSound left = toneBlock(Moment{}, 4800, 0.5);
+    const CapturedSound right = toneBlock(Moment{}, 4800, 0.25);
     CapturedSound both = left;
     both.format.sampleFormat = AV_SAMPLE_FMT_FLTP;
     both.format.channels = 2;
@@ -87,13 +87,13 @@ TEST(SoundConverter, FollowsAChangeOfFormat) {
 
 TEST(SoundConverter, RefusesWhatMakesNoSense) {
     SoundConverter converter{48'000, 1};
-    CapturedSound shortened = toneBlock(Moment{0}, 480, 0.5);
+    CapturedSound shortened = toneBlock(Moment{}, 480, 0.5);
     shortened.bytes.pop_back();
     EXPECT_TRUE(converter.convert(shortened).empty());
-    CapturedSound silent = toneBlock(Moment{0}, 480, 0.5);
+    CapturedSound silent = toneBlock(Moment{}, 480, 0.5);
     silent.format.channels = 0;
     EXPECT_TRUE(converter.convert(silent).empty());
-    CapturedSound many = toneBlock(Moment{0}, 480, 0.5);
+    CapturedSound many = toneBlock(Moment{}, 480, 0.5);
     many.format.channels = 1'000'000;
     EXPECT_TRUE(converter.convert(many).empty());
 }

@@ -32,8 +32,8 @@ toneBlock(media::Moment time, int count, double amplitude, double frequency, int
         .time = time};
     std::vector<float> samples(static_cast<std::size_t>(count));
     for (std::size_t index = 0; index < samples.size(); ++index) {
-        const double seconds =
-            std::chrono::duration<double>{time}.count() + static_cast<double>(index) / sampleRate;
+        const double seconds = std::chrono::duration<double>{time.time_since_epoch()}.count() +
+                               static_cast<double>(index) / sampleRate;
         samples[index] =
             static_cast<float>(amplitude * std::sin(2 * std::numbers::pi * frequency * seconds));
     }

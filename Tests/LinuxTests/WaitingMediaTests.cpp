@@ -23,7 +23,7 @@ class WaitingMediaTest : public testing::Test {
     static media::CapturedPicture picture(int number, std::size_t bytes = pictureBytes) {
         media::CapturedPicture made;
         made.bytes.resize(bytes);
-        made.time = std::chrono::seconds{number};
+        made.time = media::Moment{std::chrono::seconds{number}};
         return made;
     }
     static media::CapturedSound sound(int number) {
@@ -32,7 +32,7 @@ class WaitingMediaTest : public testing::Test {
             .count = 10,
             .bytes = {}};
         made.bytes.resize(static_cast<std::size_t>(made.count) * sizeof(float));
-        made.time = std::chrono::seconds{number};
+        made.time = media::Moment{std::chrono::seconds{number}};
         return made;
     }
     /// Answers until nothing waits any more.
@@ -62,7 +62,8 @@ class WaitingMediaTest : public testing::Test {
     static std::vector<int> numbersOf(const std::vector<Item>& items) {
         std::vector<int> numbers;
         for (const Item& item : items) {
-            numbers.push_back(static_cast<int>(item.time / std::chrono::seconds{1}));
+            numbers.push_back(
+                static_cast<int>(item.time.time_since_epoch() / std::chrono::seconds{1}));
         }
         return numbers;
     }

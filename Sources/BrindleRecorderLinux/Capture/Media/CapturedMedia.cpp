@@ -18,11 +18,11 @@ constexpr int highestRate = 768'000;
 } // namespace
 
 Moment monotonicNow() {
-    return std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::steady_clock::now();
 }
 
-Moment lengthOf(const CapturedSound& sound) {
-    return std::chrono::duration_cast<Moment>(
+std::chrono::nanoseconds lengthOf(const CapturedSound& sound) {
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
         std::chrono::duration<double>{static_cast<double>(sound.count) / sound.format.sampleRate});
 }
 

@@ -15,11 +15,15 @@ extern "C" {
 
 namespace brindle::media {
 
-/// Moments are on the system's monotonic clock, the one clock that sound and picture share.
-using Moment = std::chrono::nanoseconds;
+/// On the system's monotonic clock, the one clock that sound and picture share.
+using Moment = std::chrono::time_point<std::chrono::steady_clock, std::chrono::nanoseconds>;
 
-/// The monotonic clock's time.
+/// The moment now.
 Moment monotonicNow();
+/// What the kernel and the sound server mean by so many nanoseconds.
+constexpr Moment momentAt(std::int64_t nanoseconds) {
+    return Moment{std::chrono::nanoseconds{nanoseconds}};
+}
 
 struct PictureFormat {
     enum class Coding { raw, motionJpeg };
@@ -45,7 +49,7 @@ struct CapturedPicture {
     std::array<int, AV_NUM_DATA_POINTERS> strides{};
     /// The planes one after the other, or the compressed picture.
     std::vector<std::uint8_t> bytes;
-    Moment time{0};
+    Moment time{};
     std::int64_t lostBefore = 0; ///< how many were left out between the one before and this one
 };
 
@@ -62,14 +66,14 @@ struct CapturedSound {
     int count = 0; ///< samples of each channel
     /// Interleaved, or the channels one after the other when the format is planar.
     std::vector<std::uint8_t> bytes;
-    Moment time{0}; ///< of the first sample
+    Moment time{}; ///< of the first sample
     /// What, by the device's own count or because it was left out, is missing between the block
     /// before and this one.
-    Moment lostBefore{0};
+    std::chrono::nanoseconds lostBefore{0};
 };
 
 /// How long the sound lasts; its rate must be known.
-Moment lengthOf(const CapturedSound& sound);
+std::chrono::nanoseconds lengthOf(const CapturedSound& sound);
 
 /// The bytes that the planes of a raw picture take, or nothing when the format makes no sense.
 std::size_t rawPictureSize(const CapturedPicture& picture);

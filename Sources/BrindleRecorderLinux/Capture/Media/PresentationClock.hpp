@@ -1,6 +1,8 @@
 // When a picture was taken, told on the one clock that sound and picture share.
 #pragma once
 
+#include "BrindleRecorderLinux/Capture/Media/CapturedMedia.hpp"
+
 #include <chrono>
 #include <optional>
 
@@ -11,9 +13,8 @@ namespace brindle::media {
 class PresentationClock {
   public:
     /// `stamp` is what the camera says, if it says anything; `arrival` is the monotonic time now.
-    std::chrono::nanoseconds
-    timeOf(std::optional<std::chrono::nanoseconds> stamp, std::chrono::nanoseconds arrival) {
-        if (!stamp || *stamp <= std::chrono::nanoseconds{0} || *stamp > arrival + future) {
+    Moment timeOf(std::optional<Moment> stamp, Moment arrival) {
+        if (!stamp || *stamp <= Moment{} || *stamp > arrival + future) {
             return arrival;
         }
         // On another clock a stamp is anywhere; on ours it is recent, and may only be old when the

@@ -85,7 +85,7 @@ MediaEncoder::Result MediaEncoder::addPicture(const CapturedPicture& picture) {
         if (auto begun = beginAt(picture.time); !begun) {
             return begun;
         }
-        static_cast<void>(video.pacer.pictureAt(Moment{0}));
+        static_cast<void>(video.pacer.pictureAt(std::chrono::nanoseconds{0}));
         return encodeHeld({.first = 0, .count = 1});
     }
     const FramePacer::Decision decision = video.pacer.pictureAt(picture.time - *origin_);

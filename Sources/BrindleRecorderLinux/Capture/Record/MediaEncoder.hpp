@@ -57,7 +57,7 @@ class MediaEncoder {
         PictureConverter converter;
         FramePacer pacer;
         AVFrame* held = nullptr; ///< the picture that is shown now
-        Moment lastPictureAt{0};
+        Moment lastPictureAt{};
         std::vector<std::int64_t> cuts; ///< frames that a fragment starts with
     };
     struct Audio {
@@ -66,7 +66,7 @@ class MediaEncoder {
         AudioTimeline timeline;
         int sampleRate = 0;
         int channels = 0;
-        Moment lastSoundAt{0};
+        Moment lastSoundAt{};
         std::deque<CapturedSound> early; ///< from before media time began, as far as is known
     };
 

@@ -134,8 +134,8 @@ class CaptureConnection::Implementation {
                  handlers_.sound(std::move(sound));
              }},
         devices_.waitingRoom};
-    media::Moment lastPicture_{0};
-    media::Moment lastSound_{0};
+    std::optional<media::Moment> lastPicture_;
+    media::Moment lastSound_;
 
     ThreadLoopHandle loop_;
     ContextHandle context_;
@@ -409,7 +409,7 @@ void CaptureConnection::Implementation::settle() {
 void CaptureConnection::Implementation::checkSilence() {
     const media::Moment now = media::monotonicNow();
     // A camera that has never delivered is for others to notice, who tell it apart.
-    if (camera_ && lastPicture_ > media::Moment{0} && now - lastPicture_ >= longestSilence) {
+    if (camera_ && lastPicture_ && now - *lastPicture_ >= longestSilence) {
         fail(captureError("the camera stopped delivering pictures"));
     } else if (microphone_ && now - lastSound_ >= longestSilence) {
         fail(captureError("the microphone stopped delivering sound"));

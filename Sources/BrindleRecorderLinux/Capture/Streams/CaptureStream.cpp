@@ -218,7 +218,8 @@ void CameraStream::take(const spa_buffer& buffer, bool /*isLast*/) {
     } else {
         picture = rawPicture(*format_, blocks);
     }
-    const auto stamp = header != nullptr ? std::optional{media::Moment{header->pts}} : std::nullopt;
+    const auto stamp =
+        header != nullptr ? std::optional{media::momentAt(header->pts)} : std::nullopt;
     picture.time = clock_.timeOf(stamp, arrival);
     if (media::isComplete(picture)) {
         handler_(std::move(picture));
@@ -273,11 +274,11 @@ void MicrophoneStream::batchTaken() {
         const double seconds =
             static_cast<double>(report.delay) * report.rate.num / report.rate.denom +
             static_cast<double>(report.buffered) / format_->sampleRate;
-        time = media::Moment{report.now} -
-               std::chrono::duration_cast<media::Moment>(std::chrono::duration<double>{seconds});
+        time = media::momentAt(report.now) - std::chrono::duration_cast<std::chrono::nanoseconds>(
+                                                 std::chrono::duration<double>{seconds});
         const std::chrono::duration<double> unit{
             static_cast<double>(report.rate.num) / report.rate.denom};
-        media::Moment arrived{0};
+        std::chrono::nanoseconds arrived{0};
         for (const media::CapturedSound& sound : batch_) {
             arrived += media::lengthOf(sound);
         }

@@ -29,7 +29,7 @@ void WaitingMedia::arrived(media::CapturedSound sound) {
         return;
     }
     soundBytes_ += size;
-    sound.lostBefore += std::exchange(soundLeftOut_, media::Moment{0});
+    sound.lostBefore += std::exchange(soundLeftOut_, std::chrono::nanoseconds{0});
     queue_.arrived(std::move(sound));
 }
 

@@ -52,7 +52,7 @@ class WaitingMedia {
     std::size_t pictureBytes_ = 0;
     std::size_t soundBytes_ = 0;
     std::int64_t picturesLeftOut_ = 0;
-    media::Moment soundLeftOut_{0};
+    std::chrono::nanoseconds soundLeftOut_{0};
     ArrivalQueue<Captured> queue_;
 };
 
