@@ -30,11 +30,16 @@ fragments() { grep -ao moof "$recordings/$segment.mov" 2>/dev/null | wc -l; }
 
 # Milliseconds of the clock that the camera shows.
 now_ms() { awk '{ printf "%.0f", $1 * 1000 }' /proc/uptime; }
-# What the last picture of a movie shows.
-last_picture_ms() {
-    ffmpeg -v error -sseof -2 -i "$1" -vf 'crop=iw:ih/4:0:ih/8,scale=32:1:flags=area,format=gray' \
-        -f rawvideo - 2>/dev/null | tail -c 32 | od -An -v -tu1 |
-        awk '{ for (i = 1; i <= NF; i++) t = 2 * t + ($i > 128) } END { if (NR) printf "%.0f", t }'
+# When the last picture of a movie was taken, and the first.
+last_picture_ms() { pictures_of "$1" -sseof -2 | tail -c 32 | clock_of_picture; }
+first_picture_ms() { pictures_of "$1" -t 0.5 | head -c 32 | clock_of_picture; }
+pictures_of() {
+    local movie=$1
+    shift
+    ffmpeg -v error "$@" -i "$movie" -vf 'crop=iw:ih/4:0:ih/8,scale=32:1:flags=area,format=gray' -f rawvideo - 2>/dev/null
+}
+clock_of_picture() {
+    od -An -v -tu1 | awk '{ for (i = 1; i <= NF; i++) t = 2 * t + ($i > 128) } END { if (NR) printf "%.0f", t }'
 }
 
 # Checks a movie with another program, and notes how much of what came before the fault it lacks.
@@ -47,6 +52,16 @@ check_end_of() {
     awk -v lost="$lost" 'BEGIN { exit !(lost > -30 && lost < 30) }' ||
         fail "the last picture of $movie is $lost s from the fault"
     note_lost "$lost" "$(duration_of "$movie")"
+}
+# Checks that nothing is missing between a movie's first picture and its last, and notes it.
+check_whole() {
+    local movie=$1 first last
+    first=$(first_picture_ms "$movie") last=$(last_picture_ms "$movie")
+    [ -n "$first" ] && [ -n "$last" ] || fail "$movie has no pictures"
+    lost=$(awk -v first="$first" -v last="$last" -v lasts="$(duration_of "$movie")" \
+        'BEGIN { lost = (last - first) / 1000 - lasts; printf "%.2f", (lost > 0 ? lost : 0) }')
+    at_most_lost 0.5
+    note_lost "$lost" "$(duration_of "$movie")" 'in one piece'
 }
 # One line of the table: seconds lost at the end, seconds kept.
 note_lost() {
