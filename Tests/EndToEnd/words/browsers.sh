@@ -1,22 +1,9 @@
-# A screen that nobody sees and a real browser on it, for end-to-end tests; sourced after scene.sh.
+# A real browser on a screen that nobody sees, for scenes; sourced after callers.sh.
 browser_pid=
 
-# skip_without TOOL...: a scene that cannot run here says so and counts as skipped.
-skip_without() {
-    local tool
-    for tool in "$@"; do
-        command -v "$tool" >/dev/null || { echo "skipped: it needs $tool"; exit 77; }
-    done
-}
-
-start_screen() {
-    local number
-    mkfifo "$BRINDLE_SESSION/display"
-    Xvfb -displayfd 3 -ac -noreset -nolisten tcp -screen 0 1024x768x24 3>"$BRINDLE_SESSION/display" \
-        >"$BRINDLE_SESSION/logs/xvfb" 2>&1 &
-    read -r -t 60 number <"$BRINDLE_SESSION/display" || fail 'the X server did not come up'
-    export DISPLAY=:$number
-    openbox --sm-disable >"$BRINDLE_SESSION/logs/openbox" 2>&1 &
+start_browser_screen() {
+    start_screen
+    start_daemon openbox openbox --sm-disable
 }
 
 # A page of that title that takes the microphone as soon as it is opened. Prints its path.
@@ -29,6 +16,11 @@ page_that_listens() {
 <script>navigator.mediaDevices.getUserMedia({ audio: true }).then(stream => { window.stream = stream; })</script>
 PAGE
     echo "$page"
+}
+
+# No file and no word of the program holds these words of a title.
+expect_nowhere() {
+    ! grep -rqF "$1" "$recordings" "$log" "$who_lines" "$messages" "$statuses" || fail "a title was written down: $1"
 }
 
 open_in_chromium() {

@@ -1,4 +1,4 @@
-# Programs that use the microphone, or seem to, for end-to-end tests; sourced after scene.sh. Each is a
+# Programs that use the microphone, or seem to, for scenes; sourced after scene.sh. Each is a
 # tool of the sound server under another program's name, and ends with the session.
 caller_pid=
 
@@ -51,22 +51,3 @@ follow_who() {
 who_says() { grep -qF "$1" "$who_lines"; }
 # The time of the first line that holds a text, in seconds.
 told_at() { grep -F "$1" "$who_lines" | head -n 1 | cut -d ' ' -f 1; }
-
-# The time of the first log line that holds a text, in seconds.
-logged_at() { date -d "$(grep -F "$1" "$log" | head -n 1 | cut -d ' ' -f 1)" +%s.%N; }
-seconds_between() { awk -v from="$1" -v to="$2" 'BEGIN { printf "%.2f", to - from }'; }
-is_at_least() { awk -v value="$1" -v low="$2" 'BEGIN { exit !(value >= low) }'; }
-
-only_sidecar() {
-    local found
-    found=$(find "$recordings" -name '*.json')
-    [ "$(wc -l <<<"$found")" -eq 1 ] && [ -n "$found" ] || fail "there is not exactly one recording"
-    echo "$found"
-}
-
-# Lets the program leave in good order; what it recorded is finished then.
-quit_recorder() {
-    kill -TERM "$recorder_pid"
-    wait "$recorder_pid" || fail 'the program did not leave in good order'
-    recorder_pid=
-}

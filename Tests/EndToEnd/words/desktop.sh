@@ -1,17 +1,12 @@
-# Words for end-to-end tests on a desktop, sourced by each inside scripts/lib/with-desktop: what a person
-# does with pointer and keyboard, and what a person sees. Includes scene.sh.
-for tool in xdotool xprop import dunst xfce4-panel; do
-    command -v "$tool" >/dev/null || { echo "skipped: this needs $tool"; exit 77; }
-done
-here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
-. "$here/scene.sh"
+# Words for scenes on a desktop, sourced by each inside scripts/lib/with-desktop: what a person does with pointer
+# and keyboard, and what a person sees. Includes scene.sh.
+. "$(dirname "${BASH_SOURCE[0]}")/scene.sh"
+skip_without xdotool xprop import dunst xfce4-panel
 
 # The whole program, as a person starts it. Its setup window, which every first launch shows, is closed
 # with the keyboard where it is not asked for.
 start_program() {
-    QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1 "$program" \
-        >>"$BRINDLE_SESSION/logs/status" 2>>"$BRINDLE_SESSION/logs/brindle-recorder" &
-    recorder_pid=$!
+    launch env QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1 "$program"
     wait_for 60 'the icon' icon_says 'Brindle Recorder: idle'
 }
 close_setup_window() {
@@ -21,16 +16,13 @@ close_setup_window() {
     wait_for 30 'the end of the setup window' not setup_window_shows
 }
 setup_window_shows() { xdotool search --onlyvisible --name '^Brindle Recorder Setup$'; }
-end_program() {
-    kill -TERM "$recorder_pid"
-    wait "$recorder_pid" || fail 'the program did not leave in good order'
-}
 
-not() { ! "$@"; }
-icon_says() { [ "$("$here/../tools/panel-menu" title)" = "$1" ]; }
-menu_has() { "$here/../tools/panel-menu" lines | sed 's/^ *//' | grep -qxF -- "$1"; }
+icon_says() { [ "$("$tools/panel-menu" title)" = "$1" ]; }
+menu_has() { "$tools/panel-menu" lines | sed 's/^ *//' | grep -qxF -- "$1"; }
 menu_is_open() { [ -n "$(open_menus)" ]; }
-open_menus() { xdotool search --onlyvisible --classname wrapper-2.0 2>/dev/null | while read -r window; do
+open_menus() { open_menus_of --classname wrapper-2.0; }
+# open_menus_of OPTION NAME: of the windows that xdotool finds so.
+open_menus_of() { xdotool search --onlyvisible "$@" 2>/dev/null | while read -r window; do
     xprop -id "$window" _NET_WM_WINDOW_TYPE 2>/dev/null | grep -q MENU && echo "$window"
 done; }
 
@@ -50,16 +42,16 @@ point_at_icon() {
     width=$(xdotool getdisplaygeometry | cut -d' ' -f1)
     xdotool mousemove $((width - 14 * ${GDK_SCALE:-1})) $((14 * ${GDK_SCALE:-1}))
 }
-# The icon's place in the panel, as three bytes of colour for each of its points.
+# The icon's place in the panel, in three bytes a point.
 icon_looks() {
     local width side=$((28 * ${GDK_SCALE:-1}))
     width=$(xdotool getdisplaygeometry | cut -d' ' -f1)
-    import -silent -window root -crop "${side}x$side+$((width - side))+0" -depth 8 rgb:- | od -An -v -tu1 -w3
+    import -silent -window root -crop "${side}x$side+$((width - side))+0" -depth 8 rgb:-
 }
-# The icon's green is clearly more than the red and the blue beside it.
-icon_is_green() { icon_looks | awk '$2 > $1 + 30 && $2 > $3 + 20 { ++green } END { exit green < 8 }'; }
-# How strong the green is, as a number that follows the pulse.
-strength_of_green() { icon_looks | awk '$2 > $1 && $2 > $3 { sum += $2 - $1 } END { print int(sum / 100) }'; }
+icon_is_green() { [ "$(icon_looks | measured points green)" -ge 8 ]; }
+# A number that follows the pulse.
+strength_of_green() { icon_looks | measured greenness; }
+
 open_menu() {
     point_at_icon
     xdotool click 1
@@ -83,12 +75,25 @@ pick() {
     local keys first rest
     open_menu
     wait_for 10 'the menu to be drawn' menu_stands_still
-    keys=$("$here/../tools/panel-menu" keys "$@") || fail "the menu has no line $*"
+    keys=$("$tools/panel-menu" keys "$@") || fail "the menu has no line $*"
     read -r first rest <<<"$keys"
     wait_for 10 'a line to be marked' first_key_does_something "$first"
     # shellcheck disable=SC2086
     xdotool key --delay 40 $rest
     wait_for 20 'the end of the menu' not menu_is_open
+}
+
+# A tray that knows only X11's way.
+start_trayer() {
+    trayer --edge top --align right --widthtype request --height 28 --SetDockType true --expand false \
+        >>"$BRINDLE_SESSION/logs/trayer" 2>&1 </dev/null &
+    tray_pid=$!
+}
+# Our window inside the tray's.
+icon_in_trayer() {
+    local tray
+    tray=$(xdotool search --onlyvisible --class '^trayer$' 2>/dev/null | head -n 1)
+    [ -n "$tray" ] && xwininfo -tree -id "$tray" | awk '/"brindle-recorder-window"/ { print $1 }' | grep .
 }
 
 # A panel of another kind, which takes icons from the bus and knows no other tray. start_lxqt_panel Top|Bottom
@@ -117,10 +122,6 @@ CONFIG
 
 # Notifications: the newest one on the screen.
 notification() { xdotool search --onlyvisible --class Dunst; }
-notification_says() {
-    dunstctl history >/dev/null 2>&1
-    notification && [ -n "$(dunstctl count displayed)" ] && [ "$(dunstctl count displayed)" -ge 1 ]
-}
 no_notification() { [ "$(dunstctl count displayed)" -eq 0 ]; }
 click_notification() {
     local button=$1 X Y WIDTH HEIGHT WINDOW SCREEN
@@ -128,7 +129,18 @@ click_notification() {
     xdotool mousemove $((X + WIDTH / 2)) $((Y + HEIGHT / 2)) click "$button"
 }
 
+# Longer than the program gives a panel to come up, from when it was launched in the shell's seconds.
+notice_time_is_over() { [ $((SECONDS - launched)) -gt 40 ]; }
+
+# What a screen reader finds, and a click on it. click_on WORDS [BUTTON]
+reader=$tools/screen-reader
+click_on() {
+    local place
+    place=$("$reader" place "$1") || fail "the screen reader finds no \"$1\" to click on"
+    # shellcheck disable=SC2086
+    xdotool mousemove $place click "${2:-1}"
+}
+
 # Two looks that are alike: whatever moved has come to rest.
 screen_looks() { import -silent -window root rgb:- | md5sum; }
-window_stands_still() { [ "$(screen_looks)" = "$(screen_looks)" ]; }
-panel_stands_still() { window_stands_still; }
+screen_stands_still() { [ "$(screen_looks)" = "$(screen_looks)" ]; }

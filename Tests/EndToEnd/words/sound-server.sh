@@ -24,7 +24,7 @@ kill_sound_server() {
 }
 
 # In the background, and as nobody's job: the shell would report its death.
-start_daemon() {
+start_unattended() {
     local name=$1
     shift
     ("$@" >"$BRINDLE_SESSION/logs/$name" 2>&1 </dev/null &)
@@ -32,16 +32,12 @@ start_daemon() {
 
 # Returns as soon as the server answers; the devices follow. Sets server_back_at.
 start_sound_server() {
-    start_daemon pipewire pipewire
+    start_unattended pipewire pipewire
     wait_for 60 "the sound server's return" pw-cli info 0
     server_back_at=$EPOCHREALTIME
-    start_daemon wireplumber wireplumber
-    start_daemon pipewire-pulse pipewire-pulse
-    pw-cli create-node adapter '{ factory.name=support.null-audio-sink
-        node.name=virt-mic node.description="Studio Microphone"
-        media.class=Audio/Source/Virtual object.linger=true audio.position=[MONO] }' >/dev/null ||
-        fail 'no virtual microphone'
-    start_daemon camera gst-launch-1.0 -q videotestsrc is-live=true \
-        ! video/x-raw,format=I420,width=1280,height=720,framerate=30/1 ! pipewiresink mode=provide \
-        stream-properties='p,media.class=Video/Source,media.role=Camera,node.description=(string)"Desk\ Camera",node.name=virt-cam'
+    start_unattended wireplumber wireplumber
+    start_unattended pipewire-pulse pipewire-pulse
+    add_microphone virt-mic 'Studio Microphone' || fail 'no virtual microphone'
+    camera_command virt-cam 'Desk Camera'
+    start_unattended camera "${camera[@]}"
 }
