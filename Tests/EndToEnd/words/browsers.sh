@@ -1,0 +1,49 @@
+# A real browser on a screen that nobody sees, for scenes; sourced after callers.sh.
+browser_pid=
+
+start_browser_screen() {
+    start_screen
+    start_daemon openbox openbox --sm-disable
+}
+
+# A page of that title that takes the microphone as soon as it is opened. Prints its path.
+page_that_listens() {
+    local page=$BRINDLE_SESSION/page.html
+    cat >"$page" <<PAGE
+<!doctype html>
+<meta charset="utf-8">
+<title>$1</title>
+<script>navigator.mediaDevices.getUserMedia({ audio: true }).then(stream => { window.stream = stream; })</script>
+PAGE
+    echo "$page"
+}
+
+# No file and no word of the program holds these words of a title.
+expect_nowhere() {
+    ! grep -rqF "$1" "$recordings" "$log" "$who_lines" "$messages" "$statuses" || fail "a title was written down: $1"
+}
+
+open_in_chromium() {
+    chromium --no-sandbox --disable-gpu --no-first-run --disable-background-networking \
+        --disable-component-update --disable-sync --use-fake-ui-for-media-stream \
+        --user-data-dir="$BRINDLE_SESSION/chromium" "file://$1" >"$BRINDLE_SESSION/logs/chromium" 2>&1 &
+    browser_pid=$!
+}
+
+open_in_firefox() {
+    local profile=$BRINDLE_SESSION/firefox
+    mkdir -p "$profile"
+    cat >"$profile/user.js" <<'PREFERENCES'
+user_pref("media.navigator.permission.disabled", true);
+user_pref("browser.shell.checkDefaultBrowser", false);
+user_pref("browser.aboutwelcome.enabled", false);
+user_pref("datareporting.policy.dataSubmissionEnabled", false);
+user_pref("datareporting.policy.firstRunURL", "");
+user_pref("app.update.enabled", false);
+user_pref("app.normandy.enabled", false);
+user_pref("network.captive-portal-service.enabled", false);
+user_pref("network.connectivity-service.enabled", false);
+PREFERENCES
+    firefox-esr --no-remote --profile "$profile" "file://$1" >"$BRINDLE_SESSION/logs/firefox" 2>&1 &
+    browser_pid=$!
+}
