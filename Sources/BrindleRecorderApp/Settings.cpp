@@ -53,4 +53,11 @@ Settings::Settings(DefaultsStore& defaults)
           familySet(defaults, "disabledCallFamilies", CallCatalog::familiesOffAtFirst(), changes_)},
       askBeforeRecording{flag(defaults, "askBeforeRecording", changes_)} {}
 
+CallDetectorConfig Settings::callDetection() const {
+    CallDetectorConfig config;
+    config.disabledFamilies = disabledCallFamilies.get();
+    config.askBeforeRecording = askBeforeRecording.get();
+    return config;
+}
+
 } // namespace brindle

@@ -3,6 +3,7 @@
 
 #include "BrindleRecorderApp/Async/Published.hpp"
 #include "BrindleRecorderApp/Platform/DefaultsStore.hpp"
+#include "BrindleRecorderCore/Calls/CallDetectorConfig.hpp"
 
 #include <cstdint>
 #include <functional>
@@ -71,6 +72,9 @@ class Settings {
     Preference<std::set<std::string>> disabledCallFamilies;
     /// Default: false.
     Preference<bool> askBeforeRecording;
+
+    /// What the detector is to heed of them at this moment.
+    [[nodiscard]] CallDetectorConfig callDetection() const;
 
     /// How often any of them has changed: for whoever shows them all.
     [[nodiscard]] const Published<std::uint64_t>& changes() const { return changes_; }

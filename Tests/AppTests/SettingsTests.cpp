@@ -132,6 +132,16 @@ TEST_F(SettingsTest, TheFamiliesAreStoredInAscendingOrder) {
     EXPECT_THAT(storedList("disabledCallFamilies"), ElementsAre("arc", "other", "teams", "zoom"));
 }
 
+TEST_F(SettingsTest, TellWhatTheDetectorIsToHeed) {
+    Settings settings{store_};
+    EXPECT_EQ(settings.callDetection(), CallDetectorConfig{});
+    settings.disabledCallFamilies.set({"zoom"});
+    settings.askBeforeRecording.set(true);
+    EXPECT_EQ(
+        settings.callDetection(),
+        (CallDetectorConfig{.disabledFamilies = {"zoom"}, .askBeforeRecording = true}));
+}
+
 TEST_F(SettingsTest, ObserversFindTheNewValueInTheSettingsAndInTheStore) {
     Settings settings{store_};
     std::vector<bool> seen;

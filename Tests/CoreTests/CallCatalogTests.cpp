@@ -76,7 +76,6 @@ TEST(CallCatalog, ListsCallProgramsThenBrowsersThenTheOthers) {
     }
     expected.push_back(CallCatalog::otherApps());
     EXPECT_EQ(CallCatalog::allFamilies(), expected);
-    EXPECT_EQ(CallCatalog::allFamilies().size(), 21U);
 
     std::set<std::string> ids;
     for (const CallAppFamily& family : CallCatalog::allFamilies()) {
@@ -135,7 +134,6 @@ TEST(CallCatalog, ListsTheIgnoredPrefixesInOrder) {
         "com.electron.wispr-flow",
     };
     EXPECT_EQ(CallCatalog::ignoredBundlePrefixes(), expected);
-    EXPECT_EQ(CallCatalog::ignoredBundlePrefixes().size(), 19U);
 }
 
 TEST(CallCatalog, FindsEveryFamilyByEachOfItsIdentifiersAndTheirContinuations) {

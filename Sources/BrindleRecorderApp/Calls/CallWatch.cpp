@@ -17,13 +17,6 @@ namespace {
 constexpr std::chrono::seconds pollInterval{2};
 constexpr std::chrono::seconds tickInterval{1};
 
-CallDetectorConfig configurationBy(const Settings& settings) {
-    CallDetectorConfig config;
-    config.disabledFamilies = settings.disabledCallFamilies.get();
-    config.askBeforeRecording = settings.askBeforeRecording.get();
-    return config;
-}
-
 } // namespace
 
 CallWatch::CallWatch(
@@ -32,7 +25,7 @@ CallWatch::CallWatch(
     Notifier& notifier, EventLog log)
     : mainLoop_{mainLoop}, dateProvider_{dateProvider}, settings_{settings}, notifier_{notifier},
       log_{log}, mic_{audioObjects, processRegistry, windowList}, detector_{
-                                                                      configurationBy(settings)} {
+                                                                      settings.callDetection()} {
     notifier_.onAskAnswer = [this](const std::string& label, bool record) {
         takeAnswer(label, record);
     };
@@ -89,7 +82,7 @@ void CallWatch::evaluate(bool readMic) {
         readMicrophone();
     }
     // The settings may have changed since the last pass.
-    detector_.config = configurationBy(settings_);
+    detector_.config = settings_.callDetection();
     handle(detector_.update(mic_.withWindowTitles(lastSnapshot_), dateProvider_.now()));
     withdrawStaleAsk();
     changed();

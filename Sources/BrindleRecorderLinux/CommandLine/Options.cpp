@@ -9,13 +9,15 @@ namespace brindle {
 
 namespace {
 
-constexpr std::array<std::pair<std::string_view, Options::Command>, 5> commands{{
-    {"--headless", Options::Command::runHeadless},
-    {"--who", Options::Command::showWho},
-    {"--devices", Options::Command::showDevices},
-    {"--convert", Options::Command::convertMovie},
-    {"--menu", Options::Command::showMenu},
-}};
+using NamedCommand = std::pair<std::string_view, Options::Command>;
+
+constexpr std::array commands{
+    NamedCommand{"--headless", Options::Command::runHeadless},
+    NamedCommand{"--who", Options::Command::showWho},
+    NamedCommand{"--devices", Options::Command::showDevices},
+    NamedCommand{"--convert", Options::Command::convertMovie},
+    NamedCommand{"--menu", Options::Command::showMenu},
+};
 
 std::optional<Options::Command> commandNamed(std::string_view argument) {
     for (const auto& [name, command] : commands) {

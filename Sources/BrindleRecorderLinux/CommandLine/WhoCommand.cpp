@@ -27,9 +27,7 @@ CallDetectorConfig configurationOfThisUser(FileManager& files, std::FILE* errors
         files, JsonDefaultsStore::standardFile(), [errors](const std::string& line) {
             printLine(errors, "brindle-recorder: " + line);
         }};
-    CallDetectorConfig config;
-    config.disabledFamilies = Settings{defaults}.disabledCallFamilies.get();
-    return config;
+    return Settings{defaults}.callDetection();
 }
 
 } // namespace
