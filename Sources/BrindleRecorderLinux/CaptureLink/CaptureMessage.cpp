@@ -1,11 +1,15 @@
 #include "BrindleRecorderLinux/CaptureLink/CaptureMessage.hpp"
 
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <limits>
 #include <map>
+#include <optional>
+#include <type_traits>
 #include <utility>
 
 namespace brindle::capture {
@@ -63,413 +67,285 @@ std::optional<std::string> unwritten(std::string_view spelt, std::size_t longest
     return text;
 }
 
-// One spelling of each part. Reading fails by leaving `isGood` false.
+// What each part of a message is called: one list, by which it is written and read. A part that is
+// `std::optional` may be absent.
+
+template <class Parts>
+void list(Parts& parts, PlatformError::Underlying& error) {
+    parts("domain", error.domain);
+    parts("code", error.code);
+}
+
+template <class Parts>
+void list(Parts& parts, PlatformError& error) {
+    parts("domain", error.domain);
+    parts("code", error.code);
+    parts("description", error.description);
+    parts("underlying", error.underlying);
+    parts("finished", error.recordingSuccessfullyFinished);
+    parts("details", error.userInfo);
+}
+
+template <class Parts>
+void list(Parts& parts, VideoOutputSettings& video) {
+    parts("width", video.width);
+    parts("height", video.height);
+    parts("bitRate", video.averageBitRate);
+    parts("frameRate", video.expectedSourceFrameRate);
+    parts("keyFrames", video.maxKeyFrameInterval);
+    parts("mostWaitingBytes", video.mostWaitingBytes);
+}
+
+template <class Parts>
+void list(Parts& parts, AudioOutputSettings& audio) {
+    parts("channels", audio.numberOfChannels);
+    parts("sampleRate", audio.sampleRate);
+    parts("bitRate", audio.bitRate);
+    parts("mostWaitingBytes", audio.mostWaitingBytes);
+}
+
+template <class Parts>
+void list(Parts& parts, Hello& message) {
+    parts("protocol", message.protocol);
+    parts("version", message.version);
+    parts("confined", message.isConfined);
+}
+
+template <class Parts>
+void list(Parts& parts, Beat& message) {
+    parts("recorded", message.recorded);
+    parts("converted", message.converted);
+}
+
+template <class Parts>
+void list(Parts& parts, OpenDevices& message) {
+    parts("camera", message.camera);
+    parts("microphone", message.microphone);
+    parts("video", message.video);
+    parts("audio", message.audio);
+}
+
+template <class Parts>
+void list(Parts& parts, BeginMovie& message) {
+    parts("video", message.video);
+    parts("audio", message.audio);
+    parts("fragments", message.fragmentInterval);
+}
+
+template <class Parts>
+void list(Parts& /*parts*/, FinishMovie& /*message*/) {}
+
+template <class Parts>
+void list(Parts& /*parts*/, Convert& /*message*/) {}
+
+template <class Parts>
+void list(Parts& /*parts*/, Measure& /*message*/) {}
+
+template <class Parts>
+void list(Parts& /*parts*/, Cancel& /*message*/) {}
+
+template <class Parts>
+void list(Parts& parts, Opened& message) {
+    parts("error", message.error);
+}
+
+template <class Parts>
+void list(Parts& parts, CaptureFailed& message) {
+    parts("error", message.error);
+}
+
+template <class Parts>
+void list(Parts& parts, MovieFinished& message) {
+    parts("error", message.error);
+    parts("recorded", message.recorded);
+}
+
+template <class Parts>
+void list(Parts& parts, PicturesDropped& message) {
+    parts("count", message.count);
+}
+
+template <class Parts>
+void list(Parts& parts, Converted& message) {
+    parts("error", message.error);
+    parts("damaged", message.damagedBytes);
+}
+
+template <class Parts>
+void list(Parts& parts, Measured& message) {
+    parts("duration", message.duration);
+}
+
+/// What the messages themselves are called, in the order of their kinds.
+constexpr std::array<std::string_view, std::variant_size_v<Message>> names{
+    "hello",  "beat",   "open",   "begin",    "finish",  "convert",   "measure",
+    "cancel", "opened", "failed", "finished", "dropped", "converted", "measured"};
+
+class Writer {
+  public:
+    explicit Writer(json& object) : object_{object} {}
+
+    template <class Part>
+    void operator()(const char* key, std::optional<Part>& part) {
+        if (part) {
+            (*this)(key, *part);
+        }
+    }
+    template <class Part>
+    void operator()(const char* key, Part& part) {
+        object_[key] = jsonOf(part);
+    }
+
+  private:
+    static json jsonOf(std::string& text) { return written(text); }
+    static json jsonOf(Seconds& time) { return time.count(); }
+    static json jsonOf(std::map<std::string, std::string>& details) {
+        json object = json::object();
+        for (const auto& [name, detail] : details) {
+            if (object.size() < mostDetails) {
+                object[written(name, longestDetail)] = written(detail, longestDetail);
+            }
+        }
+        return object;
+    }
+    template <class Part>
+    static json jsonOf(Part& part) {
+        if constexpr (std::is_arithmetic_v<Part>) {
+            return part;
+        } else {
+            json object = json::object();
+            Writer inner{object};
+            list(inner, part);
+            return object;
+        }
+    }
+
+    json& object_;
+};
 
 class Reader {
   public:
     explicit Reader(const json& object) : object_{object} {}
 
+    /// Whether all parts were there and made sense.
     [[nodiscard]] bool isGood() const { return isGood_; }
 
-    std::string text(const char* key) {
-        const json* const value = find(key);
-        if (value == nullptr || !value->is_string()) {
-            return fail<std::string>();
+    template <class Part>
+    void operator()(const char* key, std::optional<Part>& part) {
+        if (object_.contains(key)) {
+            (*this)(key, part.emplace());
         }
-        const auto text = unwritten(value->get_ref<const std::string&>());
-        return text ? *text : fail<std::string>();
     }
-
-    bool flag(const char* key) {
-        const json* const value = find(key);
-        return value != nullptr && value->is_boolean() ? value->get<bool>() : fail<bool>();
-    }
-
-    std::int64_t number(const char* key) {
-        const json* const value = find(key);
-        if (value == nullptr || !value->is_number_integer() ||
-            (value->is_number_unsigned() &&
-             value->get<std::uint64_t>() >
-                 static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))) {
-            return fail<std::int64_t>();
-        }
-        return value->get<std::int64_t>();
-    }
-
-    int smallNumber(const char* key) {
-        const std::int64_t value = number(key);
-        constexpr std::int64_t largest = 1'000'000;
-        return value >= 0 && value <= largest ? static_cast<int>(value) : fail<int>();
-    }
-
-    /// At most a gigabyte.
-    std::size_t byteCount(const char* key) {
-        const std::int64_t value = number(key);
-        constexpr std::int64_t largest = std::int64_t{1} << 30;
-        return value >= 0 && value <= largest ? static_cast<std::size_t>(value)
-                                              : fail<std::size_t>();
-    }
-
-    /// Finite, and not less than zero.
-    double amount(const char* key) {
-        const json* const value = find(key);
-        if (value == nullptr || !value->is_number()) {
-            return fail<double>();
-        }
-        const auto amount = value->get<double>();
-        return std::isfinite(amount) && amount >= 0 ? amount : fail<double>();
-    }
-
-    /// What is absent or null is no part.
-    template <class Part, class Read>
-    std::optional<Part> optional(const char* key, Read read) {
+    template <class Part>
+    void operator()(const char* key, Part& part) {
         const auto found = object_.find(key);
-        if (found == object_.end() || found->is_null()) {
-            return std::nullopt;
-        }
-        return part<Part>(key, read);
+        isGood_ = isGood_ && found != object_.end() && read(*found, part);
     }
 
-    template <class Part, class Read>
-    Part part(const char* key, Read read) {
-        const json* const value = find(key);
-        if (value == nullptr || !value->is_object()) {
-            return fail<Part>();
-        }
-        Reader inner{*value};
-        Part part = read(inner);
-        isGood_ = isGood_ && inner.isGood();
-        return part;
+  private:
+    static bool read(const json& value, std::string& text) {
+        const auto read =
+            value.is_string() ? unwritten(value.get_ref<const std::string&>()) : std::nullopt;
+        text = read.value_or(std::string{});
+        return read.has_value();
     }
-
-    std::optional<std::string> optionalText(const char* key) {
-        return object_.contains(key) ? std::optional{text(key)} : std::nullopt;
+    static bool read(const json& value, bool& flag) {
+        flag = value.is_boolean() && value.get<bool>();
+        return value.is_boolean();
     }
-
-    std::map<std::string, std::string> details(const char* key) {
-        const json* const value = find(key);
-        std::map<std::string, std::string> result;
-        if (value == nullptr || !value->is_object() || value->size() > mostDetails) {
-            return fail<std::map<std::string, std::string>>();
+    static bool read(const json& value, std::int64_t& number) {
+        constexpr auto largest =
+            static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+        if (!value.is_number_integer() ||
+            (value.is_number_unsigned() && value.get<std::uint64_t>() > largest)) {
+            return false;
         }
-        for (const auto& [spelt, detail] : value->items()) {
+        number = value.get<std::int64_t>();
+        return true;
+    }
+    /// Of pixels, hertz, frames: none is larger.
+    static bool read(const json& value, int& number) { return readUpTo(1'000'000, value, number); }
+    /// Of bytes: at most a gigabyte.
+    static bool read(const json& value, std::size_t& count) {
+        return readUpTo(std::int64_t{1} << 30, value, count);
+    }
+    /// Finite, and not less than zero.
+    static bool read(const json& value, double& amount) {
+        amount = value.is_number() ? value.get<double>() : -1;
+        return std::isfinite(amount) && amount >= 0;
+    }
+    static bool read(const json& value, Seconds& time) {
+        double amount = 0;
+        const bool isRead = read(value, amount);
+        time = Seconds{amount};
+        return isRead;
+    }
+    static bool read(const json& value, std::map<std::string, std::string>& details) {
+        if (!value.is_object() || value.size() > mostDetails) {
+            return false;
+        }
+        for (const auto& [spelt, detail] : value.items()) {
             const auto name = unwritten(spelt, longestDetail);
             const auto text = detail.is_string()
                                   ? unwritten(detail.get_ref<const std::string&>(), longestDetail)
                                   : std::nullopt;
             if (!name || !text) {
-                return fail<std::map<std::string, std::string>>();
+                return false;
             }
-            result[*name] = *text;
+            details[*name] = *text;
         }
-        return result;
+        return true;
     }
-
-  private:
-    [[nodiscard]] const json* find(const char* key) const {
-        const auto found = object_.find(key);
-        return found == object_.end() ? nullptr : &*found;
+    template <class Part>
+    static bool read(const json& value, Part& part) {
+        if (!value.is_object()) {
+            return false;
+        }
+        Reader inner{value};
+        list(inner, part);
+        return inner.isGood();
     }
-
-    template <class Value>
-    Value fail() {
-        isGood_ = false;
-        return {};
+    template <class Number>
+    static bool readUpTo(std::int64_t largest, const json& value, Number& number) {
+        std::int64_t read = 0;
+        if (!Reader::read(value, read) || read < 0 || read > largest) {
+            return false;
+        }
+        number = static_cast<Number>(read);
+        return true;
     }
 
     const json& object_;
     bool isGood_ = true;
 };
 
-json written(const PlatformError& error) {
-    json details = json::object();
-    for (const auto& [name, detail] : error.userInfo) {
-        if (details.size() < mostDetails) {
-            details[written(name, longestDetail)] = written(detail, longestDetail);
-        }
-    }
-    json object{
-        {"domain", written(error.domain)},
-        {"code", error.code},
-        {"description", written(error.description)},
-        {"finished", error.recordingSuccessfullyFinished},
-        {"details", std::move(details)}};
-    if (error.underlying) {
-        object["underlying"] = {
-            {"domain", written(error.underlying->domain)}, {"code", error.underlying->code}};
-    }
-    return object;
-}
-
-json written(const VideoOutputSettings& video) {
-    return {
-        {"width", video.width},
-        {"height", video.height},
-        {"bitRate", video.averageBitRate},
-        {"frameRate", video.expectedSourceFrameRate},
-        {"keyFrames", video.maxKeyFrameInterval},
-        {"mostWaitingBytes", video.mostWaitingBytes}};
-}
-
-json written(const AudioOutputSettings& audio) {
-    return {
-        {"channels", audio.numberOfChannels},
-        {"sampleRate", audio.sampleRate},
-        {"bitRate", audio.bitRate},
-        {"mostWaitingBytes", audio.mostWaitingBytes}};
-}
-
-template <class Part>
-void put(json& object, const char* key, const std::optional<Part>& part) {
-    if (part) {
-        object[key] = written(*part);
-    }
-}
-
-void put(json& object, const char* key, const std::optional<std::string>& text) {
-    if (text) {
-        object[key] = written(*text);
-    }
-}
-
-PlatformError readError(Reader& reader) {
-    return {
-        .domain = reader.text("domain"),
-        .code = reader.number("code"),
-        .description = reader.text("description"),
-        .underlying = reader.optional<PlatformError::Underlying>(
-            "underlying",
-            [](Reader& inner) {
-                return PlatformError::Underlying{
-                    .domain = inner.text("domain"), .code = inner.number("code")};
-            }),
-        .recordingSuccessfullyFinished = reader.flag("finished"),
-        .userInfo = reader.details("details")};
-}
-
-VideoOutputSettings readVideo(Reader& reader) {
-    return {
-        .width = reader.smallNumber("width"),
-        .height = reader.smallNumber("height"),
-        .averageBitRate = reader.number("bitRate"),
-        .expectedSourceFrameRate = reader.smallNumber("frameRate"),
-        .maxKeyFrameInterval = reader.smallNumber("keyFrames"),
-        .mostWaitingBytes = reader.byteCount("mostWaitingBytes")};
-}
-
-AudioOutputSettings readAudio(Reader& reader) {
-    return {
-        .numberOfChannels = reader.smallNumber("channels"),
-        .sampleRate = reader.smallNumber("sampleRate"),
-        .bitRate = reader.number("bitRate"),
-        .mostWaitingBytes = reader.byteCount("mostWaitingBytes")};
-}
-
-/// The spelling of one kind of message: its name, how it is written and how it is read.
-template <class Kind>
-struct Spelling;
-
-template <>
-struct Spelling<Hello> {
-    static constexpr const char* name = "hello";
-    static void write(json& object, const Hello& message) {
-        object["protocol"] = message.protocol;
-        object["version"] = written(message.version);
-        object["confined"] = message.isConfined;
-    }
-    static Hello read(Reader& reader) {
-        return {
-            .protocol = reader.number("protocol"),
-            .version = reader.text("version"),
-            .isConfined = reader.flag("confined")};
-    }
-};
-
-template <>
-struct Spelling<Beat> {
-    static constexpr const char* name = "beat";
-    static void write(json& object, const Beat& message) {
-        object["recorded"] = message.recorded.count();
-        object["converted"] = message.converted;
-    }
-    static Beat read(Reader& reader) {
-        return {
-            .recorded = Seconds{reader.amount("recorded")},
-            .converted = reader.amount("converted")};
-    }
-};
-
-template <>
-struct Spelling<OpenDevices> {
-    static constexpr const char* name = "open";
-    static void write(json& object, const OpenDevices& message) {
-        put(object, "camera", message.camera);
-        put(object, "microphone", message.microphone);
-        object["video"] = written(message.video);
-        object["audio"] = written(message.audio);
-    }
-    static OpenDevices read(Reader& reader) {
-        return {
-            .camera = reader.optionalText("camera"),
-            .microphone = reader.optionalText("microphone"),
-            .video = reader.part<VideoOutputSettings>("video", readVideo),
-            .audio = reader.part<AudioOutputSettings>("audio", readAudio)};
-    }
-};
-
-template <>
-struct Spelling<BeginMovie> {
-    static constexpr const char* name = "begin";
-    static void write(json& object, const BeginMovie& message) {
-        put(object, "video", message.video);
-        put(object, "audio", message.audio);
-        object["fragments"] = message.fragmentInterval.count();
-    }
-    static BeginMovie read(Reader& reader) {
-        return {
-            .video = reader.optional<VideoOutputSettings>("video", readVideo),
-            .audio = reader.optional<AudioOutputSettings>("audio", readAudio),
-            .fragmentInterval = Seconds{reader.amount("fragments")}};
-    }
-};
-
-/// Of messages that say all by their name.
-template <class Kind>
-struct BareSpelling {
-    static void write(json& /*object*/, const Kind& /*message*/) {}
-    static Kind read(Reader& /*reader*/) { return {}; }
-};
-
-template <>
-struct Spelling<FinishMovie> : BareSpelling<FinishMovie> {
-    static constexpr const char* name = "finish";
-};
-
-template <>
-struct Spelling<Convert> : BareSpelling<Convert> {
-    static constexpr const char* name = "convert";
-};
-
-template <>
-struct Spelling<Measure> : BareSpelling<Measure> {
-    static constexpr const char* name = "measure";
-};
-
-template <>
-struct Spelling<Cancel> : BareSpelling<Cancel> {
-    static constexpr const char* name = "cancel";
-};
-
-template <>
-struct Spelling<Opened> {
-    static constexpr const char* name = "opened";
-    static void write(json& object, const Opened& message) { put(object, "error", message.error); }
-    static Opened read(Reader& reader) {
-        return {.error = reader.optional<PlatformError>("error", readError)};
-    }
-};
-
-template <>
-struct Spelling<CaptureFailed> {
-    static constexpr const char* name = "failed";
-    static void write(json& object, const CaptureFailed& message) {
-        object["error"] = written(message.error);
-    }
-    static CaptureFailed read(Reader& reader) {
-        return {.error = reader.part<PlatformError>("error", readError)};
-    }
-};
-
-template <>
-struct Spelling<MovieFinished> {
-    static constexpr const char* name = "finished";
-    static void write(json& object, const MovieFinished& message) {
-        put(object, "error", message.error);
-        object["recorded"] = message.recorded.count();
-    }
-    static MovieFinished read(Reader& reader) {
-        return {
-            .error = reader.optional<PlatformError>("error", readError),
-            .recorded = Seconds{reader.amount("recorded")}};
-    }
-};
-
-template <>
-struct Spelling<PicturesDropped> {
-    static constexpr const char* name = "dropped";
-    static void write(json& object, const PicturesDropped& message) {
-        object["count"] = message.count;
-    }
-    static PicturesDropped read(Reader& reader) { return {.count = reader.number("count")}; }
-};
-
-template <>
-struct Spelling<Converted> {
-    static constexpr const char* name = "converted";
-    static void write(json& object, const Converted& message) {
-        put(object, "error", message.error);
-        object["damaged"] = message.damagedBytes;
-    }
-    static Converted read(Reader& reader) {
-        return {
-            .error = reader.optional<PlatformError>("error", readError),
-            .damagedBytes = reader.number("damaged")};
-    }
-};
-
-template <>
-struct Spelling<Measured> {
-    static constexpr const char* name = "measured";
-    static void write(json& object, const Measured& message) {
-        if (message.duration) {
-            object["duration"] = message.duration->count();
-        }
-    }
-    static Measured read(Reader& reader, const json& object) {
-        return {
-            .duration = object.contains("duration")
-                            ? std::optional{Seconds{reader.amount("duration")}}
-                            : std::nullopt};
-    }
-};
-
-/// Nothing when that is another kind of message; else the message, or what is wrong with it.
-template <class Kind>
-std::optional<Expected<Message, std::string>> readAs(const std::string& name, const json& object) {
-    if (name != Spelling<Kind>::name) {
-        return std::nullopt;
-    }
+/// The message of that kind, or what is wrong with it.
+template <std::size_t kind>
+Expected<Message, std::string> readAs(const json& object) {
+    std::variant_alternative_t<kind, Message> message;
     Reader reader{object};
-    Kind kind{};
-    if constexpr (requires { Spelling<Kind>::read(reader, object); }) {
-        kind = Spelling<Kind>::read(reader, object);
-    } else {
-        kind = Spelling<Kind>::read(reader);
-    }
+    list(reader, message);
     if (!reader.isGood()) {
-        return unexpected{"a message \"" + name + "\" lacks a part"};
+        return unexpected{fmt::format("a message \"{}\" lacks a part", names[kind])};
     }
-    return Message{std::move(kind)};
+    return Message{std::move(message)};
 }
 
-template <class... Kinds>
+template <std::size_t... kinds>
 Expected<Message, std::string>
-readAsOneOf(const std::string& name, const json& object, const std::variant<Kinds...>* /*all*/) {
-    std::optional<Expected<Message, std::string>> result;
-    static_cast<void>((... || (result = readAs<Kinds>(name, object)).has_value()));
-    return result ? *result : unexpected{std::string{"a message of an unknown kind"}};
+readAsOneOf(std::string_view name, const json& object, std::index_sequence<kinds...> /*all*/) {
+    Expected<Message, std::string> result = unexpected{std::string{"a message of an unknown kind"}};
+    static_cast<void>((... || (name == names[kinds] && (result = readAs<kinds>(object), true))));
+    return result;
 }
 
 } // namespace
 
 std::string encode(const Message& message) {
-    json object = json::object();
-    std::visit(
-        [&object]<class Kind>(const Kind& kind) {
-            object["is"] = Spelling<Kind>::name;
-            Spelling<Kind>::write(object, kind);
-        },
-        message);
+    json object{{"is", names[message.index()]}};
+    Writer writer{object};
+    Message copy = message; // one list serves both ways
+    std::visit([&writer](auto& kind) { list(writer, kind); }, copy);
     return object.dump();
 }
 
@@ -484,7 +360,8 @@ Expected<Message, std::string> decode(std::string_view bytes) {
         return unexpected{std::string{"a message without a name"}};
     }
     return readAsOneOf(
-        name->get_ref<const std::string&>(), object, static_cast<const Message*>(nullptr));
+        name->get_ref<const std::string&>(), object,
+        std::make_index_sequence<std::variant_size_v<Message>>{});
 }
 
 } // namespace brindle::capture
