@@ -233,7 +233,9 @@ class Reader {
     template <class Part>
     void operator()(const char* key, std::optional<Part>& part) {
         if (object_.contains(key)) {
-            (*this)(key, part.emplace());
+            Part found{};
+            (*this)(key, found);
+            part = std::move(found);
         }
     }
     template <class Part>
