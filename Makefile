@@ -24,7 +24,7 @@ help:
 	@echo 'make coverage              line coverage of the core by its own tests'
 	@echo 'make pictures              take the pictures of docs/ from the program on a private desktop'
 	@echo 'make bench [LONG=1]        print the measured claims; with LONG=1 also what takes half an hour'
-	@echo 'make lint                  formatting, layering, documents, the build with clang, dead code, clang-tidy'
+	@echo 'make lint                  formatting, layering, documents, unused files, the build with clang, clang-tidy'
 	@echo 'make analyze               the path-sensitive analyzer over the sources (minutes)'
 	@echo 'make format                format the sources'
 	@echo 'make install-dependencies  install every Debian package that any target needs'
