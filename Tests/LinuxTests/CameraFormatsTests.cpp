@@ -8,6 +8,11 @@
 
 #include <array>
 
+extern "C" {
+#include <libavutil/pixdesc.h>
+#include <libswscale/swscale.h>
+}
+
 namespace brindle::pipewire {
 namespace {
 
@@ -105,6 +110,18 @@ TEST(CameraFormats, AreAskedForFirstAsChosenThenAnyThatWeRead) {
     ASSERT_EQ(last.size(), 1U);
     EXPECT_EQ(last[0].coding, Coding::motionJpeg);
     EXPECT_EQ(cameraFormatRequest(std::nullopt, fullHD, memory).size(), 2U);
+}
+
+TEST(CameraFormats, AreAskedForOnlyWhereTheirPicturesCanBeConverted) {
+    std::vector<std::uint8_t> memory;
+    const auto pods = cameraFormatRequest(std::nullopt, fullHD, memory);
+    for (const OfferedFormat& offer : offeredFormats(pods.front(), fullHD)) {
+        std::vector<std::uint8_t> own;
+        const auto agreed = agreedPictureFormat(cameraFormatRequest(offer, fullHD, own).front());
+        ASSERT_TRUE(agreed) << offer.rawFormat;
+        EXPECT_NE(sws_isSupportedInput(agreed->pixelFormat), 0)
+            << av_get_pix_fmt_name(agreed->pixelFormat);
+    }
 }
 
 } // namespace
