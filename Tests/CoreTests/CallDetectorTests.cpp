@@ -233,7 +233,7 @@ TEST(CallDetector, ProcessesOfOneFamilyWaitTogether) {
     detector.update({zoom, zoomHelper}, at(2));
     const auto events = detector.update({zoomHelper}, at(5));
     ASSERT_EQ(inWords(events), "start zoom#1");
-    EXPECT_EQ(detector.activeSource()->bundleID, zoomHelper.bundleID);
+    EXPECT_EQ(detector.activeSource().value().bundleID, zoomHelper.bundleID);
 }
 
 TEST(CallDetector, AnUnconfirmedBrowserWaitsLonger) {
@@ -253,7 +253,7 @@ TEST(CallDetector, ABrowserThatShowsItsMeetingStartsByTheTimeItHasBeenThere) {
     detector.update({chrome}, at(0));
     EXPECT_EQ(inWords(detector.update({chrome}, at(12))), "nothing");
     EXPECT_EQ(inWords(detector.update({chromeInMeeting}, at(13))), "start chrome#1");
-    EXPECT_EQ(detector.activeSource()->site, "meet.google.com");
+    EXPECT_EQ(detector.activeSource().value().site, "meet.google.com");
 }
 
 TEST(CallDetector, AnUnknownProgramIsNoCallByDefault) {
@@ -389,7 +389,7 @@ TEST(CallDetector, LearnsTheMeetingOfABrowserCallWithoutAnEvent) {
     CallDetector detector{CallDetectorConfig{}};
     detector.update({chrome}, at(0));
     detector.update({chrome}, at(20));
-    EXPECT_EQ(detector.activeSource()->site, std::nullopt);
+    EXPECT_EQ(detector.activeSource().value().site, std::nullopt);
     EXPECT_EQ(inWords(detector.update({chromeInMeeting}, at(25))), "nothing");
     const CallSource learned{
         "Google Chrome", "com.google.Chrome", Kind::browser, "meet.google.com", "chrome"};
@@ -413,9 +413,9 @@ TEST(CallDetector, KeepsTheMeetingThatItLearnedFirst) {
     detector.update({chromeInMeeting}, at(0));
     detector.update({chromeInMeeting}, at(5));
     detector.update({inAnotherMeeting}, at(6));
-    EXPECT_EQ(detector.activeSource()->site, "meet.google.com");
+    EXPECT_EQ(detector.activeSource().value().site, "meet.google.com");
     detector.update({chrome}, at(7));
-    EXPECT_EQ(detector.activeSource()->site, "meet.google.com");
+    EXPECT_EQ(detector.activeSource().value().site, "meet.google.com");
 }
 
 TEST(CallDetector, LearnsOnlyTheSiteOfTheFirstProcessThatShowsOne) {
@@ -424,8 +424,8 @@ TEST(CallDetector, LearnsOnlyTheSiteOfTheFirstProcessThatShowsOne) {
     detector.update({chrome}, at(0));
     detector.update({chrome}, at(20));
     detector.update({chrome, helper, chromeInMeeting}, at(21));
-    EXPECT_EQ(detector.activeSource()->site, "meet.jit.si");
-    EXPECT_EQ(detector.activeSource()->bundleID, "com.google.Chrome");
+    EXPECT_EQ(detector.activeSource().value().site, "meet.jit.si");
+    EXPECT_EQ(detector.activeSource().value().bundleID, "com.google.Chrome");
 }
 
 TEST(CallDetector, LearnsNoSiteFromAnotherFamily) {
@@ -433,7 +433,7 @@ TEST(CallDetector, LearnsNoSiteFromAnotherFamily) {
     detector.update({chrome}, at(0));
     detector.update({chrome}, at(20));
     detector.update({chrome, safariInMeeting}, at(21));
-    EXPECT_EQ(detector.activeSource()->site, std::nullopt);
+    EXPECT_EQ(detector.activeSource().value().site, std::nullopt);
 }
 
 TEST(CallDetector, AManualRecordingLearnsNoSite) {
@@ -442,7 +442,7 @@ TEST(CallDetector, AManualRecordingLearnsNoSite) {
     detector.manualStart(at(1));
     detector.update({chromeInMeeting}, at(2));
     EXPECT_EQ(inWords(detector.phase()), "manual recording manual#1");
-    EXPECT_EQ(detector.activeSource()->site, std::nullopt);
+    EXPECT_EQ(detector.activeSource().value().site, std::nullopt);
 }
 
 // The question
