@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <iostream>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -54,8 +55,11 @@ namespace {
 void liveWorlds(
     std::uint64_t firstSeed, std::uint64_t calls, Statistics& statistics,
     const std::function<bool(const Scene& scene, std::uint64_t seed)>& broken) {
+    // What takes minutes tells how far it is.
+    constexpr std::uint64_t callsBetweenReports = 250'000;
     std::mutex mutex;
     std::uint64_t next = 0;
+    std::uint64_t reports = 0;
     bool enough = false;
     const auto work = [&] {
         for (;;) {
@@ -71,6 +75,10 @@ void liveWorlds(
             const bool well = world.live(callsPerWorld);
             const std::lock_guard lock{mutex};
             statistics.add(world.scene().statistics);
+            if (statistics.calls / callsBetweenReports > reports) {
+                reports = statistics.calls / callsBetweenReports;
+                std::clog << statistics.calls << " of " << calls << " calls\n";
+            }
             if (!well && !enough) {
                 enough = broken(world.scene(), seed);
             }
