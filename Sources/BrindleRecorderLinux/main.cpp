@@ -131,7 +131,7 @@ std::optional<int> runOnBus() {
          [&services](std::string_view line) {
              services.log().both(EventLog::Level::info, line);
          }}};
-    DesktopStatusItem statusItem{windows};
+    DesktopStatusItem statusItem{mainLoop, windows};
     AppShell shell{model, environment, statusItem};
     quitting.prepareWith(model);
     if (!statusItem.exportOn(bus)) {

@@ -35,8 +35,8 @@ class Watcher {
   public:
     enum class Host { registered, missing, unknown };
 
-    explicit Watcher(Host host = Host::registered)
-        : host_{host}, object_{watcherName, watcherPath, watcherName, table(host), this} {}
+    explicit Watcher(Host host = Host::registered, const char* path = watcherPath)
+        : host_{host}, object_{watcherName, path, watcherName, table(host), this} {}
     Watcher(const Watcher&) = delete;
     Watcher& operator=(const Watcher&) = delete;
 
@@ -45,6 +45,13 @@ class Watcher {
     [[nodiscard]] std::string ownName() const { return test::ownNameOf(object_.bus()); }
 
     void serve() { object_.serve(); }
+    /// Of a watcher elsewhere: from now on it is where it is looked for.
+    void appear() {
+        test::requireOfBus(
+            sd_bus_add_object_vtable(
+                object_.bus(), nullptr, watcherPath, watcherName, table(host_), this),
+            "no object");
+    }
 
     /// A panel comes or goes.
     void setHost(Host host) {
@@ -152,7 +159,7 @@ class StatusNotifierItemTest : public testing::Test {
     test::SignalForger forger_;
     std::optional<Watcher> watcher_;
     std::vector<bool> told_; ///< whether it is taken, at each change
-    StatusNotifierItem item_;
+    StatusNotifierItem item_{loop_};
 };
 
 TEST_F(StatusNotifierItemTest, IntroducesItselfToThePanelThatIsThere) {
@@ -182,6 +189,16 @@ TEST_F(StatusNotifierItemTest, IntroducesItselfToAPanelThatComesLateAndToOneThat
         watcher_.reset();
         EXPECT_TRUE(becomesTaken(false));
     }
+}
+
+TEST_F(StatusNotifierItemTest, IntroducesItselfAgainToAWatcherThatHadItsNameBeforeItCouldAnswer) {
+    watcher_.emplace(Watcher::Host::registered, "/not/there/yet");
+    ASSERT_TRUE(item_.exportOn(program_));
+    ASSERT_TRUE(becomesTaken(false));
+    EXPECT_THAT(watcher_->items, IsEmpty());
+    watcher_->appear();
+    EXPECT_TRUE(becomesTaken(true));
+    EXPECT_THAT(watcher_->items, SizeIs(1));
 }
 
 TEST_F(StatusNotifierItemTest, AWatcherWithoutAHostShowsNoIcon) {

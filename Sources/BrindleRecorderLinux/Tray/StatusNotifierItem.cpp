@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <string>
 #include <utility>
 
@@ -157,6 +158,8 @@ bool StatusNotifierItem::exportOn(Bus& bus) {
 void StatusNotifierItem::followWatcher() {
     watcher_.emplace(*bus_, watcherName, [this] {
         isRegistered_ = false;
+        refusals_ = 0;
+        nextIntroduction_.reset();
         if (watcher_->owner().empty()) {
             setTaken(false);
         } else {
@@ -179,12 +182,25 @@ void StatusNotifierItem::introduce() {
         isRegistered_ = isAnswer(answer);
         if (isRegistered_) {
             askForHost();
-        } else {
-            setTaken(false);
+            return;
+        }
+        setTaken(false);
+        if (!hasNobodyAnswered(answer)) {
+            introduceAgainLater();
         }
     });
     if (!isSent) {
         setTaken(false);
+    }
+}
+
+/// Some panels take the watcher's name a moment before they can be talked to.
+void StatusNotifierItem::introduceAgainLater() {
+    constexpr int mostRefusals = 8;
+    constexpr std::chrono::milliseconds firstPause{250};
+    if (refusals_ < mostRefusals) {
+        nextIntroduction_ =
+            mainLoop_.after(firstPause * (1 << refusals_++), [this] { introduce(); });
     }
 }
 

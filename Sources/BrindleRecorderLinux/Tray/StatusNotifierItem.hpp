@@ -2,12 +2,14 @@
 #pragma once
 
 #include "BrindleRecorderApp/Platform/IconImage.hpp"
+#include "BrindleRecorderApp/Platform/MainLoop.hpp"
 #include "BrindleRecorderLinux/Bus/Bus.hpp"
 #include "BrindleRecorderLinux/Bus/BusCalls.hpp"
 #include "BrindleRecorderLinux/Bus/BusService.hpp"
 #include "BrindleRecorderLinux/Tray/IconPainter.hpp"
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -19,7 +21,8 @@ class StatusNotifierItem {
     static constexpr const char* path = "/StatusNotifierItem";
     static constexpr const char* interface = "org.kde.StatusNotifierItem";
 
-    StatusNotifierItem() = default;
+    /// The loop must outlive this.
+    explicit StatusNotifierItem(MainLoop& mainLoop) : mainLoop_{mainLoop} {}
     StatusNotifierItem(const StatusNotifierItem&) = delete;
     StatusNotifierItem& operator=(const StatusNotifierItem&) = delete;
 
@@ -51,14 +54,18 @@ class StatusNotifierItem {
     void announce(const char* member);
     void followWatcher();
     void introduce();
+    void introduceAgainLater();
     void askForHost();
     void setTaken(bool isTaken);
 
+    MainLoop& mainLoop_;
     Bus* bus_ = nullptr; ///< once exported
     BusSlot object_;
     std::optional<BusService> watcher_;    ///< once exported
     std::optional<BusCalls> introduction_; ///< to the watcher that is there
     std::optional<BusCalls> question_;     ///< whether there is a host
+    std::unique_ptr<MainLoop::Timer> nextIntroduction_;
+    int refusals_ = 0; ///< by the watcher that is there
     IconImage image_;
     std::vector<IconPicture> pictures_; ///< of the image; empty until somebody asks
     bool isRegistered_ = false;         ///< with the watcher that is there

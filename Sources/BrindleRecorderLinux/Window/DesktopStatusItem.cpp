@@ -4,7 +4,8 @@
 
 namespace brindle {
 
-DesktopStatusItem::DesktopStatusItem(WindowPrograms& windows) : windows_{windows} {
+DesktopStatusItem::DesktopStatusItem(MainLoop& mainLoop, WindowPrograms& windows)
+    : windows_{windows}, icon_{mainLoop} {
     icon_.onTakenChange = [this] {
         windows_.offerTrayIcon(!icon_.isTaken());
     };

@@ -15,8 +15,8 @@ namespace brindle {
 /// Main thread only. The older tray of X11 gets the icon while no panel on the bus takes it.
 class DesktopStatusItem final : public StatusItem {
   public:
-    /// The programs with the windows must outlive this.
-    explicit DesktopStatusItem(WindowPrograms& windows);
+    /// The loop and the programs with the windows must outlive this.
+    DesktopStatusItem(MainLoop& mainLoop, WindowPrograms& windows);
 
     /// Offers icon and menu to the panels on that bus; false when their places are taken there.
     /// The bus must be connected and outlive this.
