@@ -55,29 +55,40 @@ open_menu() {
     xdotool click 1
     wait_for 20 'the menu' menu_is_open
 }
-# What the open menu looks like.
-menu_looks() { import -silent -window "$(open_menus | head -n 1)" rgb:- 2>/dev/null | md5sum; }
+# What the open menus look like.
+menu_looks() { open_menus | xargs -I WINDOW import -silent -window WINDOW rgb:- 2>/dev/null | md5sum; }
 menu_stands_still() { [ "$(menu_looks)" = "$(menu_looks)" ]; }
-# A menu that has just appeared may not listen yet: a person sees that the first key did something.
-first_key_does_something() {
-    local before
-    before=$(menu_looks)
-    xdotool key "$1"
-    for _ in $(seq 10); do
-        [ "$before" = "$(menu_looks)" ] || return 0
+# A menu that has just appeared may not listen yet: a person sees that the first key did something. This key may be
+# pressed again and again: it goes to the first line that can be picked.
+first_line_is_marked() {
+    xdotool key Home
+    [ "$unmarked" != "$(menu_looks)" ]
+}
+has_menus() { [ "$(open_menus | wc -l)" -eq "$1" ]; }
+# mark WORDS...: goes with the keyboard to a line of the menu that is open, through its submenus.
+mark() {
+    local steps step depth=1 unmarked
+    steps=$("$tools/panel-menu" steps "$@") || fail "the menu has no line $*"
+    for step in $steps; do
+        wait_for 20 "menu $depth" has_menus "$depth"
+        wait_for 20 'the menu to be drawn' menu_stands_still
+        if [ "$depth" -eq 1 ]; then
+            unmarked=$(menu_looks)
+            wait_for 20 'a line to be marked' first_line_is_marked
+        else
+            xdotool key Home
+        fi
+        # shellcheck disable=SC2046 # as many words as keys
+        [ "$step" -eq 0 ] || xdotool key --delay 40 $(yes Down | head -n "$step")
+        [ "$depth" -eq $# ] || xdotool key Right
+        depth=$((depth + 1))
     done
-    return 1
 }
 # pick WORDS...: opens the menu with the pointer and picks a line with the keyboard.
 pick() {
-    local keys first rest
     open_menu
-    wait_for 10 'the menu to be drawn' menu_stands_still
-    keys=$("$tools/panel-menu" keys "$@") || fail "the menu has no line $*"
-    read -r first rest <<<"$keys"
-    wait_for 10 'a line to be marked' first_key_does_something "$first"
-    # shellcheck disable=SC2086
-    xdotool key --delay 40 $rest
+    mark "$@"
+    xdotool key Return
     wait_for 20 'the end of the menu' not menu_is_open
 }
 
