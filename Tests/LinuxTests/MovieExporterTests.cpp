@@ -4,6 +4,7 @@
 #include "BrindleRecorderLinux/Capture/Convert/PassthroughCopy.hpp"
 #include "BrindleRecorderLinux/CaptureLink/OutputFile.hpp"
 #include "LinuxTests/MovieFixtures.hpp"
+#include "LinuxTests/MovieInspection.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -349,6 +350,18 @@ TEST_F(MovieExport, PutsTheIndexInFrontOfTheDataInOnePass) {
     const std::string index{bytes.begin() + boxes[1].offset, bytes.begin() + boxes[1].end()};
     EXPECT_THAT(index, HasSubstr("avc1"));
     EXPECT_THAT(index, HasSubstr("mp4a"));
+}
+
+TEST_F(MovieExport, SaysWhenItsSourceBeganAndWhichProgramMadeIt) {
+    const auto source = fresh(".mov");
+    test::makeRecording(
+        source, "-t 4 -metadata creation_time=2026-01-02T03:04:05Z -metadata title=private");
+    const auto output = fresh(".mp4");
+    ASSERT_EQ(exportMovie(source, output).status, Status::completed);
+    const auto tags = test::movieTags(output);
+    EXPECT_EQ(tags.at("creation_time"), "2026-01-02T03:04:05.000000Z");
+    EXPECT_EQ(tags.at("encoder"), test::movieTags(source).at("encoder"));
+    EXPECT_FALSE(tags.contains("title"));
 }
 
 TEST_F(MovieExport, CreatesTheFileForTheUserAlone) {

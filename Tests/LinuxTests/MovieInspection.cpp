@@ -16,6 +16,7 @@ namespace brindle::test {
 namespace {
 
 using nlohmann::json;
+using nlohmann::literals::operator""_json_pointer;
 
 constexpr double soundRate = 48'000;
 constexpr std::size_t pictureSize = 64 * 36;
@@ -77,6 +78,13 @@ std::optional<std::string> outputOf(const std::string& command) {
         output.append(buffer.data(), count);
     }
     return pclose(pipe) == 0 ? std::optional{output} : std::nullopt;
+}
+
+std::map<std::string, std::string> movieTags(const std::filesystem::path& movie) {
+    const auto text =
+        outputOf("ffprobe -v error -of json -show_entries format_tags " + quoted(movie.string()));
+    const json answer = text ? json::parse(*text, nullptr, false) : json{};
+    return answer.value("/format/tags"_json_pointer, std::map<std::string, std::string>{});
 }
 
 std::string quoted(const std::string& text) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,6 +17,9 @@ std::string quoted(const std::string& text);
 
 /// The types of the movie's boxes on the top level, in order; a damaged one ends the list.
 std::vector<std::string> boxes(const std::filesystem::path& movie);
+
+/// What the movie says of itself as a whole, by the names that ffprobe gives.
+std::map<std::string, std::string> movieTags(const std::filesystem::path& movie);
 
 /// For each fragment, how many tracks have samples in it.
 std::vector<int> tracksPerFragment(const std::filesystem::path& movie);

@@ -1,5 +1,6 @@
 #include "BrindleRecorderLinux/Capture/Record/MovieRecording.hpp"
 
+#include "BrindleRecorderLinux/CaptureLink/CaptureLaunch.hpp"
 #include "MovieInspection.hpp"
 #include "Support/TemporaryFolder.hpp"
 #include "SyntheticMedia.hpp"
@@ -13,8 +14,11 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
+#include <sstream>
 #include <thread>
 
+#include <date/date.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -149,6 +153,30 @@ TEST_F(MovieRecordingTest, ReportsTheFinishOnceWhenTheFileIsComplete) {
     EXPECT_NEAR(test::trackFacts(movie_, "v")->duration, 3, 0.3);
     EXPECT_NEAR(test::trackFacts(movie_, "a")->duration, 3, 0.3);
     EXPECT_EQ(test::boxes(movie_).back(), "mfra");
+}
+
+TEST_F(MovieRecordingTest, SaysWhenItBeganAndWhichProgramMadeItAndNoMore) {
+    const auto before = std::chrono::floor<seconds>(std::chrono::system_clock::now());
+    MovieRecording recording{newFile(movie_), bothTracks(), finish_.callback()};
+    Devices devices{recording};
+    ASSERT_TRUE(devices.deliver(Seconds{1}));
+    recording.finish();
+    const auto tags = test::movieTags(movie_);
+    const std::set<std::string> itsFormat{"major_brand", "minor_version", "compatible_brands"};
+    std::set<std::string> names;
+    for (const auto& [name, text] : tags) {
+        if (!itsFormat.contains(name)) {
+            names.insert(name);
+        }
+    }
+    EXPECT_EQ(names, (std::set<std::string>{"creation_time", "encoder"}));
+    EXPECT_EQ(tags.at("encoder"), "Brindle Recorder " + capture::programVersion());
+    std::istringstream words{tags.at("creation_time")};
+    date::sys_seconds began;
+    words >> date::parse("%FT%T", began);
+    ASSERT_TRUE(words) << tags.at("creation_time");
+    EXPECT_GE(began, before);
+    EXPECT_LE(began, std::chrono::system_clock::now());
 }
 
 TEST_F(MovieRecordingTest, IsForTheUserAlone) {

@@ -16,15 +16,17 @@ extern "C" {
 namespace brindle::media {
 
 Expected<std::unique_ptr<Mp4Writer>, PlatformError> Mp4Writer::create(
-    capture::OutputFile file, std::span<const AVStream* const> streams, std::int64_t roomForIndex) {
+    capture::OutputFile file, std::span<const AVStream* const> streams, const MovieTags& tags,
+    std::int64_t roomForIndex) {
     std::unique_ptr<Mp4Writer> writer{new Mp4Writer{std::move(file), roomForIndex}};
-    if (auto begun = writer->begin(streams); !begun) {
+    if (auto begun = writer->begin(streams, tags); !begun) {
         return unexpected{std::move(begun.error())};
     }
     return writer;
 }
 
-Expected<void, PlatformError> Mp4Writer::begin(std::span<const AVStream* const> streams) {
+Expected<void, PlatformError>
+Mp4Writer::begin(std::span<const AVStream* const> streams, const MovieTags& tags) {
     AVFormatContext* format = nullptr;
     if (const int result = avformat_alloc_output_context2(&format, nullptr, "mp4", nullptr);
         result < 0) {
@@ -63,7 +65,7 @@ Expected<void, PlatformError> Mp4Writer::begin(std::span<const AVStream* const> 
     Options options;
     options.set("movie_timescale", finestUnit);
     options.set("moov_size", roomForIndex_);
-    if (const int result = avformat_write_header(format_.get(), options.get()); result < 0) {
+    if (const int result = writeHeader(*format_, tags, options); result < 0) {
         return unexpected{errorFor(result)};
     }
     mediaEnd_ = avio_tell(file_->io());

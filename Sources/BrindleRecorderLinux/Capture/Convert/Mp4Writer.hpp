@@ -5,6 +5,7 @@
 #include "BrindleRecorderCore/Base/Expected.hpp"
 #include "BrindleRecorderLinux/Capture/Convert/MovieIndexSize.hpp"
 #include "BrindleRecorderLinux/Capture/Media/Handles.hpp"
+#include "BrindleRecorderLinux/Capture/Media/MovieTags.hpp"
 #include "BrindleRecorderLinux/Capture/Media/OutputStream.hpp"
 
 #include <cstdint>
@@ -19,10 +20,10 @@ namespace brindle::media {
 class Mp4Writer {
   public:
     /// Begins the file, which is new, with a track for each of the streams, whose samples are going
-    /// to come as their container hands them out. `roomForIndex` bytes are left
-    /// at the front for the index; 0 puts it at the end.
+    /// to come as their container hands them out, and with the movie's tags. `roomForIndex` bytes
+    /// are left at the front for the index; 0 puts it at the end.
     static Expected<std::unique_ptr<Mp4Writer>, PlatformError> create(
-        capture::OutputFile file, std::span<const AVStream* const> streams,
+        capture::OutputFile file, std::span<const AVStream* const> streams, const MovieTags& tags,
         std::int64_t roomForIndex);
 
     /// Takes the packet's content; its times are in the units of the stream that it comes from.
@@ -41,7 +42,8 @@ class Mp4Writer {
 
     Mp4Writer(capture::OutputFile file, std::int64_t roomForIndex)
         : file_{std::make_unique<OutputStream>(std::move(file))}, roomForIndex_{roomForIndex} {}
-    Expected<void, PlatformError> begin(std::span<const AVStream* const> streams);
+    Expected<void, PlatformError>
+    begin(std::span<const AVStream* const> streams, const MovieTags& tags);
     [[nodiscard]] PlatformError errorFor(int result) const;
     Expected<void, PlatformError> fillRoomForIndex();
 

@@ -124,8 +124,9 @@ copyMovie(ByteSource& source, const MakeDestination& makeDestination, CopyContro
     if (!destination) {
         return unexpected{std::move(destination.error())};
     }
-    const auto writer =
-        Mp4Writer::create(std::move(*destination), streams, roomForIndex(*surveyed, streams));
+    const auto writer = Mp4Writer::create(
+        std::move(*destination), streams, MovieTags::of((*reader)->format()),
+        roomForIndex(*surveyed, streams));
     if (!writer) {
         return unexpected{writer.error()};
     }

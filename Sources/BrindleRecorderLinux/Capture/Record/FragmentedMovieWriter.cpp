@@ -1,6 +1,7 @@
 #include "BrindleRecorderLinux/Capture/Record/FragmentedMovieWriter.hpp"
 
 #include "BrindleRecorderLinux/Capture/Media/MediaError.hpp"
+#include "BrindleRecorderLinux/Capture/Media/MovieTags.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -70,7 +71,7 @@ FragmentedMovieWriter::open(const std::vector<const AVCodecContext*>& encoders) 
     Options options;
     options.set("movflags", "frag_custom+empty_moov+default_base_moof");
     options.set("use_editlist", std::int64_t{0});
-    if (const int result = avformat_write_header(format_.get(), options.get()); result < 0) {
+    if (const int result = writeHeader(*format_, MovieTags::ofNewMovie(), options); result < 0) {
         return settle(result);
     }
     avio_flush(io_.get());
