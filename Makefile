@@ -8,13 +8,14 @@ CALLS ?=
 COUNT ?=
 JOBS ?=
 
-.PHONY: help demo pictures run test test-long simulate mutate coverage bench lint analyze format install-dependencies clean
+.PHONY: help demo pictures run test test-long test-machine simulate mutate coverage bench lint analyze format install-dependencies clean
 
 help:
 	@echo 'make demo [SCENE=crash]    watch a call being recorded, in a private desktop session; with'
 	@echo '                            SCENE=crash, a recorder that is killed and recovers its recording'
 	@echo 'make test [PRESET=dev]     build and run every test (presets: dev, clang, release, asan, tsan)'
 	@echo 'make test-long             the tests that take minutes, or need Firefox and Plasma beside them'
+	@echo 'make test-machine          the built program with real kernel devices, in a virtual machine (minutes)'
 	@echo 'make run                   run the recorder here, in this desktop session'
 	@echo 'make simulate [CALLS=10000] [SEED=7]  live through calls, crashes and power failures; with SEED'
 	@echo '                            alone repeat that one world; with SURVEY=1 tell every broken rule'
@@ -53,6 +54,11 @@ test-long:
 	@scripts/install-dependencies build demo test long
 	@scripts/build $(PRESET)
 	@scripts/run-tests $(PRESET) --long
+
+test-machine:
+	@scripts/install-dependencies build machine
+	@scripts/build $(PRESET) brindle-recorder
+	@scripts/run-tests $(PRESET) --machine
 
 simulate:
 	@scripts/install-dependencies build test

@@ -66,6 +66,7 @@ std::vector<Message> everyKind() {
         Cancel{},
         Opened{.error = std::nullopt},
         Opened{.error = fullError()},
+        CameraAgreed{.format = "YUY2", .width = 1920, .height = 1080, .frameRate = 29.97},
         CaptureFailed{.error = recordingError("the camera was disconnected")},
         MovieFinished{.error = systemError(28), .recorded = Seconds{3}},
         PicturesDropped{.count = 7},

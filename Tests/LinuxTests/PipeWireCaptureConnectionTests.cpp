@@ -14,6 +14,7 @@
 #include <chrono>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -80,6 +81,11 @@ class PipeWireCaptureConnectionTest : public testing::Test {
                 [this](media::CapturedSound sound) {
                     (failures_.count() == 0 ? sounds_ : late_).add(sound.time);
                 },
+            .agreed =
+                [this](const AgreedPictures& agreed) {
+                    const std::lock_guard lock{agreedMutex_};
+                    agreed_ = agreed;
+                },
             .failed =
                 [this](const PlatformError& error) {
                     EXPECT_EQ(error.description, "the camera was disconnected");
@@ -104,6 +110,13 @@ class PipeWireCaptureConnectionTest : public testing::Test {
         });
     }
 
+    std::optional<AgreedPictures> agreed() {
+        const std::lock_guard lock{agreedMutex_};
+        return agreed_;
+    }
+
+    std::mutex agreedMutex_;
+    std::optional<AgreedPictures> agreed_;
     std::atomic<std::int64_t> lostPictures_ = 0;
     HandedOn pictures_;
     HandedOn sounds_;
@@ -152,6 +165,48 @@ TEST_F(PipeWireCaptureConnectionTest, KeepsNoMoreThanThereIsRoomForWhileTheServe
     ASSERT_TRUE(eventually([this] { return lostPictures_ > 0; }));
     constexpr std::size_t pictureBytes = 1920 * 1080 * 3 / 2;
     EXPECT_LE(pictures_.takenBetween(closed, opened), waitingRoom.pictures / pictureBytes + 1);
+    EXPECT_EQ(failures_.count(), 0U);
+}
+
+TEST_F(PipeWireCaptureConnectionTest, ACameraThatOffersSlowRatesFirstDeliversFastOnes) {
+    auto format = test::TestCamera::yuy2(320, 240, 30);
+    format.slowerRates = {1, 2, 15};
+    const test::TestCamera camera{"choosy-cam", format};
+    CaptureConnection connection{devices("choosy-cam"), handlers()};
+    ASSERT_TRUE(connection.start());
+    ASSERT_TRUE(someHaveBeenHandedOn());
+    const auto pictures = agreed();
+    ASSERT_TRUE(pictures);
+    EXPECT_EQ(pictures->name, "YUY2");
+    EXPECT_EQ(pictures->format.width, 320);
+    EXPECT_EQ(pictures->format.height, 240);
+    EXPECT_EQ(pictures->rate, (PictureRate{30, 1}));
+}
+
+TEST_F(PipeWireCaptureConnectionTest, ACameraThatRunsForSomebodyElseKeepsItsFormat) {
+    auto format = test::TestCamera::yuy2(320, 240, 30);
+    format.slowerRates = {15};
+    const test::TestCamera camera{"shared-cam", format};
+    auto slow = devices("shared-cam");
+    slow.pictures.frameRate = 15;
+    std::atomic<bool> hasPictures = false;
+    CaptureConnection other{
+        slow,
+        {.picture = [&hasPictures](const media::CapturedPicture&) { hasPictures = true; },
+         .sound = [](const media::CapturedSound&) {},
+         .agreed = {},
+         .failed =
+             [](const PlatformError& error) {
+                 ADD_FAILURE() << error.description;
+             }}};
+    ASSERT_TRUE(other.start());
+    ASSERT_TRUE(eventually([&hasPictures] { return hasPictures.load(); }));
+
+    CaptureConnection connection{devices("shared-cam"), handlers()};
+    ASSERT_TRUE(connection.start());
+    ASSERT_TRUE(someHaveBeenHandedOn());
+    ASSERT_TRUE(agreed());
+    EXPECT_EQ(agreed()->rate, (PictureRate{15, 1}));
     EXPECT_EQ(failures_.count(), 0U);
 }
 

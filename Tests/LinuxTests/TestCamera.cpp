@@ -84,10 +84,28 @@ class TestCamera::Implementation {
                    : format_.jpeg.size();
     }
 
+    void offerRates(spa_pod_builder& builder) const {
+        spa_pod_builder_prop(&builder, SPA_FORMAT_VIDEO_framerate, 0);
+        if (format_.slowerRates.empty()) {
+            spa_pod_builder_fraction(&builder, static_cast<std::uint32_t>(format_.frameRate), 1);
+            return;
+        }
+        spa_pod_frame choice{};
+        spa_pod_builder_push_choice(&builder, &choice, SPA_CHOICE_Enum, 0);
+        const auto add = [&builder](int rate) {
+            spa_pod_builder_fraction(&builder, static_cast<std::uint32_t>(rate), 1);
+        };
+        add(format_.slowerRates.front()); // which the camera takes when nobody chooses
+        for (const int rate : format_.slowerRates) {
+            add(rate);
+        }
+        add(format_.frameRate);
+        spa_pod_builder_pop(&builder, &choice);
+    }
+
     const spa_pod* offeredFormat(spa_pod_builder& builder) const {
         const spa_rectangle size{
             static_cast<std::uint32_t>(format_.width), static_cast<std::uint32_t>(format_.height)};
-        const spa_fraction rate{static_cast<std::uint32_t>(format_.frameRate), 1};
         spa_pod_frame object{};
         spa_pod_builder_push_object(
             &builder, &object, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat);
@@ -95,8 +113,8 @@ class TestCamera::Implementation {
             &builder, SPA_FORMAT_mediaType, SPA_POD_Id(SPA_MEDIA_TYPE_video),
             SPA_FORMAT_mediaSubtype,
             SPA_POD_Id(format_.jpeg.empty() ? SPA_MEDIA_SUBTYPE_raw : SPA_MEDIA_SUBTYPE_mjpg),
-            SPA_FORMAT_VIDEO_size, SPA_POD_Rectangle(&size), SPA_FORMAT_VIDEO_framerate,
-            SPA_POD_Fraction(&rate), 0);
+            SPA_FORMAT_VIDEO_size, SPA_POD_Rectangle(&size), 0);
+        offerRates(builder);
         if (format_.jpeg.empty()) {
             spa_pod_builder_add(
                 &builder, SPA_FORMAT_VIDEO_format, SPA_POD_Id(format_.pixelFormat), 0);

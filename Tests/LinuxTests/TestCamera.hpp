@@ -20,6 +20,7 @@ class TestCamera {
         int bytesPerLine = 0;  ///< of the first plane
         double linesInAll = 0; ///< lines of that length in all planes together, for each line
         int frameRate = 30;
+        std::vector<int> slowerRates = {};   ///< offered as well, and before that one
         std::vector<std::uint8_t> jpeg = {}; ///< the picture, when it is motion JPEG
         bool stamped = true;                 ///< whether pictures carry the time of their taking
     };

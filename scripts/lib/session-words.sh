@@ -10,13 +10,16 @@ start_daemon() {
     echo $! >"$BRINDLE_SESSION/pids/$name"
 }
 
-# wait_until WHAT COMMAND...: up to 20 s until the command succeeds.
+# How many times slower than usual everything is here: an emulated machine.
+patience=${BRINDLE_PATIENCE:-1}
+
+# wait_until WHAT COMMAND...: up to 20 s, or as much longer as everything is slower, until the command succeeds.
 wait_until() {
-    local what=$1 tries=400
+    local what=$1 limit=$((20 * patience)) deadline
+    deadline=$((SECONDS + limit))
     shift
     while ! "$@" >/dev/null 2>&1; do
-        tries=$((tries - 1))
-        [ "$tries" -gt 0 ] || fail "$what did not come up within 20 s"
+        [ "$SECONDS" -lt "$deadline" ] || fail "$what did not come up within $limit s"
         sleep 0.05
     done
 }

@@ -17,7 +17,7 @@ void RecordingWork::open(const OpenDevices& order) {
         .pictures =
             {.width = order.video.width,
              .height = order.video.height,
-             .frameRate = static_cast<double>(order.video.expectedSourceFrameRate)},
+             .frameRate = order.video.expectedSourceFrameRate},
         .sampleRate = order.audio.sampleRate,
         .channels = order.audio.numberOfChannels,
         .waitingRoom = {
@@ -35,6 +35,14 @@ void RecordingWork::open(const OpenDevices& order) {
                                         if (const auto current = recording()) {
                                             current->addSound(std::move(sound));
                                         }
+                                    },
+                                .agreed =
+                                    [this](const pipewire::AgreedPictures& agreed) {
+                                        tell_(CameraAgreed{
+                                            .format = agreed.name,
+                                            .width = agreed.format.width,
+                                            .height = agreed.format.height,
+                                            .frameRate = agreed.rate.aSecond()});
                                     },
                                 .failed =
                                     [this](PlatformError error) {

@@ -77,6 +77,14 @@ struct ChildCaptureSession::Reports {
             SystemLog::Level::info,
             fmt::format("{} pictures were dropped: the machine did not keep up", count));
     }
+
+    void agreed(const capture::CameraAgreed& pictures) const {
+        log.write(
+            SystemLog::Level::info,
+            fmt::format(
+                "the camera delivers {} {}x{} at {:.4g} pictures a second", pictures.format,
+                pictures.width, pictures.height, pictures.frameRate));
+    }
 };
 
 ChildCaptureSession::~ChildCaptureSession() {
@@ -139,9 +147,10 @@ void ChildCaptureSession::startRunning() {
         std::move(*child),
         capture::RecordingChild::Handlers{
             .failed = [told](const PlatformError& error) { told->failed(error); },
-            .droppedPictures =
-                [told](std::int64_t count) {
-                    told->droppedPictures(count);
+            .droppedPictures = [told](std::int64_t count) { told->droppedPictures(count); },
+            .agreed =
+                [told](const capture::CameraAgreed& pictures) {
+                    told->agreed(pictures);
                 }});
     const auto error = child_->open(
         {.camera = deviceName(MediaType::video),

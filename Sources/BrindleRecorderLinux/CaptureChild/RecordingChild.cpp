@@ -52,6 +52,8 @@ struct RecordingChild::State {
             report(finished->error, finished->recorded);
         } else if (const auto* dropped = std::get_if<PicturesDropped>(&message)) {
             handlers.droppedPictures(dropped->count);
+        } else if (const auto* agreed = std::get_if<CameraAgreed>(&message)) {
+            handlers.agreed(*agreed);
         }
     }
 

@@ -26,6 +26,7 @@ class RecordingChild {
         /// The devices deliver no more, or the child has gone while no movie was being made.
         std::function<void(const PlatformError&)> failed;
         std::function<void(std::int64_t)> droppedPictures;
+        std::function<void(const CameraAgreed&)> agreed;
     };
 
     RecordingChild(std::shared_ptr<CaptureChild> child, Handlers handlers);

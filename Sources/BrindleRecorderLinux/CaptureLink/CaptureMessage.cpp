@@ -150,6 +150,14 @@ void list(Parts& parts, Opened& message) {
 }
 
 template <class Parts>
+void list(Parts& parts, CameraAgreed& message) {
+    parts("format", message.format);
+    parts("width", message.width);
+    parts("height", message.height);
+    parts("frameRate", message.frameRate);
+}
+
+template <class Parts>
 void list(Parts& parts, CaptureFailed& message) {
     parts("error", message.error);
 }
@@ -178,8 +186,8 @@ void list(Parts& parts, Measured& message) {
 
 /// What the messages themselves are called, in the order of their kinds.
 constexpr std::array<std::string_view, std::variant_size_v<Message>> names{
-    "hello",  "beat",   "open",   "begin",    "finish",  "convert",   "measure",
-    "cancel", "opened", "failed", "finished", "dropped", "converted", "measured"};
+    "hello",  "beat",   "open",   "begin",    "finish",  "convert",   "measure", "cancel",
+    "opened", "agreed", "failed", "finished", "dropped", "converted", "measured"};
 
 class Writer {
   public:

@@ -15,7 +15,7 @@
 namespace brindle::capture {
 
 /// Rises with every change of the messages.
-inline constexpr std::int64_t protocolVersion = 1;
+inline constexpr std::int64_t protocolVersion = 2;
 
 /// The first message of either. Nothing that comes before it is looked at.
 struct Hello {
@@ -79,6 +79,15 @@ struct Opened {
     friend bool operator==(const Opened&, const Opened&) = default;
 };
 
+/// What the camera is going to deliver, whenever that is agreed anew.
+struct CameraAgreed {
+    std::string format; ///< as the server names it
+    int width = 0;
+    int height = 0;
+    double frameRate = 0; ///< pictures a second; 0 where the camera decides
+    friend bool operator==(const CameraAgreed&, const CameraAgreed&) = default;
+};
+
 /// The devices deliver no more, while they should.
 struct CaptureFailed {
     PlatformError error;
@@ -111,7 +120,7 @@ struct Measured {
 
 using Message = std::variant<
     Hello, Beat, OpenDevices, BeginMovie, FinishMovie, Convert, Measure, Cancel, Opened,
-    CaptureFailed, MovieFinished, PicturesDropped, Converted, Measured>;
+    CameraAgreed, CaptureFailed, MovieFinished, PicturesDropped, Converted, Measured>;
 
 /// Never longer than `MessageSocket::longestMessage`: texts that are too long are cut.
 std::string encode(const Message& message);

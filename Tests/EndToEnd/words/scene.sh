@@ -30,9 +30,9 @@ skip_without() {
 }
 
 needed_pid= # a process without which it is no use to wait
-# wait_for SECONDS WHAT COMMAND...: until the command succeeds.
+# wait_for SECONDS WHAT COMMAND...: until the command succeeds; on a slow machine as much longer.
 wait_for() {
-    local deadline=$((SECONDS + $1)) what=$2
+    local deadline=$((SECONDS + $1 * patience)) what=$2
     shift 2
     until "$@" >/dev/null 2>&1; do
         [ "$SECONDS" -lt "$deadline" ] || fail "$what did not happen in time"

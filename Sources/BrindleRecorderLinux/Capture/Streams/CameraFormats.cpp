@@ -1,13 +1,14 @@
 #include "BrindleRecorderLinux/Capture/Streams/CameraFormats.hpp"
 
+#include <spa/debug/types.h>
 #include <spa/param/param.h>
 #include <spa/param/video/format-utils.h>
+#include <spa/param/video/type-info.h>
 #include <spa/pod/builder.h>
 #include <spa/pod/iter.h>
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <span>
 #include <tuple>
 
@@ -103,25 +104,33 @@ std::vector<spa_rectangle> sizesOf(const spa_pod* format, const WantedPictures& 
          within(wanted.height, least.height, greatest.height)}};
 }
 
-double rateOf(const spa_pod* format, const WantedPictures& wanted) {
+PictureRate rateFrom(const spa_fraction& fraction) {
+    return fraction.denom > 0 ? PictureRate{fraction.num, fraction.denom} : PictureRate{};
+}
+
+PictureRate rateOf(const spa_pod* format, const WantedPictures& wanted) {
     const auto rates =
         valuesOf<spa_fraction>(format, SPA_FORMAT_VIDEO_framerate, SPA_TYPE_Fraction);
-    const auto asNumber = [](const spa_fraction& fraction) {
-        return fraction.denom > 0 ? static_cast<double>(fraction.num) / fraction.denom : 0;
-    };
     if (rates.values.empty()) {
-        return 0;
+        return {};
     }
+    const double enough = wanted.frameRate;
     if (isRange(rates)) {
-        const double least = asNumber(rates.values[1]);
-        return std::clamp(wanted.frameRate, least, std::max(least, asNumber(rates.values[2])));
+        const PictureRate least = rateFrom(rates.values[1]);
+        const PictureRate most = rateFrom(rates.values[2]);
+        if (least.aSecond() > enough || most.aSecond() < least.aSecond()) {
+            return least;
+        }
+        return most.aSecond() < enough
+                   ? most
+                   : PictureRate{static_cast<std::uint32_t>(wanted.frameRate), 1};
     }
-    double best = asNumber(rates.values.front());
+    PictureRate best = rateFrom(rates.values.front());
     for (const spa_fraction& fraction : rates.values) {
-        const double rate = asNumber(fraction);
+        const PictureRate rate = rateFrom(fraction);
         // Too many can be thinned out; too few cannot be made more.
-        const bool betterTooMany = best < wanted.frameRate && rate > best;
-        const bool betterEnough = rate >= wanted.frameRate && rate < best;
+        const bool betterTooMany = best.aSecond() < enough && rate.aSecond() > best.aSecond();
+        const bool betterEnough = rate.aSecond() >= enough && rate.aSecond() < best.aSecond();
         best = betterTooMany || betterEnough ? rate : best;
     }
     return best;
@@ -145,12 +154,9 @@ AVColorSpace colorSpaceOf(std::uint32_t matrix) {
 const spa_rectangle smallest{1, 1};
 const spa_rectangle largest{16'384, 16'384};
 const spa_fraction slowest{0, 1};
+const spa_fraction bearable{10, 1};
+const spa_fraction fluent{15, 1};
 const spa_fraction fastest{1000, 1};
-
-spa_fraction fractionOf(double rate) {
-    constexpr std::uint32_t parts = 1000;
-    return {static_cast<std::uint32_t>(std::lround(rate * parts)), parts};
-}
 
 /// Appends one request to the builder.
 class RequestWriter {
@@ -188,10 +194,14 @@ class RequestWriter {
         spa_pod_builder_add(&builder_, SPA_FORMAT_VIDEO_size, SPA_POD_Rectangle(&size), 0);
     }
 
-    void anyRate(spa_fraction preferred) {
+    void rate(spa_fraction rate) {
+        spa_pod_builder_add(&builder_, SPA_FORMAT_VIDEO_framerate, SPA_POD_Fraction(&rate), 0);
+    }
+
+    void anyRateFrom(spa_fraction least, spa_fraction preferred) {
         spa_pod_builder_add(
             &builder_, SPA_FORMAT_VIDEO_framerate,
-            SPA_POD_CHOICE_RANGE_Fraction(&preferred, &slowest, &fastest), 0);
+            SPA_POD_CHOICE_RANGE_Fraction(&preferred, &least, &fastest), 0);
     }
 
     const spa_pod* finish() {
@@ -230,7 +240,7 @@ std::vector<OfferedFormat> offeredFormats(const spa_pod* format, const WantedPic
             }
         }
     }
-    const double rate = rateOf(format, wanted);
+    const PictureRate rate = rateOf(format, wanted);
     std::vector<OfferedFormat> offers;
     for (const spa_rectangle& size : sizesOf(format, wanted)) {
         if (size.width == 0 || size.width > largest.width || size.height == 0 ||
@@ -240,77 +250,93 @@ std::vector<OfferedFormat> offeredFormats(const spa_pod* format, const WantedPic
         for (OfferedFormat offer : codings) {
             offer.width = static_cast<int>(size.width);
             offer.height = static_cast<int>(size.height);
-            offer.frameRate = rate;
+            offer.rate = rate;
             offers.push_back(offer);
         }
     }
     return offers;
 }
 
-std::optional<OfferedFormat>
-bestFormat(const std::vector<OfferedFormat>& offers, const WantedPictures& wanted) {
+std::vector<OfferedFormat>
+bestFirst(std::vector<OfferedFormat> offers, const WantedPictures& wanted) {
     const auto merit = [&wanted](const OfferedFormat& offer) {
         // A camera that decides by itself is trusted to deliver enough. Rates a little below the
         // wanted one, as television has them, are as good.
         constexpr double almost = 0.99;
-        const double rate = offer.frameRate > 0 ? offer.frameRate : wanted.frameRate;
-        const double usefulRate = rate >= wanted.frameRate * almost ? wanted.frameRate : rate;
+        const double enough = wanted.frameRate;
+        const double rate = offer.rate.numerator > 0 ? offer.rate.aSecond() : enough;
+        const double usefulRate = rate >= enough * almost ? enough : rate;
         const std::int64_t pixels = std::int64_t{offer.width} * offer.height;
         const std::int64_t wantedPixels = std::int64_t{wanted.width} * wanted.height;
         return std::tuple{
             usefulRate, std::min(pixels, wantedPixels), -pixels,
             offer.coding == media::PictureFormat::Coding::raw};
     };
-    const auto best = std::max_element(
+    std::stable_sort(
         offers.begin(), offers.end(),
         [&merit](const OfferedFormat& left, const OfferedFormat& right) {
-            return merit(left) < merit(right);
+            return merit(left) > merit(right);
         });
-    return best != offers.end() ? std::optional{*best} : std::nullopt;
+    return offers;
 }
 
 std::vector<const spa_pod*> cameraFormatRequest(
-    const std::optional<OfferedFormat>& first, const WantedPictures& wanted,
+    const std::vector<OfferedFormat>& offers, const WantedPictures& wanted,
     std::vector<std::uint8_t>& buffer) {
-    constexpr std::size_t roomForAll = 4096;
+    constexpr std::size_t mostOffers =
+        16; // a camera takes the first of them, unless it has changed
+    constexpr std::size_t roomForAll = 16'384;
     buffer.assign(roomForAll, 0);
     spa_pod_builder builder{};
     spa_pod_builder_init(&builder, buffer.data(), static_cast<std::uint32_t>(buffer.size()));
     const spa_rectangle wantedSize{
         static_cast<std::uint32_t>(wanted.width), static_cast<std::uint32_t>(wanted.height)};
+    const spa_fraction wantedRate{static_cast<std::uint32_t>(wanted.frameRate), 1};
     std::vector<const spa_pod*> pods;
-    if (first) {
-        RequestWriter request{builder, subtypeOf(first->coding)};
-        if (first->coding == media::PictureFormat::Coding::raw) {
-            request.pixelFormat(first->rawFormat);
+    for (const OfferedFormat& offer :
+         std::span{offers}.first(std::min(offers.size(), mostOffers))) {
+        RequestWriter request{builder, subtypeOf(offer.coding)};
+        if (offer.coding == media::PictureFormat::Coding::raw) {
+            request.pixelFormat(offer.rawFormat);
         }
         request.size(
-            {static_cast<std::uint32_t>(first->width), static_cast<std::uint32_t>(first->height)});
-        request.anyRate(fractionOf(first->frameRate > 0 ? first->frameRate : wanted.frameRate));
+            {static_cast<std::uint32_t>(offer.width), static_cast<std::uint32_t>(offer.height)});
+        if (offer.rate.numerator > 0) {
+            request.rate({offer.rate.numerator, offer.rate.denominator});
+        } else {
+            request.anyRateFrom(slowest, wantedRate);
+        }
         pods.push_back(request.finish());
     }
-    for (const std::uint32_t subtype : {SPA_MEDIA_SUBTYPE_raw, SPA_MEDIA_SUBTYPE_mjpg}) {
-        RequestWriter request{builder, subtype};
-        if (subtype == SPA_MEDIA_SUBTYPE_raw) {
-            request.anyPixelFormat();
+    // The server takes a range's first rate, however slow: step by step it has no slow ones to
+    // take.
+    for (const spa_fraction least : {wantedRate, fluent, bearable, slowest}) {
+        for (const std::uint32_t subtype : {SPA_MEDIA_SUBTYPE_raw, SPA_MEDIA_SUBTYPE_mjpg}) {
+            RequestWriter request{builder, subtype};
+            if (subtype == SPA_MEDIA_SUBTYPE_raw) {
+                request.anyPixelFormat();
+            }
+            request.anySize(wantedSize);
+            request.anyRateFrom(least, wantedRate);
+            pods.push_back(request.finish());
         }
-        request.anySize(wantedSize);
-        request.anyRate(fractionOf(wanted.frameRate));
-        pods.push_back(request.finish());
     }
     return pods;
 }
 
-std::optional<media::PictureFormat> agreedPictureFormat(const spa_pod* format) {
+std::optional<AgreedPictures> agreedPictures(const spa_pod* format) {
     spa_video_info info{};
     if (format == nullptr || spa_format_video_parse(format, &info) < 0) {
         return std::nullopt;
     }
-    media::PictureFormat agreed;
+    AgreedPictures agreed;
+    media::PictureFormat& pictures = agreed.format;
     if (info.media_subtype == SPA_MEDIA_SUBTYPE_mjpg) {
-        agreed.coding = media::PictureFormat::Coding::motionJpeg;
-        agreed.width = static_cast<int>(info.info.mjpg.size.width);
-        agreed.height = static_cast<int>(info.info.mjpg.size.height);
+        pictures.coding = media::PictureFormat::Coding::motionJpeg;
+        pictures.width = static_cast<int>(info.info.mjpg.size.width);
+        pictures.height = static_cast<int>(info.info.mjpg.size.height);
+        agreed.name = "MJPEG";
+        agreed.rate = rateFrom(info.info.mjpg.framerate);
         return agreed;
     }
     const spa_video_info_raw& raw = info.info.raw;
@@ -319,15 +345,18 @@ std::optional<media::PictureFormat> agreedPictureFormat(const spa_pod* format) {
     if (name == nullptr || raw.size.width > largest.width || raw.size.height > largest.height) {
         return std::nullopt;
     }
-    agreed.width = static_cast<int>(raw.size.width);
-    agreed.height = static_cast<int>(raw.size.height);
-    agreed.pixelAspectNumerator = static_cast<int>(std::min(raw.pixel_aspect_ratio.num, 10'000U));
-    agreed.pixelAspectDenominator =
+    pictures.width = static_cast<int>(raw.size.width);
+    pictures.height = static_cast<int>(raw.size.height);
+    pictures.pixelAspectNumerator = static_cast<int>(std::min(raw.pixel_aspect_ratio.num, 10'000U));
+    pictures.pixelAspectDenominator =
         static_cast<int>(std::min(raw.pixel_aspect_ratio.denom, 10'000U));
-    agreed.pixelFormat = name->ffmpeg;
-    agreed.swappedChroma = name->swappedChroma;
-    agreed.colorSpace = colorSpaceOf(raw.color_matrix);
-    agreed.fullRange = raw.color_range == SPA_VIDEO_COLOR_RANGE_0_255;
+    pictures.pixelFormat = name->ffmpeg;
+    pictures.swappedChroma = name->swappedChroma;
+    pictures.colorSpace = colorSpaceOf(raw.color_matrix);
+    pictures.fullRange = raw.color_range == SPA_VIDEO_COLOR_RANGE_0_255;
+    const char* const shortName = spa_debug_type_find_short_name(spa_type_video_format, raw.format);
+    agreed.name = shortName != nullptr ? shortName : "raw";
+    agreed.rate = rateFrom(raw.framerate);
     return agreed;
 }
 

@@ -284,13 +284,18 @@ std::optional<PlatformError> CaptureConnection::Implementation::openCamera() {
     if (!found) {
         return captureError("the camera was disconnected");
     }
-    const auto best = bestFormat(offersOf(found->first), devices_.pictures);
+    const auto offers = bestFirst(offersOf(found->first), devices_.pictures);
     camera_ = std::make_unique<CameraStream>(
         core_.get(), found->second.serial,
-        [this](media::CapturedPicture picture) { arrived(std::move(picture)); });
+        [this](media::CapturedPicture picture) { arrived(std::move(picture)); },
+        [this](const AgreedPictures& agreed) {
+            if (handlers_.agreed) {
+                handlers_.agreed(agreed);
+            }
+        });
     watch(*camera_);
     std::vector<std::uint8_t> memory;
-    return camera_->connect(cameraFormatRequest(best, devices_.pictures, memory))
+    return camera_->connect(cameraFormatRequest(offers, devices_.pictures, memory))
                ? std::nullopt
                : std::optional{captureError("the camera could not be opened")};
 }

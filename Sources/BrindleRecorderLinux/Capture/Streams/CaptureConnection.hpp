@@ -34,6 +34,8 @@ class CaptureConnection {
     struct Handlers {
         std::function<void(media::CapturedPicture)> picture;
         std::function<void(media::CapturedSound)> sound;
+        /// What the camera is going to deliver, whenever that is agreed anew.
+        std::function<void(const AgreedPictures&)> agreed;
         /// At most once: the capture is over.
         std::function<void(PlatformError)> failed;
     };

@@ -1,6 +1,5 @@
 #include "BrindleRecorderLinux/Capture/Streams/CaptureStream.hpp"
 
-#include "BrindleRecorderLinux/Capture/Streams/CameraFormats.hpp"
 #include "BrindleRecorderLinux/Capture/Streams/MicrophoneFormats.hpp"
 
 #include <spa/buffer/meta.h>
@@ -192,12 +191,16 @@ void CaptureStream::takeWaiting() {
     batchTaken();
 }
 
-CameraStream::CameraStream(pw_core* core, std::uint64_t serial, Handler handler)
+CameraStream::CameraStream(pw_core* core, std::uint64_t serial, Handler handler, Agreed agreed)
     : CaptureStream{core, {.serial = serial, .role = "camera"}, pw_properties_new(PW_KEY_MEDIA_TYPE, "Video", PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_MEDIA_ROLE, "Camera", nullptr)},
-      handler_{std::move(handler)} {}
+      handler_{std::move(handler)}, agreed_{std::move(agreed)} {}
 
 void CameraStream::formatChanged(const spa_pod* format) {
-    format_ = agreedPictureFormat(format);
+    const auto agreed = agreedPictures(format);
+    format_ = agreed ? std::optional{agreed->format} : std::nullopt;
+    if (agreed) {
+        agreed_(*agreed);
+    }
 }
 
 void CameraStream::take(const spa_buffer& buffer, bool /*isLast*/) {

@@ -3,6 +3,7 @@
 
 #include "BrindleRecorderLinux/Capture/Media/CapturedMedia.hpp"
 #include "BrindleRecorderLinux/Capture/Media/PresentationClock.hpp"
+#include "BrindleRecorderLinux/Capture/Streams/CameraFormats.hpp"
 #include "BrindleRecorderLinux/Capture/Streams/LostSound.hpp"
 #include "BrindleRecorderLinux/PipeWire/Handles.hpp"
 
@@ -73,13 +74,16 @@ class CaptureStream {
 class CameraStream final : public CaptureStream {
   public:
     using Handler = std::function<void(media::CapturedPicture)>;
-    CameraStream(pw_core* core, std::uint64_t serial, Handler handler);
+    /// Told of every format that the camera and the stream agree on.
+    using Agreed = std::function<void(const AgreedPictures&)>;
+    CameraStream(pw_core* core, std::uint64_t serial, Handler handler, Agreed agreed);
 
   private:
     void formatChanged(const spa_pod* format) override;
     void take(const spa_buffer& buffer, bool isLast) override;
 
     Handler handler_;
+    Agreed agreed_;
     std::optional<media::PictureFormat> format_;
     media::PresentationClock clock_;
 };
