@@ -162,10 +162,6 @@ void AppModel::prepareToQuit(std::function<void()> finished) {
     lifetime_.prepareToQuit(std::move(finished));
 }
 
-void AppModel::prepareToSleep(std::function<void()> ready) {
-    lifetime_.prepareToSleep(std::move(ready));
-}
-
 // What the user reads
 
 std::optional<std::string> AppModel::currentCallName() const {

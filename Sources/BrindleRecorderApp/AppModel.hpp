@@ -123,17 +123,9 @@ class AppModel {
     /// `finished` when nothing is being done any more. From then on nothing begins again.
     void prepareToQuit(std::function<void()> finished);
 
-    /// The machine is about to sleep: stops watching, stops and keeps a running recording, and
-    /// calls `ready` when nothing is being done any more. From then on nothing begins until it has
-    /// woken.
-    void prepareToSleep(std::function<void()> ready);
-    /// The machine has woken: watches again, and records a call that still goes on into a new file.
-    void wakeUp() { lifetime_.wakeUp(); }
-
     void refreshStatusLine();
 
     [[nodiscard]] const RecordingsFolder& folder() const { return files_.folder(); }
-    [[nodiscard]] const Remuxer& remuxer() const { return recordings_.remuxer(); }
 
   private:
     void lookAround();

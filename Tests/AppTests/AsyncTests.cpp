@@ -100,7 +100,6 @@ TEST(Task, StartedDetachedKeepsItselfAliveAndTellsItsEnd) {
 TEST(Continuation, KeepsAValueThatCameBeforeTheWait) {
     const Continuation<std::string> continuation;
     continuation.resume("early");
-    EXPECT_TRUE(continuation.isResumed());
     const TaskProbe probe{waitFor(continuation)};
     ASSERT_TRUE(probe.isDone());
     EXPECT_EQ(probe.value(), "early");

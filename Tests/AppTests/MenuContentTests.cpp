@@ -29,7 +29,7 @@ std::string inWords(const MenuItem& item) {
     if (const auto* text = item.asText()) {
         return text->text;
     }
-    if (const auto* button = item.asButton()) {
+    if (const auto* button = std::get_if<MenuItem::Button>(&item.value)) {
         return button->shortcut ? fmt::format("({} ^{})", button->title, button->shortcut->key)
                                 : fmt::format("({})", button->title);
     }

@@ -63,7 +63,7 @@ TEST_F(RecorderStop, KeepStaysRecordingUntilTheConversionHasEnded) {
     exporter.finish();
     settle();
     EXPECT_TRUE(stopped.isDone());
-    EXPECT_TRUE(status().isIdle());
+    EXPECT_EQ(status(), RecorderStatus::idle());
 }
 
 TEST_F(RecorderStop, KeepHandsOnTheConversionsErrorAndBecomesIdle) {

@@ -484,12 +484,12 @@ TEST(CallDetector, ADeclinedCallSuppressesEveryCallUntilItEnds) {
     detector.update({zoom}, at(0));
     detector.update({zoom}, at(5));
     EXPECT_EQ(detector.answer("zoom#1", false), std::nullopt);
-    EXPECT_TRUE(detector.phase().isSuppressed());
+    EXPECT_EQ(detector.phase(), CallDetector::Phase::suppressed());
     EXPECT_EQ(inWords(detector.update({zoom, teams}, at(10))), "nothing");
     EXPECT_EQ(inWords(detector.update({teams}, at(100))), "nothing");
-    EXPECT_TRUE(detector.phase().isSuppressed());
+    EXPECT_EQ(detector.phase(), CallDetector::Phase::suppressed());
     detector.update({}, at(200));
-    EXPECT_TRUE(detector.phase().isSuppressed());
+    EXPECT_EQ(detector.phase(), CallDetector::Phase::suppressed());
     EXPECT_EQ(inWords(detector.update({}, at(220))), "nothing");
     EXPECT_TRUE(detector.phase().isIdle());
     detector.update({teams}, at(230));
@@ -540,7 +540,7 @@ TEST(CallDetector, AManualStartReplacesAQuestion) {
 TEST(CallDetector, AManualStartReplacesASuppressedCall) {
     CallDetector detector = recordingDetector();
     detector.manualStop(at(6));
-    EXPECT_TRUE(detector.phase().isSuppressed());
+    EXPECT_EQ(detector.phase(), CallDetector::Phase::suppressed());
     EXPECT_EQ(inWords(detector.manualStart(at(7))), "start manual#2");
 }
 
@@ -553,20 +553,20 @@ TEST(CallDetector, AManualStopIsIgnoredUnlessRecording) {
     EXPECT_EQ(inWords(detector.phase()), "asking zoom#1");
     detector.answer("zoom#1", false);
     EXPECT_EQ(detector.manualStop(at(7)), std::nullopt);
-    EXPECT_TRUE(detector.phase().isSuppressed());
+    EXPECT_EQ(detector.phase(), CallDetector::Phase::suppressed());
 }
 
 TEST(CallDetector, AfterAManualStopTheSameCallIsNotPickedUpAgain) {
     CallDetector detector = recordingDetector();
     EXPECT_EQ(inWords(detector.manualStop(at(10))), "stop zoom#1");
-    EXPECT_TRUE(detector.phase().isSuppressed());
+    EXPECT_EQ(detector.phase(), CallDetector::Phase::suppressed());
     for (double seconds = 11; seconds < 100; ++seconds) {
         EXPECT_EQ(inWords(detector.update({zoom}, at(seconds))), "nothing");
-        EXPECT_TRUE(detector.phase().isSuppressed());
+        EXPECT_EQ(detector.phase(), CallDetector::Phase::suppressed());
     }
     detector.update({}, at(100));
     detector.update({}, at(119.9));
-    EXPECT_TRUE(detector.phase().isSuppressed());
+    EXPECT_EQ(detector.phase(), CallDetector::Phase::suppressed());
     EXPECT_EQ(inWords(detector.update({}, at(120))), "nothing");
     EXPECT_TRUE(detector.phase().isIdle());
     EXPECT_EQ(inWords(detector.update({zoom}, at(121))), "nothing");
@@ -590,9 +590,9 @@ TEST(CallDetector, AManualStopCountsAsTheTimeTheCallWasSeen) {
     detector.manualStart(at(1));
     detector.config.disabledFamilies = {};
     EXPECT_EQ(inWords(detector.manualStop(at(100))), "stop manual#1");
-    ASSERT_TRUE(detector.phase().isSuppressed());
+    ASSERT_EQ(detector.phase(), CallDetector::Phase::suppressed());
     detector.update({}, at(119.9));
-    EXPECT_TRUE(detector.phase().isSuppressed());
+    EXPECT_EQ(detector.phase(), CallDetector::Phase::suppressed());
     detector.update({}, at(120));
     EXPECT_TRUE(detector.phase().isIdle());
 }

@@ -2,11 +2,10 @@
 
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "LinuxTests/BareBus.hpp"
+#include "LinuxTests/WaitOnLoop.hpp"
 #include "Support/EnvironmentVariable.hpp"
 
 #include <gtest/gtest.h>
-
-#include <poll.h>
 
 #include <string>
 
@@ -33,13 +32,8 @@ class BusOnLoopTest : public testing::Test {
             0);
         return BusSlot{slot};
     }
-    /// By somebody who looks at nothing but the loop's descriptor.
-    void driveUntilAnswered() {
-        while (answer_.empty()) {
-            pollfd readable{loop_.descriptor(), POLLIN, 0};
-            ASSERT_EQ(poll(&readable, 1, 30'000), 1);
-            loop_.iterate();
-        }
+    bool isAnswered() {
+        return waitUntil(loop_, [this] { return !answer_.empty(); });
     }
 
     test::BareBus daemon_;
@@ -51,16 +45,15 @@ class BusOnLoopTest : public testing::Test {
 TEST_F(BusOnLoopTest, WhatIsAskedAtOnceIsSentOnceThereIsAConnection) {
     ASSERT_TRUE(bus_.isConnected());
     const BusSlot question = ask();
-    driveUntilAnswered();
+    ASSERT_TRUE(isAnswered());
 }
 
 TEST_F(BusOnLoopTest, WhatIsAskedLaterFromOutsideIsSentToo) {
     const BusSlot first = ask();
-    driveUntilAnswered();
+    ASSERT_TRUE(isAnswered());
     answer_.clear();
     const BusSlot second = ask();
-    bus_.wake();
-    driveUntilAnswered();
+    ASSERT_TRUE(isAnswered());
 }
 
 TEST(BusOnLoop, WithoutABusThereIsNoConnection) {

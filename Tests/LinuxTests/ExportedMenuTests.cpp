@@ -68,17 +68,22 @@ class ExportedMenuTest : public testing::Test {
         return hasChanged != 0;
     }
     /// The first line of the first announcement of changed lines.
-    static Layout changedLine(const std::vector<BusMessage>& signals) {
-        Layout line;
+    Layout changedLine(const std::vector<BusMessage>& signals) {
         sd_bus_message* const signal = signals.at(0).get();
         EXPECT_STREQ(sd_bus_message_get_signature(signal, 1), "a(ia{sv})a(ias)");
         EXPECT_GT(sd_bus_message_enter_container(signal, 'a', "(ia{sv})"), 0);
         EXPECT_GT(sd_bus_message_enter_container(signal, 'r', "ia{sv}"), 0);
-        EXPECT_GT(sd_bus_message_read(signal, "i", &line.number), 0);
-        const auto properties = menuwire::readProperties(signal);
-        EXPECT_TRUE(properties.has_value());
-        line.properties = properties.value_or(menuwire::Properties{});
-        return line;
+        // As a line that has none below it, which is what can be read.
+        sd_bus_message* made = nullptr;
+        EXPECT_GE(sd_bus_message_new_signal(program_.get(), &made, "/", "a.Line", "Changed"), 0);
+        const BusMessage line{made};
+        sd_bus_message_open_container(made, 'r', "ia{sv}av");
+        EXPECT_GT(sd_bus_message_copy(made, signal, 1), 0);
+        sd_bus_message_append(made, "av", 0);
+        sd_bus_message_close_container(made);
+        EXPECT_GE(sd_bus_message_seal(made, 1, 0), 0);
+        EXPECT_GE(sd_bus_message_rewind(made, 1), 0);
+        return menuwire::readLayout(made).value_or(Layout{});
     }
 
     EventLoop loop_;
@@ -243,7 +248,7 @@ TEST_F(ExportedMenuTest, APanelReadsSingleLines) {
         EXPECT_GE(sd_bus_message_enter_container(answer.get(), 'a', "(ia{sv})"), 0);
         while (sd_bus_message_enter_container(answer.get(), 'r', "ia{sv}") > 0) {
             EXPECT_GT(sd_bus_message_read(answer.get(), "i", &numbers.emplace_back()), 0);
-            EXPECT_TRUE(menuwire::readProperties(answer.get()).has_value());
+            EXPECT_GT(sd_bus_message_skip(answer.get(), "a{sv}"), 0);
             EXPECT_GE(sd_bus_message_exit_container(answer.get()), 0);
         }
         return numbers;

@@ -8,6 +8,7 @@
 #include "DesktopDevices.hpp"
 #include "LinuxTests/BareBus.hpp"
 #include "LinuxTests/ScriptedCameraPortal.hpp"
+#include "LinuxTests/WaitOnLoop.hpp"
 #include "MovieInspection.hpp"
 #include "Support/TemporaryFolder.hpp"
 #include "SyntheticMedia.hpp"
@@ -23,8 +24,6 @@
 #include <optional>
 #include <string_view>
 
-#include <poll.h>
-
 namespace brindle {
 namespace {
 
@@ -39,19 +38,6 @@ class PipeWireCaptureSystemTest : public testing::Test {
         if (!test::inPrivateSession()) {
             GTEST_SKIP() << "runs in scripts/private-session --speaker only";
         }
-    }
-
-    bool runUntil(const std::function<bool()>& condition) {
-        const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds{30};
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > limit) {
-                return false;
-            }
-            pollfd watched{.fd = loop_.descriptor(), .events = POLLIN, .revents = 0};
-            poll(&watched, 1, 50);
-            loop_.iterate();
-        }
-        return true;
     }
 
     static const CaptureDeviceInfo*
@@ -78,7 +64,7 @@ class PipeWireCaptureSystemTest : public testing::Test {
 TEST_F(PipeWireCaptureSystemTest, FindsTheSessionsDevices) {
     const test::TestCamera camera{"found-cam", test::TestCamera::i420()};
     PipeWireCaptureSystem system{loop_, server_, log_, children_};
-    ASSERT_TRUE(runUntil([&] {
+    ASSERT_TRUE(waitUntil(loop_, [&] {
         return has(system, MediaType::video, "found-cam") &&
                has(system, MediaType::audio, "virt-mic");
     }));
@@ -100,29 +86,29 @@ TEST_F(PipeWireCaptureSystemTest, TellsOfDevicesThatComeAndGo) {
     PipeWireCaptureSystem system{loop_, server_, log_, children_};
     int changes = 0;
     auto observation = system.observeDevices([&changes] { ++changes; });
-    ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
+    ASSERT_TRUE(waitUntil(loop_, [&] { return has(system, MediaType::audio, "virt-mic"); }));
     changes = 0;
     test::TestMicrophone microphone{"hot-mic"};
-    ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "hot-mic"); }));
+    ASSERT_TRUE(waitUntil(loop_, [&] { return has(system, MediaType::audio, "hot-mic"); }));
     EXPECT_GE(changes, 1);
     changes = 0;
     microphone.unplug();
-    ASSERT_TRUE(runUntil([&] { return !has(system, MediaType::audio, "hot-mic"); }));
+    ASSERT_TRUE(waitUntil(loop_, [&] { return !has(system, MediaType::audio, "hot-mic"); }));
     EXPECT_GE(changes, 1);
     observation.reset();
     changes = 0;
     const test::TestMicrophone another{"unheard-mic"};
-    ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "unheard-mic"); }));
+    ASSERT_TRUE(waitUntil(loop_, [&] { return has(system, MediaType::audio, "unheard-mic"); }));
     EXPECT_EQ(changes, 0);
 }
 
 TEST_F(PipeWireCaptureSystemTest, FollowsTheSessionsDefaultCamera) {
     const test::TestCamera one{"chosen-cam", test::TestCamera::i420()};
     PipeWireCaptureSystem system{loop_, server_, log_, children_};
-    ASSERT_TRUE(runUntil([&] { return has(system, MediaType::video, "chosen-cam"); }));
+    ASSERT_TRUE(waitUntil(loop_, [&] { return has(system, MediaType::video, "chosen-cam"); }));
     ASSERT_TRUE(test::outputOf("pw-metadata 0 default.configured.video.source"
                                " '{\"name\":\"chosen-cam\"}' Spa:String:JSON"));
-    EXPECT_TRUE(runUntil([&] {
+    EXPECT_TRUE(waitUntil(loop_, [&] {
         const auto camera = system.defaultCamera();
         return camera && camera->uniqueID == "chosen-cam";
     }));
@@ -131,7 +117,7 @@ TEST_F(PipeWireCaptureSystemTest, FollowsTheSessionsDefaultCamera) {
 
 TEST_F(PipeWireCaptureSystemTest, OpensWhatItFinds) {
     PipeWireCaptureSystem system{loop_, server_, log_, children_};
-    ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
+    ASSERT_TRUE(waitUntil(loop_, [&] { return has(system, MediaType::audio, "virt-mic"); }));
     EXPECT_EQ(system.device("nobody"), nullptr);
     const auto device = system.device("virt-mic");
     ASSERT_NE(device, nullptr);
@@ -147,17 +133,18 @@ TEST_F(PipeWireCaptureSystemTest, DeniesNothingBeforeItIsKnownWhetherAServerAnsw
     PipeWireCaptureSystem system{loop_, nobody, log_, children_};
     EXPECT_EQ(system.authorizationStatus(MediaType::audio), AuthorizationStatus::authorized);
     EXPECT_EQ(system.authorizationStatus(MediaType::video), AuthorizationStatus::authorized);
-    ASSERT_TRUE(runUntil([&] { return nobody.state() != pipewire::AudioServerState::connecting; }));
+    ASSERT_TRUE(
+        waitUntil(loop_, [&] { return nobody.state() != pipewire::AudioServerState::connecting; }));
     EXPECT_EQ(system.authorizationStatus(MediaType::audio), AuthorizationStatus::denied);
     EXPECT_EQ(system.authorizationStatus(MediaType::video), AuthorizationStatus::denied);
 }
 
 TEST_F(PipeWireCaptureSystemTest, GrantsAccessWhileTheServerAnswers) {
     PipeWireCaptureSystem system{loop_, server_, log_, children_};
-    ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
+    ASSERT_TRUE(waitUntil(loop_, [&] { return has(system, MediaType::audio, "virt-mic"); }));
     std::optional<bool> granted;
     system.requestAccess(MediaType::audio, [&granted](bool answer) { granted = answer; });
-    ASSERT_TRUE(runUntil([&granted] { return granted.has_value(); }));
+    ASSERT_TRUE(waitUntil(loop_, [&granted] { return granted.has_value(); }));
     EXPECT_TRUE(*granted);
 }
 
@@ -167,7 +154,7 @@ TEST_F(PipeWireCaptureSystemTest, InASandboxTheCameraNeedsThePortalsLeaveAndTheM
     CameraPortal access{loop_, [](std::string_view) {
                         }};
     PipeWireCaptureSystem system{loop_, server_, log_, children_, &access};
-    ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
+    ASSERT_TRUE(waitUntil(loop_, [&] { return has(system, MediaType::audio, "virt-mic"); }));
     EXPECT_EQ(system.authorizationStatus(MediaType::video), AuthorizationStatus::notDetermined);
     EXPECT_EQ(system.authorizationStatus(MediaType::audio), AuthorizationStatus::authorized);
 
@@ -176,13 +163,13 @@ TEST_F(PipeWireCaptureSystemTest, InASandboxTheCameraNeedsThePortalsLeaveAndTheM
     system.requestAccess(MediaType::audio, [&](bool granted) { microphone = granted; });
     EXPECT_EQ(microphone, true);
     system.requestAccess(MediaType::video, [&](bool granted) { camera = granted; });
-    ASSERT_TRUE(runUntil([&] {
+    ASSERT_TRUE(waitUntil(loop_, [&] {
         portal.serve();
         return !portal.requests().empty();
     }));
     EXPECT_FALSE(camera);
     portal.respond(0);
-    ASSERT_TRUE(runUntil([&] { return camera.has_value(); }));
+    ASSERT_TRUE(waitUntil(loop_, [&] { return camera.has_value(); }));
     EXPECT_EQ(camera, true);
     EXPECT_EQ(system.authorizationStatus(MediaType::video), AuthorizationStatus::authorized);
 }
@@ -190,7 +177,7 @@ TEST_F(PipeWireCaptureSystemTest, InASandboxTheCameraNeedsThePortalsLeaveAndTheM
 /// Not a test of its own: what the next test runs in a session whose server it takes away.
 TEST_F(PipeWireCaptureSystemTest, DISABLED_SurvivesTheServerOfThisSession) {
     PipeWireCaptureSystem system{loop_, server_, log_, children_};
-    ASSERT_TRUE(runUntil([&] { return has(system, MediaType::audio, "virt-mic"); }));
+    ASSERT_TRUE(waitUntil(loop_, [&] { return has(system, MediaType::audio, "virt-mic"); }));
     test::TemporaryFolder folder;
     const auto session = system.makeSession();
     session->addInput(*session->makeInput(system.device("virt-mic")));
@@ -202,27 +189,27 @@ TEST_F(PipeWireCaptureSystemTest, DISABLED_SurvivesTheServerOfThisSession) {
         session->observeRuntimeErrors([&error](std::optional<PlatformError> e) { error = e; });
     session->startRunning();
     output->startRecording(folder.path() / "movie.mov", nullptr);
-    ASSERT_TRUE(runUntil([&] { return output->recordedDuration() > Seconds{2}; }));
+    ASSERT_TRUE(waitUntil(loop_, [&] { return output->recordedDuration() > Seconds{2}; }));
 
     // The server that carries this session's folder in its environment, and no other.
     ASSERT_TRUE(test::outputOf(
         "for p in $(pgrep -x pipewire); do"
         " tr '\\0' '\\n' </proc/$p/environ | grep -qxF \"BRINDLE_SESSION=$BRINDLE_SESSION\""
         " && kill -9 $p; done; true"));
-    ASSERT_TRUE(runUntil([&error] { return error.has_value(); }));
+    ASSERT_TRUE(waitUntil(loop_, [&error] { return error.has_value(); }));
     EXPECT_EQ(error->description, "the connection to PipeWire was lost");
-    ASSERT_TRUE(runUntil([&] { return system.discover(MediaType::audio).empty(); }));
+    ASSERT_TRUE(waitUntil(loop_, [&] { return system.discover(MediaType::audio).empty(); }));
     EXPECT_EQ(system.authorizationStatus(MediaType::audio), AuthorizationStatus::denied);
     output->stopRecording();
     session->stopRunning();
     EXPECT_GT(test::decodedSound(folder.path() / "movie.mov").size(), 48'000U);
 
     const test::ChildProcess server{{"pipewire"}};
-    ASSERT_TRUE(runUntil([&] {
+    ASSERT_TRUE(waitUntil(loop_, [&] {
         return system.authorizationStatus(MediaType::audio) == AuthorizationStatus::authorized;
     }));
     const test::TestMicrophone microphone{"new-mic"};
-    EXPECT_TRUE(runUntil([&] { return has(system, MediaType::audio, "new-mic"); }));
+    EXPECT_TRUE(waitUntil(loop_, [&] { return has(system, MediaType::audio, "new-mic"); }));
 }
 
 TEST_F(PipeWireCaptureSystemTest, SurvivesTheServer) {

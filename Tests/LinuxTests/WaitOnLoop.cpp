@@ -1,6 +1,8 @@
 #include "LinuxTests/WaitOnLoop.hpp"
 
-#include <poll.h>
+#include <systemd/sd-event.h>
+
+#include <cstdint>
 
 namespace brindle {
 
@@ -12,12 +14,14 @@ bool waitUntil(
             return false;
         }
         // Not every condition becomes true by an event of the loop.
-        constexpr int lookAgainMilliseconds = 20;
-        pollfd readable{loop.descriptor(), POLLIN, 0};
-        poll(&readable, 1, lookAgainMilliseconds);
-        loop.iterate();
+        constexpr std::uint64_t lookAgainMicroseconds = 20'000;
+        sd_event_run(loop.events(), lookAgainMicroseconds);
     }
     return true;
+}
+
+bool handlesAnything(EventLoop& loop) {
+    return sd_event_run(loop.events(), 0) > 0;
 }
 
 } // namespace brindle

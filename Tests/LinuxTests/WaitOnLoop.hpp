@@ -13,4 +13,7 @@ bool waitUntil(
     EventLoop& loop, const std::function<bool()>& condition,
     std::chrono::seconds limit = std::chrono::seconds{60});
 
+/// Handles one event that is there, without waiting for one; false when there is none.
+bool handlesAnything(EventLoop& loop);
+
 } // namespace brindle

@@ -29,8 +29,6 @@ class Continuation {
         }
     }
 
-    [[nodiscard]] bool isResumed() const { return state_->value.has_value(); }
-
     auto operator co_await() const noexcept { return Awaiter{state_}; }
 
   private:

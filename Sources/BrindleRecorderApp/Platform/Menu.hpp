@@ -49,7 +49,6 @@ struct MenuItem {
 
     /// Null for another sort of line. Valid as long as this item.
     [[nodiscard]] const Text* asText() const { return std::get_if<Text>(&value); }
-    [[nodiscard]] const Button* asButton() const { return std::get_if<Button>(&value); }
     [[nodiscard]] const Toggle* asToggle() const { return std::get_if<Toggle>(&value); }
     [[nodiscard]] const Submenu* asSubmenu() const { return std::get_if<Submenu>(&value); }
     [[nodiscard]] bool isDivider() const { return std::holds_alternative<Divider>(value); }

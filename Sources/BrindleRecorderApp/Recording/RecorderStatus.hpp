@@ -33,7 +33,6 @@ struct RecorderStatus {
 
     [[nodiscard]] bool isRecording() const { return std::holds_alternative<Recording>(value); }
     [[nodiscard]] bool isFailed() const { return std::holds_alternative<Failed>(value); }
-    [[nodiscard]] bool isIdle() const { return std::holds_alternative<Idle>(value); }
 
     friend bool operator==(const RecorderStatus&, const RecorderStatus&) = default;
 };

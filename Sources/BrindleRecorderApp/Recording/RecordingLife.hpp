@@ -52,7 +52,6 @@ class RecordingLife {
     void whenIdle(std::function<void()> work) { work_.whenIdle(std::move(work)); }
 
     [[nodiscard]] Remuxer& remuxer() { return remuxer_; }
-    [[nodiscard]] const Remuxer& remuxer() const { return remuxer_; }
 
   private:
     Task<void> beginIfWanted(RecordingRequest request);

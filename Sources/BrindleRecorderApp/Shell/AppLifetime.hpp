@@ -57,15 +57,15 @@ class AppLifetime {
     /// begins again.
     void prepareToQuit(std::function<void()> finished);
 
-    /// The same until the machine has woken.
-    void prepareToSleep(std::function<void()> ready);
-    void wakeUp();
     /// Records again what a sleep has stopped, as soon as somebody is seen in the call. Whoever
     /// does not come back in time ends it, and nothing more is recorded.
     void resumeAfterSleep();
 
   private:
     void observeSystemEvents();
+    /// Ends what goes on until the machine has woken.
+    void prepareToSleep(std::function<void()> ready);
+    void wakeUp();
     Task<void> askForNotifications();
     void goToWork();
     Task<void> runLaunch();

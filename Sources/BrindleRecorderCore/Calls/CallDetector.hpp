@@ -86,9 +86,6 @@ class CallDetector {
             return std::get_if<Recording>(&value);
         }
         [[nodiscard]] bool isIdle() const { return std::holds_alternative<Idle>(value); }
-        [[nodiscard]] bool isSuppressed() const {
-            return std::holds_alternative<Suppressed>(value);
-        }
 
         friend bool operator==(const Phase&, const Phase&) = default;
     };

@@ -16,13 +16,6 @@ BusHandle BusOnLoop::connect(sd_event* events, Which which) {
     return connected;
 }
 
-BusOnLoop::BusOnLoop(EventLoop& loop, Which which)
-    : loop_{loop}, bus_{connect(loop.events(), which)} {
-    wake(); // the greeting is the first thing to be sent
-}
-
-void BusOnLoop::wake() {
-    loop_.lookAgain();
-}
+BusOnLoop::BusOnLoop(EventLoop& loop, Which which) : bus_{connect(loop.events(), which)} {}
 
 } // namespace brindle

@@ -18,12 +18,12 @@ class BusOnLoop final : public Bus {
     /// Whether there was a bus to connect to.
     [[nodiscard]] bool isConnected() const { return bus_ != nullptr; }
     [[nodiscard]] sd_bus* get() const override { return bus_.get(); }
-    void wake() override;
+    /// Nothing to do: the loop looks at the bus before each of its waits.
+    void wake() override {}
 
   private:
     static BusHandle connect(sd_event* events, Which which);
 
-    EventLoop& loop_;
     BusHandle bus_;
 };
 

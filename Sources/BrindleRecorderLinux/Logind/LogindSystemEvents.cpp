@@ -46,7 +46,6 @@ class LogindSystemEvents::Connection : public std::enable_shared_from_this<Conne
             }
         });
         takeLock();
-        bus_.wake();
     }
 
     [[nodiscard]] bool isConnected() const { return bus_.isConnected(); }

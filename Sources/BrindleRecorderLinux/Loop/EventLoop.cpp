@@ -15,8 +15,6 @@ namespace brindle {
 namespace {
 
 constexpr std::uint64_t untilSomethingHappens = UINT64_MAX;
-/// How many events are handled before whoever drives us gets a turn of their own.
-constexpr int mostEventsAtOnce = 64;
 
 /// Lets the signal through again, if it was let through before, when it goes. sd-event can do the
 /// same since its version 251, which elogind's is not everywhere.
@@ -64,31 +62,12 @@ EventsHandle makeEvents() {
 
 class EventLoop::Implementation {
   public:
-    /// Whether anything was handled.
-    bool turn(std::uint64_t patienceMicroseconds) {
-        isTurning = true;
-        const int handled = sd_event_run(events.get(), patienceMicroseconds);
-        isTurning = false;
-        if (handled < 0) {
-            throw std::system_error{-handled, std::generic_category(), "event loop"};
-        }
-        return handled > 0;
-    }
-
-    void lookAgain() const {
-        // Every turn begins with a look at everything.
-        if (!isTurning) {
-            posted.wake();
-        }
-    }
-
     // What is made on the loop is declared after it and goes before it.
     EventsHandle events = makeEvents();
     Waits waits{events.get()};
     PostedWork posted{events.get()};
     std::list<SignalHandler> signalHandlers;
     bool isRunning = false;
-    bool isTurning = false;
 };
 
 EventLoop::EventLoop() : implementation_{std::make_unique<Implementation>()} {}
@@ -100,15 +79,16 @@ void EventLoop::post(Work work) {
 }
 
 std::unique_ptr<MainLoop::Timer> EventLoop::after(std::chrono::nanoseconds delay, Work work) {
-    auto timer = implementation_->waits.after(delay, std::move(work));
-    implementation_->lookAgain();
-    return timer;
+    return implementation_->waits.after(delay, std::move(work));
 }
 
 void EventLoop::run() {
     implementation_->isRunning = true;
     while (implementation_->isRunning) {
-        implementation_->turn(untilSomethingHappens);
+        const int handled = sd_event_run(implementation_->events.get(), untilSomethingHappens);
+        if (handled < 0) {
+            throw std::system_error{-handled, std::generic_category(), "event loop"};
+        }
     }
 }
 
@@ -135,28 +115,8 @@ bool EventLoop::onSignal(int signalNumber, std::function<void()> handler) {
     return true;
 }
 
-int EventLoop::descriptor() const {
-    return sd_event_get_fd(implementation_->events.get());
-}
-
-void EventLoop::iterate() {
-    if (implementation_->isTurning) {
-        return; // a loop within our own work: what is there waits until that is done
-    }
-    for (int handled = 0; handled < mostEventsAtOnce; ++handled) {
-        if (!implementation_->turn(0)) {
-            return;
-        }
-    }
-    implementation_->lookAgain();
-}
-
 sd_event* EventLoop::events() const {
     return implementation_->events.get();
-}
-
-void EventLoop::lookAgain() {
-    implementation_->lookAgain();
 }
 
 } // namespace brindle

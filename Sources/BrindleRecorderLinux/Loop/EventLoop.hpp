@@ -1,5 +1,4 @@
-// The main loop of the program: sd-event, with waits that count time asleep. A window toolkit's
-// loop can also drive it, by watching its descriptor.
+// The main loop of the program: sd-event, with waits that count time asleep.
 #pragma once
 
 #include "BrindleRecorderApp/Platform/MainLoop.hpp"
@@ -41,17 +40,8 @@ class EventLoop final : public MainLoop {
     /// inherits the blocking and has to be freed of it. False when the system refuses.
     [[nodiscard]] bool onSignal(int signalNumber, std::function<void()> handler);
 
-    /// Readable whenever `iterate` has something to do.
-    [[nodiscard]] int descriptor() const;
-    /// Handles what is there without waiting, for a loop that watches the descriptor.
-    void iterate();
-
     /// For adapters that wait for something of their own.
     [[nodiscard]] sd_event* events() const;
-    /// Whoever sets a timer of `events`, or asks something of a bus on it, calls this afterwards: a
-    /// loop that drives this one gives it a turn, in which the system hears of it. Main thread
-    /// only.
-    void lookAgain();
 
   private:
     class Implementation;

@@ -27,12 +27,8 @@ void PostedWork::add(MainLoop::Work work) {
     const std::lock_guard lock{mutex_};
     pending_.push_back(std::move(work));
     if (pending_.size() == 1) {
-        wake();
+        eventfd_write(event_.number(), 1);
     }
-}
-
-void PostedWork::wake() const {
-    eventfd_write(event_.number(), 1);
 }
 
 void PostedWork::runPending() {

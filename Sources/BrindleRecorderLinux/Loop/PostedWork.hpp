@@ -10,7 +10,7 @@
 
 namespace brindle {
 
-/// Belongs to the loop's thread; `add` and `wake` may be called from any. Must go before the loop.
+/// Belongs to the loop's thread; `add` may be called from any. Must go before the loop.
 class PostedWork {
   public:
     /// Throws std::system_error when the system has no descriptors left.
@@ -21,9 +21,6 @@ class PostedWork {
     /// Runs in the order of adding. What is added by work that runs waits for the loop's next turn,
     /// so that timers and descriptors get theirs.
     void add(MainLoop::Work work);
-
-    /// Gives the loop a turn although nothing has been added.
-    void wake() const;
 
   private:
     void runPending();

@@ -53,7 +53,6 @@ class CameraPortal::Conversation {
         sd_bus_set_method_call_timeout(bus_.get(), UINT64_MAX);
         service_.emplace(bus_, desktop, [this] { endIfItHasGone(); });
         meet();
-        bus_.wake();
     }
 
   private:

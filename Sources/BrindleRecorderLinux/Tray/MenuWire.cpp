@@ -185,14 +185,6 @@ std::optional<Layout> readLayout(sd_bus_message* message) {
     return layout;
 }
 
-std::optional<Properties> readProperties(sd_bus_message* message) {
-    Properties properties;
-    if (!readInto(message, properties)) {
-        return std::nullopt;
-    }
-    return properties;
-}
-
 std::optional<std::vector<int>> readNumbers(sd_bus_message* message) {
     std::vector<int> numbers;
     const bool isRead = readAll(message, 'a', "i", [&] {

@@ -43,8 +43,6 @@ constexpr std::size_t mostBytes = 4000; ///< of a text
 /// What stands next in the message; nothing when it is something else. Properties of kinds that no
 /// menu of ours has are left out, and so is what is too deep, too many or too long.
 std::optional<Layout> readLayout(sd_bus_message* message);
-/// Signature a{sv}.
-std::optional<Properties> readProperties(sd_bus_message* message);
 /// Signatures ai and as.
 std::optional<std::vector<int>> readNumbers(sd_bus_message* message);
 std::optional<std::vector<std::string>> readTexts(sd_bus_message* message);
