@@ -589,9 +589,9 @@ TEST_F(MovieExportDamage, RefusesPicturesThatWouldNotBeCopiedAsTheyAre) {
     // and then every picture, for another format, and writes one byte of each.
     Bytes damaged = recordingBytes();
     const std::string name = "avcC";
-    const auto configuration = std::ranges::search(damaged, name).end();
-    ASSERT_NE(configuration, damaged.end());
-    *configuration = 0x53;
+    const auto box = std::search(damaged.begin(), damaged.end(), name.begin(), name.end());
+    ASSERT_NE(box, damaged.end());
+    *(box + std::ssize(name)) = 0x53;
     const auto output = fresh(".mp4");
     const Outcome outcome = exportBytes(damaged, output);
     EXPECT_EQ(outcome.status, Status::failed);
