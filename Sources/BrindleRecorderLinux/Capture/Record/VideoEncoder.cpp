@@ -31,8 +31,8 @@ Expected<VideoEncoder, PlatformError> VideoEncoder::open(const VideoOutputSettin
     context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
 
     Options options;
-    // Of the fastest preset, with the tools that make a camera's picture better for little: measured in
-    // docs/decisions.
+    // Of the fastest preset, with the tools that make a camera's picture better for little:
+    // measured in docs/decisions.
     options.set("preset", "ultrafast");
     options.set("tune", "zerolatency");
     options.set("x264-params", "cabac=1:no-deblock=0:8x8dct=1:partitions=i8x8");
