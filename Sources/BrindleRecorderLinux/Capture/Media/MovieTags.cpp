@@ -1,12 +1,11 @@
 #include "BrindleRecorderLinux/Capture/Media/MovieTags.hpp"
 
+#include "BrindleRecorderCore/Base/InternetDateTime.hpp"
 #include "BrindleRecorderLinux/CaptureLink/CaptureLaunch.hpp"
 
 #include <algorithm>
 #include <chrono>
 #include <string_view>
-
-#include <fmt/chrono.h>
 
 namespace brindle::media {
 
@@ -34,10 +33,8 @@ void set(AVFormatContext& movie, const char* key, const std::string& text) {
 } // namespace
 
 MovieTags MovieTags::ofNewMovie() {
-    const auto now =
-        std::chrono::time_point_cast<std::chrono::seconds>(std::chrono::system_clock::now());
     return {
-        .creationTime = fmt::format("{:%Y-%m-%dT%H:%M:%S}Z", now),
+        .creationTime = InternetDateTime::format(std::chrono::system_clock::now(), TimeZone::utc()),
         .program = "Brindle Recorder " + capture::programVersion()};
 }
 

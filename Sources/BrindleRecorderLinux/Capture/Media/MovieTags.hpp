@@ -9,7 +9,7 @@ namespace brindle::media {
 
 /// Nothing of the call, and nothing of the devices.
 struct MovieTags {
-    std::string creationTime; ///< when it begins, as the library writes times; empty when unknown
+    std::string creationTime; ///< when it begins (RFC 3339); empty when unknown
     std::string program;      ///< which made it, with its version; empty when unknown
 
     /// Of a movie that we begin now.
