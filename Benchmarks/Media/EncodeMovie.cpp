@@ -1,8 +1,10 @@
 // Encodes raw pictures and sound into a movie as a recording does, as fast as it can.
 // Usage: encode-movie PICTURES SOUND MOVIE
+//        encode-movie --settings     how the encoder is set, in words for ffmpeg
 // Pictures: 1920x1080, planar YUV 4:2:0, 30 a second. Sound: 32-bit float, mono, 48 kHz.
 #include "BrindleRecorderLinux/Capture/Record/FragmentedMovieWriter.hpp"
 #include "BrindleRecorderLinux/Capture/Record/MediaEncoder.hpp"
+#include "BrindleRecorderLinux/Capture/Record/VideoEncoder.hpp"
 
 #include <cstdio>
 #include <cstdlib>
@@ -92,8 +94,15 @@ int encode(const char* picturePath, const char* soundPath, const char* moviePath
 } // namespace brindle
 
 int main(int argumentCount, char** arguments) {
+    using brindle::media::VideoEncoder;
+    if (argumentCount == 2 && std::string{arguments[1]} == "--settings") {
+        std::printf(
+            "-preset %s -tune %s -x264-params %s\n", VideoEncoder::preset, VideoEncoder::tune,
+            VideoEncoder::parameters);
+        return 0;
+    }
     if (argumentCount != 4) {
-        std::fputs("Usage: encode-movie PICTURES SOUND MOVIE\n", stderr);
+        std::fputs("Usage: encode-movie PICTURES SOUND MOVIE | --settings\n", stderr);
         return 2;
     }
     try {

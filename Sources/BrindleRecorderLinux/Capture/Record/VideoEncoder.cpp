@@ -31,11 +31,9 @@ Expected<VideoEncoder, PlatformError> VideoEncoder::open(const VideoOutputSettin
     context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
 
     Options options;
-    // Of the fastest preset, with the tools that make a camera's picture better for little:
-    // measured in docs/decisions.
-    options.set("preset", "ultrafast");
-    options.set("tune", "zerolatency");
-    options.set("x264-params", "cabac=1:no-deblock=0:8x8dct=1:partitions=i8x8");
+    options.set("preset", preset);
+    options.set("tune", tune);
+    options.set("x264-params", parameters);
     options.set("forced-idr", std::int64_t{1});
     if (const int result = avcodec_open2(context.get(), codec, options.get()); result < 0) {
         return unexpected{mediaError(result)};
