@@ -32,6 +32,8 @@ negotiated_with_camera() {
         | select(. != null)) | "\(.format // .mediaSubtype) \(.size.width)x\(.size.height) at \(.framerate.num / .framerate.denom)"'
 }
 
+sees_what_was_negotiated() { negotiated=$(negotiated_with_camera) && [ -n "$negotiated" ]; }
+
 # --- microphones
 # A sound card whose microphone hears what is played into its other end: a steady tone.
 plug_in_sound_card() {
@@ -54,8 +56,7 @@ record_a_call() {
     start_recorder
     start_call "$microphone"
     wait_for 90 'a recording' has_begun 1
-    wait_for 60 'an agreement with the camera' negotiated_with_camera
-    negotiated=$(negotiated_with_camera)
+    wait_for 60 'an agreement with the camera' sees_what_was_negotiated
     echo "negotiated with the camera: $negotiated"
     wait_for 60 'the first fragment' first_fragment_is_written
     end_call
