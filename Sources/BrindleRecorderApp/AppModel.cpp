@@ -30,6 +30,7 @@ AppModel::AppModel(const AppEnvironment& environment, RecordingsFolder folder)
           log_,
           files_,
           session_,
+          devices,
           deviceChoice_,
           permissions,
           notifier,

@@ -48,6 +48,13 @@ class FakeAuthorization final : public CaptureSystem {
     [[nodiscard]] std::unique_ptr<Observation> observeDevices(std::function<void()>) override {
         return {};
     }
+    [[nodiscard]] std::optional<CameraHolder> holderOf(const std::string&) const override {
+        return {};
+    }
+    [[nodiscard]] std::set<std::int32_t> openersOf(const std::string&) const override { return {}; }
+    [[nodiscard]] std::unique_ptr<Observation> observeCameraUse(std::function<void()>) override {
+        return {};
+    }
     [[nodiscard]] std::shared_ptr<CaptureDevice> device(const std::string&) override { return {}; }
     [[nodiscard]] std::shared_ptr<CaptureSession> makeSession() override { return {}; }
     void expectRecording(bool) override {}

@@ -180,21 +180,38 @@ TEST(DeviceDiscovery, ADeviceIsWhatItsHardwareIs) {
     }
 }
 
-TEST(DeviceDiscovery, TheKernelsOwnInterfaceOfACameraComesBeforeAnother) {
-    AudioGraph graph = graphOf({
-        node(1, with(camera("libcamera_input.one", "One"), {{"device.id", "11"}})),
-        node(2, with(camera("v4l2_input.one", "One"), {{"device.id", "12"}})),
-    });
+/// One camera, offered by the kernel first and then by libcamera, or the other way round.
+AudioGraph twiceOffered(const std::string& bus, bool kernelFirst) {
+    NodeRecord kernels = node(1, with(camera("v4l2_input.one", "One"), {{"device.id", "12"}}));
+    NodeRecord libcameras =
+        node(2, with(camera("libcamera_input.one", "One"), {{"device.id", "11"}}));
+    AudioGraph graph =
+        kernelFirst ? graphOf({kernels, libcameras}) : graphOf({libcameras, kernels});
     graph.devices = {
         {.serial = 11,
          .id = 11,
-         .properties = {{"device.api", "libcamera"}, {"device.devids", "[ 20864 ]"}}},
+         .properties =
+             {{"device.api", "libcamera"}, {"device.devids", "[ 20864 ]"}, {"device.bus", bus}}},
         {.serial = 12,
          .id = 12,
-         .properties = {{"device.api", "v4l2"}, {"device.devids", "20864"}}}};
-    const auto devices = discoverDevices(graph);
-    ASSERT_EQ(devices.cameras.size(), 1U);
-    EXPECT_EQ(devices.cameras[0].uniqueID, "v4l2_input.one");
+         .properties = {{"device.api", "v4l2"}, {"device.devids", "20864"}, {"device.bus", bus}}}};
+    return graph;
+}
+
+TEST(DeviceDiscovery, ALaptopsOwnCameraIsTakenThroughLibcamera) {
+    for (const bool kernelFirst : {true, false}) {
+        const auto devices = discoverDevices(twiceOffered("pci", kernelFirst));
+        ASSERT_EQ(devices.cameras.size(), 1U);
+        EXPECT_EQ(devices.cameras[0].uniqueID, "libcamera_input.one");
+    }
+}
+
+TEST(DeviceDiscovery, ACameraOnUSBIsTakenThroughTheKernel) {
+    for (const bool kernelFirst : {true, false}) {
+        const auto devices = discoverDevices(twiceOffered("usb", kernelFirst));
+        ASSERT_EQ(devices.cameras.size(), 1U);
+        EXPECT_EQ(devices.cameras[0].uniqueID, "v4l2_input.one");
+    }
 }
 
 TEST(DeviceDiscovery, NothingOutsideTheKernelsTreeIsAskedWhetherItIsFixed) {
@@ -228,6 +245,28 @@ TEST(DeviceDiscovery, ANodeWithoutADescriptionIsCalledByItsNickOrItsName) {
     }));
     EXPECT_EQ(devices.microphones[0].localizedName, "Nick");
     EXPECT_EQ(devices.microphones[1].localizedName, "bare");
+}
+
+TEST(DeviceDiscovery, KnowsTheKernelsNamesOfItsCameras) {
+    AudioGraph graph = graphOf(
+        {node(1, with(camera("desk", "Desk Camera"), {{"api.v4l2.path", "/dev/video0"}})),
+         node(2, camera("phone", "Phone")),
+         node(3, with(camera("other", "Other"), {{"api.v4l2.path", "/dev/video2"}}))});
+    EXPECT_EQ(kernelCameras(graph), (std::set<std::string>{"/dev/video0", "/dev/video2"}));
+    EXPECT_EQ(kernelCamera(graph, "other"), "/dev/video2");
+    EXPECT_EQ(kernelCamera(graph, "phone"), std::nullopt);
+    EXPECT_EQ(kernelCamera(graph, "gone"), std::nullopt);
+}
+
+TEST(DeviceDiscovery, ACameraThatTheServerUsesIsNotUnused) {
+    AudioGraph graph =
+        graphOf({node(1, with(camera("desk", "Desk Camera"), {{"api.v4l2.path", "/dev/video0"}}))});
+    EXPECT_EQ(unusedKernelCamera(graph, "desk"), "/dev/video0");
+    graph.nodes.front().state = NodeState::idle;
+    EXPECT_EQ(unusedKernelCamera(graph, "desk"), "/dev/video0");
+    graph.nodes.front().state = NodeState::running;
+    EXPECT_EQ(unusedKernelCamera(graph, "desk"), std::nullopt);
+    EXPECT_EQ(kernelCamera(graph, "desk"), "/dev/video0");
 }
 
 } // namespace

@@ -202,13 +202,65 @@ TEST_F(MediaEncoderTest, BeginsBothTracksWithTheFirstPicture) {
     EXPECT_NEAR(test::trackFacts(movie_, "a")->duration, 2, 0.05);
 }
 
-TEST_F(MediaEncoderTest, WritesNothingBeforeTheFirstPicture) {
+TEST_F(MediaEncoderTest, WaitsTwoSecondsOfSoundForTheFirstPicture) {
     open(true, true);
-    beepingSound(seconds{0}, seconds{5});
-    ASSERT_TRUE(encoder_->passTime(origin + seconds{6}));
+    beepingSound(seconds{0}, seconds{2});
+    ASSERT_TRUE(encoder_->passTime(origin + seconds{2}));
     EXPECT_EQ(writer_->mediaEnd(), nanoseconds{0});
-    finish(seconds{6});
-    EXPECT_TRUE(test::tracksPerFragment(movie_).empty());
+    picture(milliseconds{1950}, 235);
+    finish(seconds{2});
+    EXPECT_NEAR(test::trackFacts(movie_, "a")->duration, 0.05, 0.03);
+}
+
+TEST_F(MediaEncoderTest, RecordsSoundFromTheFirstOnWhenNoPictureComes) {
+    open(true, true);
+    beepingSound(seconds{0}, seconds{8});
+    EXPECT_TRUE(encoder_->awaitsPictures());
+    finish(seconds{8});
+    EXPECT_EQ(beeps(test::decodedSound(movie_)).size(), 8U);
+    const auto pictures = test::decodedPictures(movie_);
+    ASSERT_EQ(pictures.size(), 240U) << "black stands for those that did not come";
+    for (const auto& picture : pictures) {
+        EXPECT_LE(picture[1000], 20);
+    }
+}
+
+TEST_F(MediaEncoderTest, FragmentsAreCutAlsoWhileNoPictureComes) {
+    open(true, true);
+    for (nanoseconds time{0}; time < seconds{8}; time += milliseconds{10}) {
+        sound(time, 480, 0.1);
+        ASSERT_TRUE(encoder_->passTime(origin + time));
+    }
+    finish(seconds{8});
+    EXPECT_EQ(test::tracksPerFragment(movie_), (std::vector<int>{2, 2, 2, 2}));
+}
+
+TEST_F(MediaEncoderTest, KeepsWhatWasHeardWhenItEndsBeforeThePictureCame) {
+    open(true, true);
+    beepingSound(seconds{0}, milliseconds{1500});
+    finish(milliseconds{1500});
+    EXPECT_NEAR(test::trackFacts(movie_, "a")->duration, 1.5, 0.05);
+}
+
+TEST_F(MediaEncoderTest, GivesPicturesThatComeLateTheirPlaceBesideTheSound) {
+    open(true, true);
+    beepingSound(seconds{0}, seconds{4});
+    soundTime_ = seconds{4};
+    for (int index = 120; index < 240; ++index) {
+        picture(momentOf(index), index % 30 < 3 ? 235 : 16);
+        for (; soundTime_ <= momentOf(index); soundTime_ += milliseconds{10}) {
+            sound(soundTime_, 480, soundTime_ % seconds{1} < milliseconds{100} ? 0.8 : 0);
+        }
+    }
+    EXPECT_FALSE(encoder_->awaitsPictures());
+    finish(seconds{8});
+    const auto bright = flashes(movie_);
+    const auto loud = beeps(test::decodedSound(movie_));
+    ASSERT_EQ(bright.size(), 4U);
+    ASSERT_EQ(loud.size(), 8U);
+    for (std::size_t index = 0; index < bright.size(); ++index) {
+        EXPECT_NEAR(bright[index], loud[index + 4], 0.005) << index;
+    }
 }
 
 TEST_F(MediaEncoderTest, LetsLateSoundBeginWithSilence) {

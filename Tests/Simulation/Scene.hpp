@@ -68,18 +68,30 @@ Seconds durationOf(const std::vector<Fragment>& fragments);
 
 /// What was so when the program opened the devices for a recording.
 struct Opening {
+    /// Whether it goes without the camera that was chosen because somebody else used that.
+    [[nodiscard]] bool isWithoutUsedCamera() const {
+        return !camera && !triedCameras.empty() && usedCameras.contains(triedCameras.front());
+    }
+
     Date at{};
     std::string room; ///< that the session recorded; empty when it had come to its end meanwhile
     std::vector<Seconds> clocksAhead; ///< how far the program's clock may be ahead of the timeline
     std::optional<std::string> preferredCamera; ///< names, as all of these
     std::optional<std::string> preferredMicrophone;
     std::optional<std::string> defaultCamera;
-    std::vector<std::string> triedCameras; ///< in this order
-    std::optional<std::string> camera;     ///< that was opened
+    std::vector<std::string>
+        triedCameras;                  ///< in this order, those that somebody else used included
+    std::set<std::string> usedCameras; ///< those that somebody else used
+    std::optional<std::string> camera; ///< that was opened
     std::optional<std::string> microphone; ///< likewise
     bool cameraIsDenied = false;
     bool refused = false; ///< a device did not let itself be opened
 };
+
+/// What a device of that identifier is called.
+inline std::string deviceName(const std::string& identifier) {
+    return "Device " + identifier;
+}
 
 /// The truth about one movie file that a capture began.
 struct Segment {
@@ -138,6 +150,9 @@ struct Scene {
     std::vector<CaptureDeviceInfo> cameras;
     std::vector<CaptureDeviceInfo> microphones;
     std::set<std::string> brokenDevices; ///< there, but cannot be opened
+    /// Processes that have cameras open, by the cameras' identifiers, and those that use them.
+    std::map<std::string, std::set<std::int32_t>> cameraOpeners;
+    std::map<std::string, std::int32_t> cameraHolders;
     std::map<MediaType, AuthorizationStatus> authorization;
     unsigned captureFailurePercent = 0;         ///< how many captures come to grief
     std::map<MediaType, std::string> preferred; ///< names

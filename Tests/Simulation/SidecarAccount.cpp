@@ -102,7 +102,9 @@ std::vector<std::string> notesOfTheStart(const Segment& segment, const std::stri
     if (!opening.microphone) {
         notes.emplace_back("No microphone was available; recorded without audio.");
     }
-    if (resolved && !opening.camera) {
+    if (opening.isWithoutUsedCamera()) {
+        notes.emplace_back("Another program is using the camera; recording sound only.");
+    } else if (resolved && !opening.camera) {
         notes.push_back(fmt::format("Camera {} refused to open; recorded audio only.", *resolved));
     } else if (resolved && opening.camera != resolved) {
         notes.push_back(fmt::format(

@@ -208,6 +208,27 @@ void SimulatedOutput::meetFate(Fate fate) {
     }
 }
 
+void SimulatedOutput::noteChangeOfCamera() {
+    const Scene& scene = context_->scene;
+    const Opening& opening = segment().opening;
+    if (opening.camera) {
+        const bool isUsed = std::ranges::any_of(scene.cameraHolders, [&](const auto& holder) {
+            return deviceName(holder.first) == opening.camera;
+        });
+        if (isUsed) {
+            noteFailure(
+                "loss of the camera", {"Capture stopped: Another program is using the camera."});
+        }
+        return;
+    }
+    const bool isFree = std::ranges::any_of(scene.cameras, [&](const CaptureDeviceInfo& camera) {
+        return !scene.cameraHolders.contains(camera.uniqueID);
+    });
+    if (isFree && !opening.cameraIsDenied && !segment().captureFailed) {
+        noteFailure("return of a camera", {"The camera is available again."});
+    }
+}
+
 void SimulatedOutput::nextFragment() {
     if (!recording_ || frozen_) {
         return;
@@ -264,7 +285,13 @@ void SimulatedOutput::stopRecording() {
     }
     Scene& scene = context_->scene;
     stopAsked_ = true;
+    if (context_->sessionRecords() && context_->sessionRoom() == segment().opening.room) {
+        noteChangeOfCamera();
+    }
     const auto session = session_.lock();
+    if (session) {
+        session->end();
+    }
     // Once the program has given a capture up, it waits for no report; some never come.
     const bool reports = (session && session->isListenedTo()) || scene.random.chance(60);
     const Seconds delay = scene.random.chance(80) ? scene.between(0, 0.3) : scene.between(0, 15);
@@ -317,9 +344,6 @@ Expected<std::shared_ptr<CaptureInput>, PlatformError>
 SimulatedSession::makeInput(const std::shared_ptr<CaptureDevice>& device) {
     const std::string name = device->info().localizedName;
     const bool isCamera = device->mediaType() == MediaType::video;
-    if (isCamera) {
-        opening_.triedCameras.push_back(name);
-    }
     opening_.refused = context_->scene.brokenDevices.contains(device->info().uniqueID);
     context_->memory.opening = opening_;
     if (opening_.refused) {
@@ -335,7 +359,38 @@ std::shared_ptr<MovieFileOutput> SimulatedSession::makeMovieFileOutput() {
     return std::make_shared<SimulatedOutput>(context_, weak_from_this());
 }
 
+std::optional<CameraHolder> SimulatedCaptureSystem::holderOf(const std::string& cameraID) const {
+    CaptureMemory& memory = context_->memory;
+    const bool isUsed = context_->scene.cameraHolders.contains(cameraID);
+    // Asked before each attempt.
+    memory.wantedCameras.push_back(deviceName(cameraID));
+    if (isUsed) {
+        memory.usedCameras.insert(deviceName(cameraID));
+    }
+    return isUsed ? std::optional{CameraHolder{}} : std::nullopt;
+}
+
+std::set<std::int32_t> SimulatedCaptureSystem::openersOf(const std::string& cameraID) const {
+    const auto found = context_->scene.cameraOpeners.find(cameraID);
+    return found == context_->scene.cameraOpeners.end() ? std::set<std::int32_t>{} : found->second;
+}
+
+bool SimulatedCaptureSystem::hasLetGoOf(const std::string& cameraID) const {
+    const auto session = session_.lock();
+    return !session || !session->isListenedTo() ||
+           session->opening().camera != deviceName(cameraID) ||
+           !context_->programRecords(session->opening().room) || !session->hasCamera();
+}
+
 std::vector<CaptureDeviceInfo> SimulatedCaptureSystem::discover(MediaType mediaType) const {
+    if (mediaType == MediaType::video) {
+        context_->memory.wantedCameras.clear();
+        context_->memory.usedCameras.clear();
+    }
+    return present(mediaType);
+}
+
+const std::vector<CaptureDeviceInfo>& SimulatedCaptureSystem::present(MediaType mediaType) const {
     return mediaType == MediaType::video ? context_->scene.cameras : context_->scene.microphones;
 }
 
@@ -346,7 +401,7 @@ std::optional<CaptureDeviceInfo> SimulatedCaptureSystem::defaultCamera() const {
 
 std::shared_ptr<CaptureDevice> SimulatedCaptureSystem::device(const std::string& uniqueID) {
     for (const MediaType mediaType : {MediaType::video, MediaType::audio}) {
-        for (const CaptureDeviceInfo& info : discover(mediaType)) {
+        for (const CaptureDeviceInfo& info : present(mediaType)) {
             if (info.uniqueID == uniqueID) {
                 return std::make_shared<SimulatedDevice>(info, mediaType);
             }
@@ -360,7 +415,9 @@ std::shared_ptr<CaptureSession> SimulatedCaptureSystem::makeSession() {
     if (!context_->sessionRecords() && !context_->scene.answersAccess) {
         context_->scene.violate("a capture begins although the session does not record");
     }
-    return std::make_shared<SimulatedSession>(context_, openingNow());
+    auto session = std::make_shared<SimulatedSession>(context_, openingNow());
+    session_ = session;
+    return session;
 }
 
 Opening SimulatedCaptureSystem::openingNow() const {
@@ -380,11 +437,8 @@ Opening SimulatedCaptureSystem::openingNow() const {
     }
     opening.cameraIsDenied =
         scene.authorization.at(MediaType::video) != AuthorizationStatus::authorized;
-    // After a camera that cannot be opened the next one is tried.
-    if (const Opening& last = context_->memory.opening;
-        last.refused && last.at == opening.at && last.room == opening.room) {
-        opening.triedCameras = last.triedCameras;
-    }
+    opening.triedCameras = context_->memory.wantedCameras;
+    opening.usedCameras = context_->memory.usedCameras;
     return opening;
 }
 

@@ -33,10 +33,12 @@ enum class Fate {
 /// What the capture of one run of the program last tried.
 struct CaptureMemory {
     Opening opening;
-    std::string baseName;     ///< of the last movie
-    std::string room;         ///< likewise
-    Date at{};                ///< when its devices were opened
-    bool startFailed = false; ///< nothing came of it
+    std::vector<std::string> wantedCameras; ///< since the devices were looked at last
+    std::set<std::string> usedCameras;      ///< those of them that somebody else used
+    std::string baseName;                   ///< of the last movie
+    std::string room;                       ///< likewise
+    Date at{};                              ///< when its devices were opened
+    bool startFailed = false;               ///< nothing came of it
 };
 
 /// What the capture of one run of the program shares.
@@ -86,6 +88,9 @@ class SimulatedOutput final : public MovieFileOutput,
     bool writeFragment(bool syncAtOnce);
     void closeFile();
     void finish(const std::optional<PlatformError>& error);
+    /// A capture that nobody wants to end, and that ends all the same, must have found a camera or
+    /// lost it.
+    void noteChangeOfCamera();
     void noteFailure(const char* what, std::vector<std::string> words);
 
     [[nodiscard]] Segment& segment() const { return context_->scene.segments[segmentIndex_]; }
@@ -139,12 +144,18 @@ class SimulatedSession final : public CaptureSession,
         return listeners_.add(std::move(listener));
     }
     void startRunning() override {}
+    void releaseCamera() override { hasCamera_ = false; }
+    void retakeCamera() override { hasCamera_ = true; }
+    [[nodiscard]] bool hasCamera() const { return hasCamera_; }
+    /// The movie is to be closed.
+    void end() { hasCamera_ = false; }
     void stopRunning() override {}
 
   private:
     std::shared_ptr<CaptureContext> context_;
     Listeners<std::optional<PlatformError>> listeners_;
     Opening opening_;
+    bool hasCamera_ = true; ///< it was not let go of, nor is it about to be
 };
 
 class SimulatedCaptureSystem final : public CaptureSystem {
@@ -153,6 +164,10 @@ class SimulatedCaptureSystem final : public CaptureSystem {
         : context_{std::make_shared<CaptureContext>(std::move(context))} {}
 
     void fireDevicesChanged() { deviceListeners_.call(); }
+    /// Somebody has opened, used or closed a camera.
+    void fireCameraUse() { useListeners_.call(); }
+    /// Whether the camera, if it is being recorded, has been let go of meanwhile.
+    [[nodiscard]] bool hasLetGoOf(const std::string& cameraID) const;
 
     [[nodiscard]] std::vector<CaptureDeviceInfo> discover(MediaType mediaType) const override;
     [[nodiscard]] std::optional<CaptureDeviceInfo> systemPreferredCamera() const override {
@@ -163,6 +178,12 @@ class SimulatedCaptureSystem final : public CaptureSystem {
     observeDevices(std::function<void()> listener) override {
         return deviceListeners_.add(std::move(listener));
     }
+    [[nodiscard]] std::optional<CameraHolder> holderOf(const std::string& cameraID) const override;
+    [[nodiscard]] std::set<std::int32_t> openersOf(const std::string& cameraID) const override;
+    [[nodiscard]] std::unique_ptr<Observation>
+    observeCameraUse(std::function<void()> listener) override {
+        return useListeners_.add(std::move(listener));
+    }
     [[nodiscard]] std::shared_ptr<CaptureDevice> device(const std::string& uniqueID) override;
     [[nodiscard]] std::shared_ptr<CaptureSession> makeSession() override;
     void expectRecording(bool /*isExpected*/) override {}
@@ -171,9 +192,12 @@ class SimulatedCaptureSystem final : public CaptureSystem {
 
   private:
     [[nodiscard]] Opening openingNow() const;
+    [[nodiscard]] const std::vector<CaptureDeviceInfo>& present(MediaType mediaType) const;
 
     std::shared_ptr<CaptureContext> context_;
     Listeners<> deviceListeners_;
+    Listeners<> useListeners_;
+    std::weak_ptr<SimulatedSession> session_; ///< the last one
 };
 
 } // namespace brindle::simulation

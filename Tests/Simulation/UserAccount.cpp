@@ -38,9 +38,9 @@ std::string sizeText(std::uint64_t bytes) {
 }
 
 bool isAboutAFailure(const std::string& body) {
-    constexpr std::array<std::string_view, 4> beginnings{
+    constexpr std::array<std::string_view, 5> beginnings{
         "Capture stopped: ", "Nothing was written for ", "The camera delivered no frames.",
-        "Recording stopped on its own ("};
+        "Recording stopped on its own (", "The camera is available again."};
     return std::ranges::any_of(
         beginnings, [&](std::string_view beginning) { return body.starts_with(beginning); });
 }
@@ -120,6 +120,10 @@ UserAccount::Wrong UserAccount::judge(const NotificationRequest& request, const 
     if (body.starts_with("Recording ")) {
         return judgeDevices(body);
     }
+    if (body == "Another program is using the camera; recording sound only.") {
+        return scene_.lastOpening.isWithoutUsedCamera() ? std::nullopt
+                                                        : wrong("nobody uses the camera", body);
+    }
     if (body.starts_with("Only ")) {
         return judgeSpace(body);
     }
@@ -176,7 +180,8 @@ UserAccount::Wrong UserAccount::judgeFailure(const std::string& body, const AppM
     if (goesOn && !(state.roomCode() == found->room) && !found->room.empty()) {
         return wrong("a call that is over is said to go on", body);
     }
-    if (goesOn && !model.captureWarning.get()) {
+    const bool isProblem = !body.starts_with("The camera is available again.");
+    if (goesOn && isProblem && !model.captureWarning.get()) {
         return wrong("no warning stands in the menu", body);
     }
     return std::nullopt;

@@ -27,7 +27,7 @@ constexpr AudioObjectID microphoneObject = 1;
 constexpr Seconds mostDisagreement{4};
 
 CaptureDeviceInfo device(const char* id) {
-    return {.uniqueID = id, .localizedName = std::string{"Device "} + id};
+    return {.uniqueID = id, .localizedName = deviceName(id)};
 }
 
 } // namespace
@@ -230,7 +230,7 @@ void World::scheduleMishap() {
         case 0:
         case 1:
         case 2:
-            changeDevices();
+            scene_.random.chance(70) ? changeDevices() : useACamera();
             break;
         case 3:
             troubleTheDisk();
@@ -267,6 +267,38 @@ void World::changeDevices() {
         devices.erase(found);
     }
     run_->capture().fireDevicesChanged();
+}
+
+void World::useACamera() {
+    const std::string camera = scene_.random.oneOf(std::vector<const char*>{"cam-1", "cam-2"});
+    if (scene_.cameraHolders.erase(camera) > 0) {
+        scene_.note("camera {} is let go of", camera);
+        scene_.cameraOpeners.erase(camera);
+        run_->capture().fireCameraUse();
+        return;
+    }
+    const std::int32_t pid = ++lastCameraUser_;
+    const bool isRecorded = !run_->capture().hasLetGoOf(camera);
+    scene_.note("camera {} is opened by {}", camera, pid);
+    scene_.cameraOpeners[camera].insert(pid);
+    run_->capture().fireCameraUse();
+    scene_.timeline.after(Seconds{0.1}, [this, camera, pid, isRecorded] {
+        const bool isMeant = isRecorded && scene_.cameraOpeners[camera].contains(pid);
+        if (isMeant && run_ && !run_->queue().hasWork() && !run_->capture().hasLetGoOf(camera)) {
+            scene_.violate("a camera that somebody opened was not let go of");
+        }
+    });
+    if (scene_.random.chance(60)) {
+        scene_.cameraHolders[camera] = pid;
+        scene_.note("camera {} is used by {}", camera, pid);
+        return;
+    }
+    scene_.timeline.after(scene_.between(0, 4), [this, camera, pid] {
+        scene_.cameraOpeners[camera].erase(pid);
+        if (run_) {
+            run_->capture().fireCameraUse();
+        }
+    });
 }
 
 void World::setFreeBytes(std::int64_t bytes) {

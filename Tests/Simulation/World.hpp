@@ -62,6 +62,8 @@ class World {
     void tellDeviceUse();
     void scheduleMishap();
     void changeDevices();
+    /// Another program opens a camera and uses it, or only looks at it; or lets go of one.
+    void useACamera();
     void setFreeBytes(std::int64_t bytes);
     void troubleTheDisk();
     void changePermissions();
@@ -105,6 +107,7 @@ class World {
     FolderAccount folderAccount_;
     SidecarAccount sidecarAccount_;
     UserAccount userAccount_;
+    std::int32_t lastCameraUser_ = 900'000; ///< a process number
     test::FakeAudioObjects audio_;
     test::FakeProcessRegistry registry_;
     test::FakeWindowList windows_;

@@ -214,6 +214,14 @@ void ScriptedCaptureSession::startRunning() {
     script_->journal.add("start running");
 }
 
+void ScriptedCaptureSession::releaseCamera() {
+    script_->journal.add("release camera");
+}
+
+void ScriptedCaptureSession::retakeCamera() {
+    script_->journal.add("retake camera");
+}
+
 void ScriptedCaptureSession::stopRunning() {
     script_->journal.add("stop running");
 }
@@ -260,6 +268,35 @@ std::vector<CaptureDeviceInfo> ScriptedCaptureSystem::discover(MediaType mediaTy
 
 std::unique_ptr<Observation> ScriptedCaptureSystem::observeDevices(std::function<void()> listener) {
     return deviceListeners_.add(std::move(listener));
+}
+
+void ScriptedCaptureSystem::setHolder(
+    const std::string& cameraID, std::optional<CameraHolder> holder) {
+    holders_.erase(cameraID);
+    if (holder) {
+        holders_.emplace(cameraID, *holder);
+    }
+    useListeners_.call();
+}
+
+std::optional<CameraHolder> ScriptedCaptureSystem::holderOf(const std::string& cameraID) const {
+    const auto found = holders_.find(cameraID);
+    return found == holders_.end() ? std::nullopt : std::optional{found->second};
+}
+
+void ScriptedCaptureSystem::setOpeners(const std::string& cameraID, std::set<std::int32_t> pids) {
+    openers_[cameraID] = std::move(pids);
+    useListeners_.call();
+}
+
+std::set<std::int32_t> ScriptedCaptureSystem::openersOf(const std::string& cameraID) const {
+    const auto found = openers_.find(cameraID);
+    return found == openers_.end() ? std::set<std::int32_t>{} : found->second;
+}
+
+std::unique_ptr<Observation>
+ScriptedCaptureSystem::observeCameraUse(std::function<void()> listener) {
+    return useListeners_.add(std::move(listener));
 }
 
 std::shared_ptr<CaptureDevice> ScriptedCaptureSystem::device(const std::string& uniqueID) {

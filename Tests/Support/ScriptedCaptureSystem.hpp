@@ -126,6 +126,8 @@ class ScriptedCaptureSession final : public CaptureSession {
     [[nodiscard]] std::unique_ptr<Observation>
     observeRuntimeErrors(RuntimeErrorListener listener) override;
     void startRunning() override;
+    void releaseCamera() override;
+    void retakeCamera() override;
     void stopRunning() override;
 
   private:
@@ -152,6 +154,10 @@ class ScriptedCaptureSystem final : public CaptureSystem {
     void setDefaultCamera(std::optional<CaptureDeviceInfo> camera) {
         defaultCamera_ = std::move(camera);
     }
+    /// Somebody else has the camera, or lets go of it; whoever listens is told.
+    void setHolder(const std::string& cameraID, std::optional<CameraHolder> holder);
+    /// These have the camera open; whoever listens is told.
+    void setOpeners(const std::string& cameraID, std::set<std::int32_t> pids);
     /// Tells whoever listens that a device came or went.
     void fireDevicesChanged() { deviceListeners_.call(); }
 
@@ -178,6 +184,7 @@ class ScriptedCaptureSystem final : public CaptureSystem {
     void forgetSessions() { sessions_.clear(); }
     [[nodiscard]] std::size_t waitingAccessQuestions(MediaType mediaType) const;
     [[nodiscard]] std::size_t deviceListeners() const { return deviceListeners_.count(); }
+    [[nodiscard]] std::size_t useListeners() const { return useListeners_.count(); }
 
     [[nodiscard]] std::vector<CaptureDeviceInfo> discover(MediaType mediaType) const override;
     [[nodiscard]] std::optional<CaptureDeviceInfo> systemPreferredCamera() const override {
@@ -188,6 +195,10 @@ class ScriptedCaptureSystem final : public CaptureSystem {
     }
     [[nodiscard]] std::unique_ptr<Observation>
     observeDevices(std::function<void()> listener) override;
+    [[nodiscard]] std::optional<CameraHolder> holderOf(const std::string& cameraID) const override;
+    [[nodiscard]] std::set<std::int32_t> openersOf(const std::string& cameraID) const override;
+    [[nodiscard]] std::unique_ptr<Observation>
+    observeCameraUse(std::function<void()> listener) override;
     [[nodiscard]] std::shared_ptr<CaptureDevice> device(const std::string& uniqueID) override;
     [[nodiscard]] std::shared_ptr<CaptureSession> makeSession() override;
     void expectRecording(bool isExpected) override { expectations_.push_back(isExpected); }
@@ -202,6 +213,9 @@ class ScriptedCaptureSystem final : public CaptureSystem {
     std::optional<CaptureDeviceInfo> systemPreferredCamera_;
     std::optional<CaptureDeviceInfo> defaultCamera_;
     Listeners<> deviceListeners_;
+    std::map<std::string, CameraHolder> holders_;
+    std::map<std::string, std::set<std::int32_t>> openers_;
+    Listeners<> useListeners_;
     std::vector<std::shared_ptr<ScriptedCaptureSession>> sessions_;
     std::vector<bool> expectations_;
     std::map<MediaType, AuthorizationStatus> authorization_;

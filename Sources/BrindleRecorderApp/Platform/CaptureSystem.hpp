@@ -13,6 +13,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -84,7 +85,7 @@ struct AudioOutputSettings {
 class MovieFileOutput {
   public:
     /// Called once per started recording, on any thread, when the file is closed: with the error
-    /// that ended it, or nothing.
+    /// that ended it, or nothing. A file that no sample came into is gone by then.
     using FinishCallback =
         std::function<void(const std::filesystem::path& path, std::optional<PlatformError> error)>;
 
@@ -107,7 +108,8 @@ class MovieFileOutput {
     /// Whether a file is being written: from the start of a recording until the file is closed,
     /// which is before `onFinish` is called. Any thread.
     [[nodiscard]] virtual bool isRecording() const = 0;
-    /// How much has been recorded into the file so far. Any thread.
+    /// How much has been recorded into the file so far; nothing while a camera that is connected
+    /// has not delivered a picture, although sound may be in the file already. Any thread.
     [[nodiscard]] virtual Seconds recordedDuration() const = 0;
 };
 
@@ -139,10 +141,21 @@ class CaptureSession {
     [[nodiscard]] virtual std::unique_ptr<Observation>
     observeRuntimeErrors(RuntimeErrorListener listener) = 0;
 
-    /// Blocks until the devices run. Capture-session queue.
+    /// Blocks until sound runs, or where there is none pictures. Capture-session queue.
     virtual void startRunning() = 0;
+    /// Lets go of the camera while everything else goes on, and takes it again. The last picture
+    /// stands meanwhile. A camera that cannot be had again is a runtime error. Capture-session
+    /// queue.
+    virtual void releaseCamera() = 0;
+    virtual void retakeCamera() = 0;
     /// Blocks until the devices are released. Capture-session queue.
     virtual void stopRunning() = 0;
+};
+
+/// Somebody else who uses a camera.
+struct CameraHolder {
+    std::optional<std::int32_t> pid; ///< absent where it cannot be known
+    friend bool operator==(const CameraHolder&, const CameraHolder&) = default;
 };
 
 /// Main thread only.
@@ -159,6 +172,18 @@ class CaptureSystem {
     /// Calls the listener on the main thread whenever a device was connected or disconnected.
     [[nodiscard]] virtual std::unique_ptr<Observation>
     observeDevices(std::function<void()> listener) = 0;
+
+    /// Who else uses that camera, so that it would deliver nothing to us. Nothing where it can be
+    /// opened or shared, and where that cannot be known.
+    [[nodiscard]] virtual std::optional<CameraHolder>
+    holderOf(const std::string& cameraID) const = 0;
+    /// The processes that have that camera open, be it only to see what it can do; without our own
+    /// and those that share cameras.
+    [[nodiscard]] virtual std::set<std::int32_t> openersOf(const std::string& cameraID) const = 0;
+    /// Calls the listener on the main thread whenever somebody else may have opened or closed a
+    /// camera.
+    [[nodiscard]] virtual std::unique_ptr<Observation>
+    observeCameraUse(std::function<void()> listener) = 0;
 
     /// The device with that identifier, if it is there now.
     [[nodiscard]] virtual std::shared_ptr<CaptureDevice> device(const std::string& uniqueID) = 0;

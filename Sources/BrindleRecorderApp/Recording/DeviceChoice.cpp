@@ -12,23 +12,20 @@ namespace brindle {
 
 DeviceChoice::DeviceChoice(
     const Settings& settings, DeviceCatalog& devices, const PermissionsModel& permissions)
-    : settings_{settings}, devices_{devices}, permissions_{permissions} {}
+    : settings_{settings}, devices_{devices}, permissions_{permissions},
+      camerasObserver_{devices.cameras().observe([this](const auto&) { unblockAbsentCameras(); })} {
+}
 
 ChosenDevices DeviceChoice::choose(bool audioOnly) {
     devices_.refresh();
     ChosenDevices chosen{
-        .cameraCandidates = {},
+        .cameraCandidates = cameraCandidates(),
         .camera = {},
         .microphone = resolveMicrophone(),
         .cameraIsPreferred = settings_.preferredVideoDeviceID.get().has_value(),
         .microphoneIsPreferred = settings_.preferredAudioDeviceID.get().has_value(),
         .cameraAllowed = !audioOnly && permissions_.cameraAuthorized.get(),
         .cameraAccessDenied = !permissions_.cameraAuthorized.get()};
-    std::ranges::copy_if(
-        devices_.cameras().get(), std::back_inserter(chosen.cameraCandidates),
-        [this](const CaptureDeviceInfo& camera) {
-            return !blockedCameraIDs_.contains(camera.uniqueID);
-        });
     if (chosen.cameraAllowed) {
         chosen.camera = resolveCamera(chosen.cameraCandidates);
     }
@@ -45,6 +42,16 @@ std::string DeviceChoice::microphoneName() const {
     return microphone ? microphone->localizedName : StatusText::noMicrophone;
 }
 
+std::vector<CaptureDeviceInfo> DeviceChoice::cameraCandidates() const {
+    std::vector<CaptureDeviceInfo> candidates;
+    std::ranges::copy_if(
+        devices_.cameras().get(), std::back_inserter(candidates),
+        [this](const CaptureDeviceInfo& camera) {
+            return !blockedCameraIDs_.contains(camera.uniqueID);
+        });
+    return candidates;
+}
+
 void DeviceChoice::blockCameraNamed(const std::string& localizedName) {
     const auto& cameras = devices_.cameras().get();
     const auto camera =
@@ -52,6 +59,13 @@ void DeviceChoice::blockCameraNamed(const std::string& localizedName) {
     if (camera != cameras.end()) {
         blockedCameraIDs_.insert(camera->uniqueID);
     }
+}
+
+void DeviceChoice::unblockAbsentCameras() {
+    // What is plugged in again begins anew.
+    std::erase_if(blockedCameraIDs_, [&cameras = devices_.cameras().get()](const auto& blocked) {
+        return std::ranges::find(cameras, blocked, &CaptureDeviceInfo::uniqueID) == cameras.end();
+    });
 }
 
 DeviceResolution

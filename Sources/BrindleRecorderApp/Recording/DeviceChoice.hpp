@@ -2,8 +2,10 @@
 // and what has failed in this call.
 #pragma once
 
+#include "BrindleRecorderApp/Platform/Observation.hpp"
 #include "BrindleRecorderCore/Recordings/DeviceSelection.hpp"
 
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -41,7 +43,11 @@ class DeviceChoice {
     [[nodiscard]] std::string cameraName() const;
     [[nodiscard]] std::string microphoneName() const;
 
-    /// A camera of that name is not chosen any more. Nothing when there is none.
+    /// The cameras that may be chosen now, in the system's order.
+    [[nodiscard]] std::vector<CaptureDeviceInfo> cameraCandidates() const;
+
+    /// A camera of that name is not chosen any more, until it was unplugged. Nothing when there is
+    /// none.
     void blockCameraNamed(const std::string& localizedName);
     void unblockCameras() { blockedCameraIDs_.clear(); }
 
@@ -49,11 +55,13 @@ class DeviceChoice {
     [[nodiscard]] DeviceResolution
     resolveCamera(const std::vector<CaptureDeviceInfo>& candidates) const;
     [[nodiscard]] DeviceResolution resolveMicrophone() const;
+    void unblockAbsentCameras();
 
     const Settings& settings_;
     DeviceCatalog& devices_;
     const PermissionsModel& permissions_;
     std::set<std::string> blockedCameraIDs_;
+    std::unique_ptr<Observation> camerasObserver_;
 };
 
 } // namespace brindle

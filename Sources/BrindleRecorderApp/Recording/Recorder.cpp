@@ -123,6 +123,22 @@ void Recorder::recordingFinished(
         error ? Diagnostics::describe(*error) : "no error reported")));
 }
 
+void Recorder::releaseCamera() {
+    if (isWatched(startGeneration_)) {
+        sessionQueue_.async([session = capture_->session()] { session->releaseCamera(); });
+    }
+}
+
+void Recorder::retakeCamera() {
+    if (isWatched(startGeneration_)) {
+        sessionQueue_.async([session = capture_->session()] { session->retakeCamera(); });
+    }
+}
+
+void Recorder::loseCamera(const std::string& reason) {
+    fail(RecorderError::sessionRuntimeFailure(reason));
+}
+
 void Recorder::startWatchdog(bool expectsVideo, std::uint64_t generation) {
     if (!isWatched(generation)) {
         return;

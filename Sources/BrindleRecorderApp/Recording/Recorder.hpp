@@ -62,6 +62,13 @@ class Recorder {
         const std::shared_ptr<CaptureDevice>& video, const std::shared_ptr<CaptureDevice>& audio,
         const std::filesystem::path& path);
 
+    /// Lets go of the running recording's camera, and takes it again. The file goes on, and the
+    /// last picture stands meanwhile. Nothing while nothing is recorded.
+    void releaseCamera();
+    void retakeCamera();
+    /// Somebody else has the running recording's camera now: it fails, for this reason.
+    void loseCamera(const std::string& reason);
+
     /// Stops, waits until the file is complete, and converts it. Answers `finalMP4`; or fails with
     /// `notRecording` when there is nothing (more) to stop, or with the conversion's error, the
     /// .mov then being where it was. The status becomes `idle`.

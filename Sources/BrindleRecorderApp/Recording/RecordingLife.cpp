@@ -1,5 +1,6 @@
 #include "BrindleRecorderApp/Recording/RecordingLife.hpp"
 
+#include "BrindleRecorderApp/Calls/ProgramName.hpp"
 #include "BrindleRecorderApp/Recording/DeviceChoice.hpp"
 #include "BrindleRecorderApp/Recording/RecordingFiles.hpp"
 #include "BrindleRecorderApp/Shell/Notifier.hpp"
@@ -24,9 +25,10 @@ std::string describe(const RecoveryDecision& decision) {
 
 RecordingLife::RecordingLife(
     const AppEnvironment& environment, EventLog log, RecordingFiles& files,
-    RecordingSession& session, DeviceChoice& devices, PermissionsModel& permissions,
-    Notifier& notifier, SourceOf sourceOf)
-    : dateProvider_{environment.dateProvider}, currentTimeZone_{environment.currentTimeZone},
+    RecordingSession& session, const DeviceCatalog& catalog, DeviceChoice& devices,
+    PermissionsModel& permissions, Notifier& notifier, SourceOf sourceOf)
+    : captureSystem_{environment.captureSystem}, processRegistry_{environment.processRegistry},
+      dateProvider_{environment.dateProvider}, currentTimeZone_{environment.currentTimeZone},
       log_{log}, files_{files}, session_{session}, devices_{devices}, notifier_{notifier},
       remuxer_{environment.movieExporter, environment.mainLoop,      environment.dateProvider,
                environment.fileManager,   environment.diagnosticLog, environment.systemLog},
@@ -36,6 +38,7 @@ RecordingLife::RecordingLife(
                 environment.captureSessionQueue, remuxer_},
       opener_{
           {.captureSystem = environment.captureSystem,
+           .processRegistry = environment.processRegistry,
            .dateProvider = environment.dateProvider,
            .currentTimeZone = environment.currentTimeZone,
            .log = log,
@@ -55,7 +58,13 @@ RecordingLife::RecordingLife(
            .notifier = notifier,
            .recorder = recorder_,
            .remuxer = remuxer_}},
-      work_{environment.mainLoop} {
+      cameraReturn_{
+          {.captureSystem = environment.captureSystem,
+           .mainLoop = environment.mainLoop,
+           .dateProvider = environment.dateProvider,
+           .catalog = catalog,
+           .devices = devices}},
+      cameraYield_{environment.captureSystem, environment.mainLoop}, work_{environment.mainLoop} {
     session_.onStart = [this](const RecordingRequest& request) {
         work_.enqueue([this, request] { return beginIfWanted(request); });
     };
@@ -65,11 +74,27 @@ RecordingLife::RecordingLife(
     recorder_.onFailure = [this](const RecorderError& error) {
         recorderDidFail(error);
     };
+    cameraReturn_.onReturn = [this] {
+        work_.enqueue([this] { return takeUpCamera(); });
+    };
+    cameraYield_.onRelease = [this] {
+        log_.diagnostic("camera wanted by another program: let go");
+        recorder_.releaseCamera();
+    };
+    cameraYield_.onRetake = [this] {
+        log_.diagnostic("camera not used by another program: taken again");
+        recorder_.retakeCamera();
+    };
+    cameraYield_.onLoss = [this](const CameraHolder& holder) {
+        recorder_.loseCamera(
+            RecordingMessages::cameraTaken(ProgramName::of(holder, processRegistry_)));
+    };
 }
 
 void RecordingLife::forgetFailures() {
     failureCountByRoom_.clear();
     devices_.unblockCameras();
+    cameraReturn_.forgetCall();
 }
 
 Task<void> RecordingLife::beginIfWanted(RecordingRequest request) {
@@ -88,6 +113,11 @@ Task<bool> RecordingLife::begin(
         co_await opener_.open(request, std::move(continuing), audioOnly);
     if (opening.segment) {
         current_ = std::move(opening.segment);
+        if (current_->cameraID) {
+            cameraYield_.guard(*current_->cameraID);
+        } else if (current_->lacksCamera) {
+            cameraReturn_.await(current_->refusedCameraIDs);
+        }
     }
     changed();
     co_return opening.hasBegun;
@@ -97,7 +127,7 @@ Task<void> RecordingLife::end(bool keep) {
     if (!current_) {
         co_return;
     }
-    Segment segment = *std::exchange(current_, std::nullopt);
+    Segment segment = takeCurrent();
     log_.diagnostic(fmt::format("end recording: {} keep={}", segment.baseName, keep));
     if (keep) {
         co_await closer_.keep(std::move(segment));
@@ -142,19 +172,19 @@ Task<void> RecordingLife::processFailure(
         decision.restart ? session_.didFail(failed) : session_.giveUp(roomCode);
         co_return;
     }
-    Segment segment = *std::exchange(current_, std::nullopt);
-    if (decision.blockCurrentCamera) {
+    Segment segment = takeCurrent();
+    if (decision.blockCurrentCamera && !hasLostCamera(segment)) {
         devices_.blockCameraNamed(segment.sidecar.videoDevice);
     }
     std::optional<std::string> continuedIn;
     if (decision.restart) {
         continuedIn = files_.uniqueBaseName();
     }
-    const SegmentCloser::Failed left = co_await closer_.convertFailed(std::move(segment), error);
+    const SegmentCloser::Ended left = co_await closer_.convertFailed(std::move(segment), error);
     if (!session_.isWanted(failed)) {
         continuedIn.reset(); // the call was over before this segment was converted
     }
-    closer_.finishFailed(left, continuedIn);
+    closer_.finishEnded(left, continuedIn);
 
     const std::string time = RecordingMessages::timeOfDay(dateProvider_.now(), currentTimeZone_());
     // A start that followed a sleep may be waiting behind this job.
@@ -172,14 +202,53 @@ Task<void> RecordingLife::processFailure(
         changed();
         co_return;
     }
+    co_await goOn(failed, left, *continuedIn, decision.audioOnly);
+}
+
+Task<void> RecordingLife::takeUpCamera() {
+    if (!current_ || !current_->lacksCamera || !session_.isWanted(current_->request)) {
+        co_return;
+    }
+    Segment segment = takeCurrent();
+    const RecordingRequest request = segment.request;
+    std::optional<std::string> continuedIn = files_.uniqueBaseName();
+    log_.diagnostic(
+        fmt::format("camera available again: {} goes on in {}", segment.baseName, *continuedIn));
+    const SegmentCloser::Ended left =
+        co_await closer_.stopToGoOn(std::move(segment), RecordingMessages::cameraIsBack);
+    if (!session_.isWanted(request)) {
+        continuedIn.reset();
+    }
+    closer_.finishEnded(left, continuedIn);
+    if (!continuedIn) {
+        changed();
+        co_return;
+    }
+    notifier_.tell(RecordingMessages::restarting(RecordingMessages::cameraIsBack));
+    co_await goOn(request, left, *continuedIn, false);
+}
+
+Task<void> RecordingLife::goOn(
+    RecordingRequest request, const SegmentCloser::Ended& before, std::string continuedIn,
+    bool audioOnly) {
     // A variable of its own: g++ 12 destroys an aggregate that is made within a co_await twice.
     SegmentOpener::Continuation continuation{
-        .baseName = *continuedIn,
-        .continuedBaseName = left.segment.baseName,
+        .baseName = std::move(continuedIn),
+        .continuedBaseName = before.segment.baseName,
     };
-    if (!co_await begin(failed, std::move(continuation), decision.audioOnly)) {
-        closer_.finishFailed(left, std::nullopt); // there is no file that it goes on in
+    if (!co_await begin(std::move(request), std::move(continuation), audioOnly)) {
+        closer_.finishEnded(before, std::nullopt); // there is no file that it goes on in
     }
+}
+
+bool RecordingLife::hasLostCamera(const Segment& segment) const {
+    return segment.cameraID && captureSystem_.holderOf(*segment.cameraID);
+}
+
+Segment RecordingLife::takeCurrent() {
+    cameraReturn_.cease();
+    cameraYield_.cease();
+    return *std::exchange(current_, std::nullopt);
 }
 
 void RecordingLife::changed() const {

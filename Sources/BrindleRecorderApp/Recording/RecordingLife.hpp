@@ -6,6 +6,8 @@
 #include "BrindleRecorderApp/Async/JobChain.hpp"
 #include "BrindleRecorderApp/Async/Task.hpp"
 #include "BrindleRecorderApp/EventLog.hpp"
+#include "BrindleRecorderApp/Recording/CameraReturn.hpp"
+#include "BrindleRecorderApp/Recording/CameraYield.hpp"
 #include "BrindleRecorderApp/Recording/Recorder.hpp"
 #include "BrindleRecorderApp/Recording/Remuxer.hpp"
 #include "BrindleRecorderApp/Recording/Segment.hpp"
@@ -29,8 +31,8 @@ class RecordingLife {
     /// All must outlive it.
     RecordingLife(
         const AppEnvironment& environment, EventLog log, RecordingFiles& files,
-        RecordingSession& session, DeviceChoice& devices, PermissionsModel& permissions,
-        Notifier& notifier, SourceOf sourceOf);
+        RecordingSession& session, const DeviceCatalog& catalog, DeviceChoice& devices,
+        PermissionsModel& permissions, Notifier& notifier, SourceOf sourceOf);
     RecordingLife(const RecordingLife&) = delete;
     RecordingLife& operator=(const RecordingLife&) = delete;
 
@@ -60,12 +62,24 @@ class RecordingLife {
         RecordingRequest request, std::optional<SegmentOpener::Continuation> continuing,
         bool audioOnly);
     Task<void> end(bool keep);
+    /// Nothing is recorded any more.
+    [[nodiscard]] Segment takeCurrent();
     void recorderDidFail(const RecorderError& error);
     /// `failed` and `failedSegment`: what was being recorded when it failed, and in which segment.
     Task<void> processFailure(
         RecorderError error, RecordingRequest failed, std::optional<std::uint64_t> failedSegment);
+    /// Whether the segment's camera is somebody else's now.
+    [[nodiscard]] bool hasLostCamera(const Segment& segment) const;
+    /// Goes on with a picture where there was sound alone.
+    Task<void> takeUpCamera();
+    /// Records on into `continuedIn`.
+    Task<void> goOn(
+        RecordingRequest request, const SegmentCloser::Ended& before, std::string continuedIn,
+        bool audioOnly);
     void changed() const;
 
+    const CaptureSystem& captureSystem_;
+    const ProcessRegistry& processRegistry_;
     const DateProvider& dateProvider_;
     std::function<TimeZone()> currentTimeZone_;
     EventLog log_;
@@ -77,6 +91,8 @@ class RecordingLife {
     Recorder recorder_;
     SegmentOpener opener_;
     SegmentCloser closer_;
+    CameraReturn cameraReturn_;
+    CameraYield cameraYield_;
     std::optional<Segment> current_;
     std::map<std::string, int> failureCountByRoom_;
 

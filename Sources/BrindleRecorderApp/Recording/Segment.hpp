@@ -5,6 +5,8 @@
 #include "BrindleRecorderCore/Recordings/Sidecar.hpp"
 
 #include <cstdint>
+#include <optional>
+#include <set>
 #include <string>
 
 namespace brindle {
@@ -15,7 +17,10 @@ struct Segment {
     /// Tells it from every other, also from one that was discarded and had the same name.
     std::uint64_t number = 0;
     std::string baseName;
-    Sidecar sidecar; ///< as it was written last
+    Sidecar sidecar;                          ///< as it was written last
+    std::optional<std::string> cameraID{};    ///< of the camera in use
+    bool lacksCamera = false;                 ///< it would have one if one could be opened
+    std::set<std::string> refusedCameraIDs{}; ///< that could not be opened although they are free
 };
 
 } // namespace brindle

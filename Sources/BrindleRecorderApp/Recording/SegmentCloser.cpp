@@ -23,8 +23,8 @@ Task<void> SegmentCloser::keep(Segment segment) {
     const auto kept = co_await parts_.recorder.stopAndKeep(folder.mp4URL(baseName));
     if (const auto* failed = std::get_if<RecorderStatus::Failed>(&before.value); failed && !kept) {
         // It failed just before it was to stop, so there is nothing to stop but all to convert.
-        const Failed left = co_await convertFailed(std::move(segment), failed->error);
-        finishFailed(left, std::nullopt);
+        const Ended left = co_await convertFailed(std::move(segment), failed->error);
+        finishEnded(left, std::nullopt);
         co_return;
     }
     if (!kept) {
@@ -47,39 +47,58 @@ Task<void> SegmentCloser::discard(Segment segment) {
     static_cast<void>(parts_.fileManager.removeFileForGood(folder.mp4URL(segment.baseName)));
 }
 
-Task<SegmentCloser::Failed> SegmentCloser::convertFailed(Segment segment, RecorderError error) {
+Task<SegmentCloser::Ended> SegmentCloser::convertFailed(Segment segment, RecorderError error) {
     const auto& folder = parts_.files.folder();
-    Failed failed{
+    Ended ended{
         .segment = std::move(segment),
         .message = error.userMessage(),
-        .failedAt = parts_.dateProvider.now(),
+        .endedAt = parts_.dateProvider.now(),
         .closedAt = {},
     };
     // Nothing reads a movie that is still being written.
     co_await parts_.recorder.waitUntilFileIsClosed();
-    const auto movPath = folder.movURL(failed.segment.baseName);
-    failed.hasMovie = parts_.fileManager.fileExists(movPath);
-    if (failed.hasMovie) {
+    const auto movPath = folder.movURL(ended.segment.baseName);
+    ended.hasMovie = parts_.fileManager.fileExists(movPath);
+    if (ended.hasMovie) {
         const auto remuxed =
-            co_await parts_.remuxer.remuxToMP4(movPath, folder.mp4URL(failed.segment.baseName));
-        failed.isConverted = remuxed.has_value();
+            co_await parts_.remuxer.remuxToMP4(movPath, folder.mp4URL(ended.segment.baseName));
+        ended.isConverted = remuxed.has_value();
     }
-    failed.closedAt = parts_.dateProvider.now();
-    co_return failed;
+    ended.closedAt = parts_.dateProvider.now();
+    co_return ended;
 }
 
-void SegmentCloser::finishFailed(
-    const Failed& failed, const std::optional<std::string>& continuedIn) {
-    Sidecar sidecar = SidecarUpdate::noting(
-        failed.segment.sidecar,
-        RecordingNotes::captureFailure(
-            failed.failedAt, failed.message, continuedIn, parts_.currentTimeZone()));
-    if (!failed.isConverted) {
-        sidecar = SidecarUpdate::noting(
-            std::move(sidecar), failed.hasMovie ? RecordingNotes::partialConversionFailed
-                                                : RecordingNotes::noPartialFile);
+Task<SegmentCloser::Ended> SegmentCloser::stopToGoOn(Segment segment, std::string message) {
+    const auto& folder = parts_.files.folder();
+    const RecorderStatus before = parts_.recorder.status().get();
+    Ended ended{
+        .segment = std::move(segment),
+        .message = std::move(message),
+        .endedAt = parts_.dateProvider.now(),
+        .closedAt = {},
+    };
+    const auto kept = co_await parts_.recorder.stopAndKeep(folder.mp4URL(ended.segment.baseName));
+    if (const auto* failed = std::get_if<RecorderStatus::Failed>(&before.value); failed && !kept) {
+        co_return co_await convertFailed(std::move(ended.segment), failed->error);
     }
-    finish(failed.segment.baseName, std::move(sidecar), failed.closedAt);
+    ended.isConverted = kept.has_value();
+    ended.hasMovie =
+        kept.has_value() || parts_.fileManager.fileExists(folder.movURL(ended.segment.baseName));
+    ended.closedAt = parts_.dateProvider.now();
+    co_return ended;
+}
+
+void SegmentCloser::finishEnded(const Ended& ended, const std::optional<std::string>& continuedIn) {
+    Sidecar sidecar = SidecarUpdate::noting(
+        ended.segment.sidecar,
+        RecordingNotes::captureFailure(
+            ended.endedAt, ended.message, continuedIn, parts_.currentTimeZone()));
+    if (!ended.isConverted) {
+        sidecar = SidecarUpdate::noting(
+            std::move(sidecar), ended.hasMovie ? RecordingNotes::partialConversionFailed
+                                               : RecordingNotes::noPartialFile);
+    }
+    finish(ended.segment.baseName, std::move(sidecar), ended.closedAt);
     parts_.files.measure();
 }
 

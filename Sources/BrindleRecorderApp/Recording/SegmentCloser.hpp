@@ -35,11 +35,11 @@ class SegmentCloser {
         Recorder& recorder;
         Remuxer& remuxer;
     };
-    /// A segment that capture has given up, and what has become of it.
-    struct Failed {
+    /// A segment that ended while its call went on, and what has become of it.
+    struct Ended {
         Segment segment;
-        std::string message; ///< for people
-        Date failedAt;
+        std::string message; ///< why, for people
+        Date endedAt;
         Date closedAt;
         bool hasMovie = false;
         bool isConverted = false;
@@ -53,10 +53,12 @@ class SegmentCloser {
     Task<void> discard(Segment segment);
 
     /// Converts what a failed segment has left, but writes nothing of it yet.
-    Task<Failed> convertFailed(Segment segment, RecorderError error);
+    Task<Ended> convertFailed(Segment segment, RecorderError error);
+    /// Ends a segment that runs, because another one can do better, and converts it; likewise.
+    Task<Ended> stopToGoOn(Segment segment, std::string message);
     /// Writes the end of its sidecar. `continuedIn` is the base name of the segment that goes on
     /// with the call; what was written before is replaced.
-    void finishFailed(const Failed& failed, const std::optional<std::string>& continuedIn);
+    void finishEnded(const Ended& ended, const std::optional<std::string>& continuedIn);
 
   private:
     void finish(const std::string& baseName, Sidecar sidecar, Date at);

@@ -1,6 +1,6 @@
 #include "BrindleRecorderApp/Recording/SegmentOpener.hpp"
 
-#include "BrindleRecorderApp/Platform/CaptureSystem.hpp"
+#include "BrindleRecorderApp/Calls/ProgramName.hpp"
 #include "BrindleRecorderApp/Recording/Recorder.hpp"
 #include "BrindleRecorderApp/Recording/RecordingFiles.hpp"
 #include "BrindleRecorderApp/Shell/Notifier.hpp"
@@ -150,14 +150,27 @@ std::optional<SegmentOpener::OpenedDevices>
 SegmentOpener::openDevices(const ChosenDevices& chosen, const std::filesystem::path& movPath) {
     CaptureSystem& captureSystem = parts_.captureSystem;
     const auto& microphone = chosen.microphone.device;
+    OpenedDevices opened;
     for (const auto& camera : cameraAttempts(chosen)) {
+        if (camera) {
+            if (const auto who = captureSystem.holderOf(camera->uniqueID)) {
+                opened.holder = camera == chosen.camera.device ? who : opened.holder;
+                continue; // it would deliver nothing
+            }
+        }
         const auto video = camera ? captureSystem.device(camera->uniqueID) : nullptr;
         const auto audio = microphone ? captureSystem.device(microphone->uniqueID) : nullptr;
         if (camera && !video) {
+            opened.refusedCameraIDs.insert(camera->uniqueID);
             continue; // pulled since the catalog was read
         }
         if (parts_.recorder.start(video, audio, movPath)) {
-            return OpenedDevices{camera, audio ? microphone : std::nullopt};
+            opened.camera = camera;
+            opened.microphone = audio ? microphone : std::nullopt;
+            return opened;
+        }
+        if (camera) {
+            opened.refusedCameraIDs.insert(camera->uniqueID);
         }
     }
     return std::nullopt;
@@ -181,10 +194,14 @@ void SegmentOpener::giveUp(
 Segment SegmentOpener::didOpen(
     const RecordingRequest& request, const std::string& baseName, Sidecar sidecar,
     const ChosenDevices& chosen, const OpenedDevices& opened) {
+    const bool isCameraTaken = opened.holder && !opened.camera;
     std::optional<std::string> cameraNote;
     if (!opened.camera || opened.camera != chosen.camera.device) {
-        cameraNote = RecordingNotes::cameraNote(
-            chosen.camera.device, opened.camera, chosen.cameraAccessDenied);
+        cameraNote = isCameraTaken
+                         ? RecordingNotes::cameraInUse(
+                               ProgramName::of(*opened.holder, parts_.processRegistry))
+                         : RecordingNotes::cameraNote(
+                               chosen.camera.device, opened.camera, chosen.cameraAccessDenied);
         sidecar = SidecarUpdate::noting(std::move(sidecar), *cameraNote);
         sidecar.videoDevice = nameOf(opened.camera);
         sidecar.fallbackUsed = true;
@@ -199,7 +216,9 @@ Segment SegmentOpener::didOpen(
     parts_.log.diagnostic(fmt::format(
         "recording: {} video={} audio={} fallback={}", baseName, sidecar.videoDevice,
         sidecar.audioDevice, sidecar.fallbackUsed));
-    if (sidecar.fallbackUsed) {
+    if (isCameraTaken) {
+        parts_.notifier.tell(*cameraNote);
+    } else if (sidecar.fallbackUsed) {
         parts_.notifier.tell(RecordingMessages::fallbackUsed(
             opened.camera ? std::optional{opened.camera->localizedName} : std::nullopt,
             sidecar.audioDevice, cameraNote));
@@ -208,7 +227,10 @@ Segment SegmentOpener::didOpen(
         .request = request,
         .number = ++segmentCount_,
         .baseName = baseName,
-        .sidecar = std::move(sidecar)};
+        .sidecar = std::move(sidecar),
+        .cameraID = DeviceSelection::idOf(opened.camera),
+        .lacksCamera = chosen.cameraAllowed && !opened.camera,
+        .refusedCameraIDs = opened.refusedCameraIDs};
 }
 
 } // namespace brindle

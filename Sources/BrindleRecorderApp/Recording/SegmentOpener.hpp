@@ -3,6 +3,7 @@
 
 #include "BrindleRecorderApp/Async/Task.hpp"
 #include "BrindleRecorderApp/EventLog.hpp"
+#include "BrindleRecorderApp/Platform/CaptureSystem.hpp"
 #include "BrindleRecorderApp/Recording/DeviceChoice.hpp"
 #include "BrindleRecorderApp/Recording/Segment.hpp"
 #include "BrindleRecorderCore/Base/DateProvider.hpp"
@@ -19,9 +20,9 @@
 
 namespace brindle {
 
-class CaptureSystem;
 class Notifier;
 class PermissionsModel;
+class ProcessRegistry;
 class Recorder;
 class RecordingFiles;
 
@@ -31,6 +32,7 @@ class SegmentOpener {
     /// All must outlive the opener.
     struct Parts {
         CaptureSystem& captureSystem;
+        const ProcessRegistry& processRegistry;
         const DateProvider& dateProvider;
         std::function<TimeZone()> currentTimeZone;
         EventLog log;
@@ -74,6 +76,9 @@ class SegmentOpener {
     struct OpenedDevices {
         std::optional<CaptureDeviceInfo> camera;
         std::optional<CaptureDeviceInfo> microphone;
+        /// Who has the camera that was chosen, where that is why it was not opened.
+        std::optional<CameraHolder> holder;
+        std::set<std::string> refusedCameraIDs;
     };
 
     [[nodiscard]] bool diskSpaceAllowsRecording() const;

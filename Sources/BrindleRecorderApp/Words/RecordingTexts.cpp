@@ -6,6 +6,14 @@
 
 namespace brindle {
 
+namespace {
+
+std::string nameOf(const std::optional<std::string>& program) {
+    return program.value_or("Another program");
+}
+
+} // namespace
+
 std::string RecordingNotes::continues(const std::string& baseName) {
     return fmt::format("continues {}.mp4 after capture failure", baseName);
 }
@@ -36,6 +44,10 @@ std::string RecordingNotes::cameraNote(
                               : "No camera was available; recorded audio only.";
 }
 
+std::string RecordingNotes::cameraInUse(const std::optional<std::string>& holder) {
+    return fmt::format("{} is using the camera; recording sound only.", nameOf(holder));
+}
+
 std::string RecordingNotes::captureFailure(
     Date at, const std::string& message, const std::optional<std::string>& continuedIn,
     const TimeZone& timeZone) {
@@ -63,6 +75,10 @@ std::string RecordingMessages::fallbackUsed(
     return fmt::format(
         "Recording audio only, with no camera: {}.{}", microphoneName,
         cameraNote ? " " + *cameraNote : "");
+}
+
+std::string RecordingMessages::cameraTaken(const std::optional<std::string>& holder) {
+    return fmt::format("{} is using the camera.", nameOf(holder));
 }
 
 std::string RecordingMessages::keptAsMov(const std::string& baseName) {

@@ -36,6 +36,10 @@ struct RecordingNotes {
         const std::optional<CaptureDeviceInfo>& resolved,
         const std::optional<CaptureDeviceInfo>& used, bool cameraAccessDenied);
 
+    /// Why there is no picture although there is a camera. Without the holder's name where nobody
+    /// knows it.
+    static std::string cameraInUse(const std::optional<std::string>& holder);
+
     /// The failed segment's note; `continuedIn` is the base name of the next one.
     static std::string captureFailure(
         Date at, const std::string& message, const std::optional<std::string>& continuedIn,
@@ -53,8 +57,12 @@ struct RecordingMessages {
         "Microphone access is denied, so nothing could be recorded.";
     static constexpr const char* nothingOpened =
         "Could not open any camera or microphone. Nothing was recorded.";
+    static constexpr const char* cameraIsBack = "The camera is available again.";
     static constexpr const char* nothingReopened =
         "Recording stopped: no camera or microphone could be reopened.";
+
+    /// Why a recording lost its camera. Without the holder's name where nobody knows it.
+    static std::string cameraTaken(const std::optional<std::string>& holder);
 
     /// `cameraNote` is added where there is no camera.
     static std::string fallbackUsed(

@@ -117,6 +117,14 @@ CaptureServer::obey(const Message& message, std::vector<FileDescriptor> files) {
                 });
                 return std::nullopt;
             },
+            [&](const ReleaseCamera&) -> std::optional<std::string> {
+                worker_.async([this] { recording_.releaseCamera(); });
+                return std::nullopt;
+            },
+            [&](const RetakeCamera&) -> std::optional<std::string> {
+                worker_.async([this] { recording_.retakeCamera(); });
+                return std::nullopt;
+            },
             [&](const FinishMovie&) -> std::optional<std::string> {
                 worker_.async([this] { recording_.finish(); });
                 return std::nullopt;

@@ -60,6 +60,9 @@ void RecordingWork::begin(const BeginMovie& order, FileDescriptor file) {
             .video = order.video, .audio = order.audio, .fragmentInterval = order.fragmentInterval},
         [this](std::optional<PlatformError> error) {
             MovieFinished report{.error = std::move(error), .recorded = recordedDuration()};
+            if (const auto current = this->recording()) {
+                report.isEmpty = current->isEmpty();
+            }
             {
                 const std::lock_guard lock{mutex_};
                 report.error = report.error ? report.error : why_;
@@ -68,6 +71,18 @@ void RecordingWork::begin(const BeginMovie& order, FileDescriptor file) {
         });
     const std::lock_guard lock{mutex_};
     recording_ = std::move(recording);
+}
+
+void RecordingWork::releaseCamera() {
+    if (connection_) {
+        connection_->releaseCamera();
+    }
+}
+
+void RecordingWork::retakeCamera() {
+    if (connection_) {
+        connection_->retakeCamera();
+    }
 }
 
 void RecordingWork::finish(std::optional<PlatformError> why) {

@@ -27,6 +27,9 @@ class RecordingWork {
     void open(const OpenDevices& order);
     /// Begins a movie in the new file. `MovieFinished` is reported whatever becomes of it.
     void begin(const BeginMovie& order, FileDescriptor file);
+    /// Lets go of the camera, and takes it again; the movie goes on with its last picture.
+    void releaseCamera();
+    void retakeCamera();
     /// Returns when the movie is closed, within seconds whatever happens. `why` is reported where
     /// nothing else has ended the movie: what nobody asked for must not look as if somebody had.
     void finish(std::optional<PlatformError> why = std::nullopt);

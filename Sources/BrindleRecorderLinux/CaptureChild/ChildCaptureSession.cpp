@@ -162,6 +162,18 @@ void ChildCaptureSession::startRunning() {
     }
 }
 
+void ChildCaptureSession::releaseCamera() {
+    if (child_) {
+        child_->releaseCamera();
+    }
+}
+
+void ChildCaptureSession::retakeCamera() {
+    if (child_) {
+        child_->retakeCamera();
+    }
+}
+
 void ChildCaptureSession::stopRunning() {
     if (const auto child = std::exchange(child_, nullptr)) {
         child->close();

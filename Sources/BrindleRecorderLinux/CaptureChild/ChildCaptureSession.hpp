@@ -121,6 +121,8 @@ class ChildCaptureSession final : public CaptureSession,
     observeRuntimeErrors(RuntimeErrorListener listener) override;
 
     void startRunning() override;
+    void releaseCamera() override;
+    void retakeCamera() override;
     /// Ends a recording that is still going on.
     void stopRunning() override;
 

@@ -49,6 +49,9 @@ struct RecordingChild::State {
         } else if (const auto* failure = std::get_if<CaptureFailed>(&message)) {
             handlers.failed(failure->error);
         } else if (const auto* finished = std::get_if<MovieFinished>(&message)) {
+            if (finished->isEmpty) {
+                removeFile();
+            }
             report(finished->error, finished->recorded);
         } else if (const auto* dropped = std::get_if<PicturesDropped>(&message)) {
             handlers.droppedPictures(dropped->count);
@@ -73,6 +76,14 @@ struct RecordingChild::State {
         PlatformError error = how;
         error.recordingSuccessfullyFinished = true;
         report(error, std::nullopt);
+    }
+
+    void removeFile() {
+        const Lock lock{mutex};
+        if (isRecording) {
+            std::error_code ignored;
+            std::filesystem::remove(path, ignored);
+        }
     }
 
     /// Once per movie.

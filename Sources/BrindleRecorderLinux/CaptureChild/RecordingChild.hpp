@@ -38,10 +38,14 @@ class RecordingChild {
     /// Returns when the devices run, or with what keeps them from it. The end of the child is a
     /// failure that is reported, and none of the start.
     std::optional<PlatformError> open(const OpenDevices& devices);
-    /// As `MovieFileOutput::startRecording`. An existing file is never written over.
+    /// As `MovieFileOutput::startRecording`. An existing file is never written over, and one that
+    /// no sample came into is gone when its finish is reported.
     void begin(
         const std::filesystem::path& path, const BeginMovie& movie,
         MovieFileOutput::FinishCallback onFinish);
+    /// Asks for the camera to be let go of, and to be taken again, while a movie goes on.
+    void releaseCamera() { static_cast<void>(child_->send(ReleaseCamera{})); }
+    void retakeCamera() { static_cast<void>(child_->send(RetakeCamera{})); }
     /// Returns when the finish of a running movie has been reported, in bounded time: a child that
     /// does not come to an end is killed, and leaves what is on the disk.
     void finish();

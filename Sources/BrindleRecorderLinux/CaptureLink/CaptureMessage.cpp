@@ -133,6 +133,12 @@ void list(Parts& parts, BeginMovie& message) {
 }
 
 template <class Parts>
+void list(Parts& /*parts*/, ReleaseCamera& /*message*/) {}
+
+template <class Parts>
+void list(Parts& /*parts*/, RetakeCamera& /*message*/) {}
+
+template <class Parts>
 void list(Parts& /*parts*/, FinishMovie& /*message*/) {}
 
 template <class Parts>
@@ -166,6 +172,7 @@ template <class Parts>
 void list(Parts& parts, MovieFinished& message) {
     parts("error", message.error);
     parts("recorded", message.recorded);
+    parts("empty", message.isEmpty);
 }
 
 template <class Parts>
@@ -186,8 +193,9 @@ void list(Parts& parts, Measured& message) {
 
 /// What the messages themselves are called, in the order of their kinds.
 constexpr std::array<std::string_view, std::variant_size_v<Message>> names{
-    "hello",  "beat",   "open",   "begin",    "finish",  "convert",   "measure", "cancel",
-    "opened", "agreed", "failed", "finished", "dropped", "converted", "measured"};
+    "hello",  "beat",     "open",    "begin",     "release", "retake",
+    "finish", "convert",  "measure", "cancel",    "opened",  "agreed",
+    "failed", "finished", "dropped", "converted", "measured"};
 
 class Writer {
   public:

@@ -15,7 +15,7 @@
 namespace brindle::capture {
 
 /// Rises with every change of the messages.
-inline constexpr std::int64_t protocolVersion = 2;
+inline constexpr std::int64_t protocolVersion = 3;
 
 /// The first message of either. Nothing that comes before it is looked at.
 struct Hello {
@@ -27,7 +27,8 @@ struct Hello {
 
 /// Every half second by either, and by the capture program with what it has done so far.
 struct Beat {
-    Seconds recorded{0};  ///< in the movie, or in its next fragment
+    /// In the movie, or in its next fragment; nothing while a camera's first picture is awaited.
+    Seconds recorded{0};
     double converted = 0; ///< 0 to 1
     friend bool operator==(const Beat&, const Beat&) = default;
 };
@@ -50,6 +51,16 @@ struct BeginMovie {
     std::optional<AudioOutputSettings> audio; ///< absent: no sound track
     Seconds fragmentInterval{5};              ///< more than zero
     friend bool operator==(const BeginMovie&, const BeginMovie&) = default;
+};
+
+/// Lets go of the camera; the movie that is being made goes on with its last picture.
+struct ReleaseCamera {
+    friend bool operator==(const ReleaseCamera&, const ReleaseCamera&) = default;
+};
+
+/// Takes it again.
+struct RetakeCamera {
+    friend bool operator==(const RetakeCamera&, const RetakeCamera&) = default;
 };
 
 struct FinishMovie {
@@ -98,6 +109,7 @@ struct CaptureFailed {
 struct MovieFinished {
     std::optional<PlatformError> error;
     Seconds recorded{0};
+    bool isEmpty = false; ///< it holds no sample: nothing is lost with it
     friend bool operator==(const MovieFinished&, const MovieFinished&) = default;
 };
 
@@ -119,8 +131,9 @@ struct Measured {
 };
 
 using Message = std::variant<
-    Hello, Beat, OpenDevices, BeginMovie, FinishMovie, Convert, Measure, Cancel, Opened,
-    CameraAgreed, CaptureFailed, MovieFinished, PicturesDropped, Converted, Measured>;
+    Hello, Beat, OpenDevices, BeginMovie, ReleaseCamera, RetakeCamera, FinishMovie, Convert,
+    Measure, Cancel, Opened, CameraAgreed, CaptureFailed, MovieFinished, PicturesDropped, Converted,
+    Measured>;
 
 /// Never longer than `MessageSocket::longestMessage`: texts that are too long are cut.
 std::string encode(const Message& message);

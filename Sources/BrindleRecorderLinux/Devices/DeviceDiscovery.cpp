@@ -113,6 +113,13 @@ std::set<std::string, std::less<>> hardwareOf(const Properties& properties) {
     return marks;
 }
 
+/// The kernel's nodes of a laptop's own camera may deliver raw sensor data, or nothing, where
+/// libcamera makes pictures of it. A camera on USB makes its pictures itself.
+bool isByTheBetterInterface(const Properties& properties) {
+    const bool isLibcameras = property(properties, "device.api") == "libcamera";
+    return isLibcameras != (property(properties, "device.bus") == "usb");
+}
+
 int sessionPriority(const NodeRecord& node) {
     const auto text = property(node.properties, "priority.session");
     int priority = 0;
@@ -124,12 +131,12 @@ std::vector<const NodeRecord*> camerasOf(const AudioGraph& graph) {
     struct Camera {
         const NodeRecord* node;
         std::set<std::string, std::less<>> hardware;
-        bool isKernels; ///< offered by the kernel's own interface, which programs know it by
+        bool isBetter; ///< offered by the interface that knows how to use this hardware
     };
     std::vector<Camera> cameras;
     for (const NodeRecord* node : devicesOf(graph, isCamera)) {
         const Properties properties = withHardware(*node, graph);
-        Camera camera{node, hardwareOf(properties), property(properties, "device.api") == "v4l2"};
+        Camera camera{node, hardwareOf(properties), isByTheBetterInterface(properties)};
         const auto twin = std::ranges::find_if(cameras, [&camera](const Camera& other) {
             return std::ranges::any_of(camera.hardware, [&other](const std::string& mark) {
                 return other.hardware.contains(mark);
@@ -137,7 +144,7 @@ std::vector<const NodeRecord*> camerasOf(const AudioGraph& graph) {
         });
         if (twin == cameras.end()) {
             cameras.push_back(std::move(camera));
-        } else if (camera.isKernels && !twin->isKernels) {
+        } else if (camera.isBetter && !twin->isBetter) {
             *twin = std::move(camera);
         }
     }
@@ -146,6 +153,15 @@ std::vector<const NodeRecord*> camerasOf(const AudioGraph& graph) {
         nodes.push_back(camera.node);
     }
     return nodes;
+}
+
+/// Null when there is none.
+const NodeRecord* cameraWithID(const AudioGraph& graph, std::string_view cameraID) {
+    const auto cameras = devicesOf(graph, isCamera);
+    const auto found = std::ranges::find_if(cameras, [cameraID](const NodeRecord* camera) {
+        return property(camera->properties, "node.name") == cameraID;
+    });
+    return found == cameras.end() ? nullptr : *found;
 }
 
 std::optional<std::string>
@@ -193,6 +209,28 @@ DiscoveredDevices discoverDevices(const AudioGraph& graph, const FixedHardware& 
         devices.microphones.push_back(deviceInfo(*microphone, graph, isFixed));
     }
     return devices;
+}
+
+std::set<std::string> kernelCameras(const AudioGraph& graph) {
+    std::set<std::string> paths;
+    for (const NodeRecord* node : devicesOf(graph, isCamera)) {
+        if (const auto path = property(node->properties, "api.v4l2.path"); !path.empty()) {
+            paths.emplace(path);
+        }
+    }
+    return paths;
+}
+
+std::optional<std::string> kernelCamera(const AudioGraph& graph, std::string_view cameraID) {
+    const NodeRecord* const camera = cameraWithID(graph, cameraID);
+    const auto path = camera != nullptr ? property(camera->properties, "api.v4l2.path") : "";
+    return path.empty() ? std::nullopt : std::optional{std::string{path}};
+}
+
+std::optional<std::string> unusedKernelCamera(const AudioGraph& graph, std::string_view cameraID) {
+    const NodeRecord* const camera = cameraWithID(graph, cameraID);
+    const bool isUsed = camera != nullptr && camera->state == NodeState::running;
+    return isUsed ? std::nullopt : kernelCamera(graph, cameraID);
 }
 
 } // namespace brindle::pipewire

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,11 +30,19 @@ using FixedHardware = std::function<std::optional<bool>(std::string_view sysfsPa
 /// Asks the kernel, which knows it of USB devices.
 std::optional<bool> isFixedHardware(std::string_view sysfsPath);
 
-/// A camera that the server offers through several interfaces appears once, by the kernel's own
-/// where that is one of them, and of several devices of one name the first. Loudspeakers' monitors
+/// A camera that the server offers through several interfaces appears once, by the one that knows
+/// how to use its hardware, and of several devices of one name the first. Loudspeakers' monitors
 /// and captured screens never appear. Without a choice of the session manager the default camera is
 /// the one with the highest priority there, the first of equals.
 DiscoveredDevices
 discoverDevices(const AudioGraph& graph, const FixedHardware& isFixed = isFixedHardware);
+
+/// The kernel's names of all cameras that are the kernel's.
+std::set<std::string> kernelCameras(const AudioGraph& graph);
+
+/// The kernel's name of that camera, where it is the kernel's.
+std::optional<std::string> kernelCamera(const AudioGraph& graph, std::string_view cameraID);
+/// The same, unless the server uses it: what the server uses can be shared.
+std::optional<std::string> unusedKernelCamera(const AudioGraph& graph, std::string_view cameraID);
 
 } // namespace brindle::pipewire

@@ -1,6 +1,7 @@
 #include "BrindleRecorderLinux/Devices/PipeWireCaptureSystem.hpp"
 
 #include "BrindleRecorderLinux/CaptureChild/ChildCaptureSession.hpp"
+#include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/Portal/CameraPortal.hpp"
 
 #include <algorithm>
@@ -19,10 +20,16 @@ find(const std::vector<CaptureDeviceInfo>& devices, const std::string& uniqueID)
 } // namespace
 
 PipeWireCaptureSystem::PipeWireCaptureSystem(
-    MainLoop& mainLoop, const pipewire::AudioServer& server, SystemLog& log,
+    EventLoop& mainLoop, const pipewire::AudioServer& server, SystemLog& log,
     capture::CaptureChildren& children, CameraPortal* cameraPortal)
     : mainLoop_{mainLoop}, server_{server}, log_{log}, children_{children},
-      cameraPortal_{cameraPortal}, observation_{server.observe([this] { refresh(); })} {
+      cameraPortal_{cameraPortal},
+      cameraUsers_{
+          mainLoop,
+          [this] {
+              useListeners_.call();
+          }},
+      observation_{server.observe([this] { refresh(); })} {
     refresh();
 }
 
@@ -30,6 +37,7 @@ void PipeWireCaptureSystem::refresh() {
     const auto graph = server_.graph();
     auto devices = graph ? pipewire::discoverDevices(*graph) : pipewire::DiscoveredDevices{};
     if (std::exchange(devices_, std::move(devices)) != devices_) {
+        cameraUsers_.watch(graph ? pipewire::kernelCameras(*graph) : std::set<std::string>{});
         listeners_.call();
     }
 }
@@ -50,6 +58,23 @@ std::optional<CaptureDeviceInfo> PipeWireCaptureSystem::defaultCamera() const {
 
 std::unique_ptr<Observation> PipeWireCaptureSystem::observeDevices(std::function<void()> listener) {
     return listeners_.add(std::move(listener));
+}
+
+std::optional<CameraHolder> PipeWireCaptureSystem::holderOf(const std::string& cameraID) const {
+    const auto graph = server_.graph();
+    const auto path = graph ? pipewire::unusedKernelCamera(*graph, cameraID) : std::nullopt;
+    return path ? cameraUsers_.holderOf(*path) : std::nullopt;
+}
+
+std::set<std::int32_t> PipeWireCaptureSystem::openersOf(const std::string& cameraID) const {
+    const auto graph = server_.graph();
+    const auto path = graph ? pipewire::kernelCamera(*graph, cameraID) : std::nullopt;
+    return path ? cameraUsers_.openersOf(*path) : std::set<std::int32_t>{};
+}
+
+std::unique_ptr<Observation>
+PipeWireCaptureSystem::observeCameraUse(std::function<void()> listener) {
+    return useListeners_.add(std::move(listener));
 }
 
 std::shared_ptr<CaptureDevice> PipeWireCaptureSystem::device(const std::string& uniqueID) {

@@ -5,12 +5,14 @@
 #include "BrindleRecorderApp/Platform/Listeners.hpp"
 #include "BrindleRecorderApp/Platform/MainLoop.hpp"
 #include "BrindleRecorderApp/Platform/SystemLog.hpp"
+#include "BrindleRecorderLinux/Cameras/CameraUsers.hpp"
 #include "BrindleRecorderLinux/Devices/DeviceDiscovery.hpp"
 #include "BrindleRecorderLinux/PipeWire/AudioServer.hpp"
 
 namespace brindle {
 
 class CameraPortal;
+class EventLoop;
 
 namespace capture {
 class CaptureChildren;
@@ -24,7 +26,7 @@ class PipeWireCaptureSystem final : public CaptureSystem {
   public:
     /// Everything given must outlive this. There is a camera portal inside a sandbox only.
     PipeWireCaptureSystem(
-        MainLoop& mainLoop, const pipewire::AudioServer& server, SystemLog& log,
+        EventLoop& mainLoop, const pipewire::AudioServer& server, SystemLog& log,
         capture::CaptureChildren& children, CameraPortal* cameraPortal = nullptr);
 
     [[nodiscard]] std::vector<CaptureDeviceInfo> discover(MediaType mediaType) const override;
@@ -33,6 +35,12 @@ class PipeWireCaptureSystem final : public CaptureSystem {
     [[nodiscard]] std::optional<CaptureDeviceInfo> defaultCamera() const override;
     [[nodiscard]] std::unique_ptr<Observation>
     observeDevices(std::function<void()> listener) override;
+
+    /// Of the kernel's cameras; of others nobody can tell.
+    [[nodiscard]] std::optional<CameraHolder> holderOf(const std::string& cameraID) const override;
+    [[nodiscard]] std::set<std::int32_t> openersOf(const std::string& cameraID) const override;
+    [[nodiscard]] std::unique_ptr<Observation>
+    observeCameraUse(std::function<void()> listener) override;
 
     [[nodiscard]] std::shared_ptr<CaptureDevice> device(const std::string& uniqueID) override;
     [[nodiscard]] std::shared_ptr<CaptureSession> makeSession() override;
@@ -51,6 +59,8 @@ class PipeWireCaptureSystem final : public CaptureSystem {
     CameraPortal* cameraPortal_;
     pipewire::DiscoveredDevices devices_;
     Listeners<> listeners_;
+    Listeners<> useListeners_;
+    mutable CameraUsers cameraUsers_; ///< whose own looking is not told to anybody
     std::unique_ptr<Observation> observation_;
 };
 

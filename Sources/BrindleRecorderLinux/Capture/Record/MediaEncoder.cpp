@@ -17,10 +17,26 @@ namespace {
 constexpr std::chrono::milliseconds holdAfter{500};
 /// A track that delivered nothing for so long counts as standing still.
 constexpr std::chrono::seconds standstill{1};
-/// Sound that came before the first picture is kept this long for the part that belongs to it.
-constexpr std::chrono::seconds earlySound{2};
+/// So much sound waits for the first picture, to leave out what came before it.
+constexpr std::chrono::seconds firstPictureWithin{2};
 /// Sound is always a little behind; so much less of it than of pictures is no hole at the end.
 constexpr std::chrono::milliseconds usualLateness{100};
+
+/// What stands in the place of pictures that have not come yet.
+CapturedPicture blackPicture(Moment time) {
+    constexpr int size = 16;
+    constexpr std::uint8_t black = 16;
+    constexpr std::uint8_t colorless = 128;
+    CapturedPicture picture;
+    picture.time = time;
+    picture.format.width = size;
+    picture.format.height = size;
+    picture.format.pixelFormat = AV_PIX_FMT_YUV420P;
+    picture.strides = {size, size / 2, size / 2};
+    picture.bytes.assign(std::size_t{size} * size, black);
+    picture.bytes.insert(picture.bytes.end(), std::size_t{size} * size / 2, colorless);
+    return picture;
+}
 
 } // namespace
 
@@ -82,11 +98,7 @@ MediaEncoder::Result MediaEncoder::addPicture(const CapturedPicture& picture) {
             return {};
         }
         video.lastPictureAt = picture.time;
-        if (auto begun = beginAt(picture.time); !begun) {
-            return begun;
-        }
-        static_cast<void>(video.pacer.pictureAt(std::chrono::nanoseconds{0}));
-        return encodeHeld({.first = 0, .count = 1});
+        return beginAt(picture.time);
     }
     const FramePacer::Decision decision = video.pacer.pictureAt(picture.time - *origin_);
     // Before the conversion, which takes the held picture's place.
@@ -95,6 +107,7 @@ MediaEncoder::Result MediaEncoder::addPicture(const CapturedPicture& picture) {
     }
     if (AVFrame* fresh = video.converter.convert(picture); fresh != nullptr) {
         video.held = fresh;
+        video.isBlack = false;
         video.lastPictureAt = std::max(video.lastPictureAt, picture.time);
     }
     return decision.shown ? encodeHeld({.first = *decision.shown, .count = 1}) : Result{};
@@ -116,10 +129,8 @@ MediaEncoder::Result MediaEncoder::addSound(CapturedSound sound) {
     }
     auto& early = audio_->early;
     early.push_back(std::move(sound));
-    while (early.back().time - early.front().time > earlySound) {
-        early.pop_front();
-    }
-    return {};
+    return early.back().time - early.front().time > firstPictureWithin ? beginWithoutPicture()
+                                                                       : Result{};
 }
 
 MediaEncoder::Result MediaEncoder::passTime(Moment now) {
@@ -140,6 +151,11 @@ MediaEncoder::Result MediaEncoder::passTime(Moment now) {
 }
 
 MediaEncoder::Result MediaEncoder::end(Moment now) {
+    if (!origin_ && audio_ && !audio_->early.empty()) {
+        if (auto begun = beginWithoutPicture(); !begun) {
+            return begun;
+        }
+    }
     if (video_ && audio_) {
         // What neither device has delivered is not made up: the movie ends with the last that came.
         const Moment last = std::max(video_->lastPictureAt, audio_->lastSoundAt);
@@ -176,8 +192,21 @@ MediaEncoder::Result MediaEncoder::end(Moment now) {
     return {};
 }
 
+MediaEncoder::Result MediaEncoder::beginWithoutPicture() {
+    const Moment origin = audio_->early.front().time;
+    video_->held = video_->converter.convert(blackPicture(origin));
+    video_->isBlack = true;
+    return beginAt(origin);
+}
+
 MediaEncoder::Result MediaEncoder::beginAt(Moment origin) {
     origin_ = origin;
+    if (video_) {
+        static_cast<void>(video_->pacer.pictureAt(std::chrono::nanoseconds{0}));
+        if (auto encoded = encodeHeld({.first = 0, .count = 1}); !encoded) {
+            return encoded;
+        }
+    }
     if (!audio_) {
         return {};
     }

@@ -31,8 +31,9 @@ class MediaEncoder {
     using Result = Expected<void, PlatformError>;
 
     /// With video settings the first track is the picture's and media time begins with the first
-    /// picture that can be shown; sound from before it is left out. Without, media time begins with
-    /// the first sound.
+    /// picture that can be shown; sound from before it is left out. When none comes within two
+    /// seconds of sound, media time begins with the first sound, and black stands until one comes.
+    /// Without video settings media time begins with the first sound.
     static Expected<std::unique_ptr<MediaEncoder>, PlatformError> open(
         const std::optional<VideoOutputSettings>& video,
         const std::optional<AudioOutputSettings>& audio, std::chrono::nanoseconds fragmentInterval,
@@ -40,6 +41,11 @@ class MediaEncoder {
 
     /// In the order of the tracks.
     [[nodiscard]] std::vector<const AVCodecContext*> encoders() const;
+
+    /// Whether there is a picture track and no camera's picture in it yet.
+    [[nodiscard]] bool awaitsPictures() const {
+        return video_ && (video_->held == nullptr || video_->isBlack);
+    }
 
     Result addPicture(const CapturedPicture& picture);
     Result addSound(CapturedSound sound);
@@ -57,6 +63,7 @@ class MediaEncoder {
         PictureConverter converter;
         FramePacer pacer;
         AVFrame* held = nullptr; ///< the picture that is shown now
+        bool isBlack = false;    ///< it stands for those that have not come yet
         Moment lastPictureAt{};
         std::vector<std::int64_t> cuts; ///< frames that a fragment starts with
     };
@@ -67,12 +74,13 @@ class MediaEncoder {
         int sampleRate = 0;
         int channels = 0;
         Moment lastSoundAt{};
-        std::deque<CapturedSound> early; ///< from before media time began, as far as is known
+        std::deque<CapturedSound> early; ///< from before media time began
     };
 
     MediaEncoder(std::chrono::nanoseconds fragmentInterval, Sink sink)
         : schedule_{fragmentInterval}, sink_{std::move(sink)} {}
 
+    Result beginWithoutPicture();
     Result beginAt(Moment origin);
     Result encodeHeld(FrameRange frames);
     Result placeSound(const CapturedSound& sound);

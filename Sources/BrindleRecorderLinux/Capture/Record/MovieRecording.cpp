@@ -46,7 +46,10 @@ class MovieRecording::Job {
     void runEncoder();
 
     [[nodiscard]] bool isActive() const;
-    [[nodiscard]] std::chrono::nanoseconds mediaEnd() const { return mediaEnd_; }
+    [[nodiscard]] std::chrono::nanoseconds recordedDuration() const {
+        return awaitsPictures_ ? std::chrono::nanoseconds{0} : mediaEnd_.load();
+    }
+    [[nodiscard]] bool isEmpty() const { return isEmpty_; }
     [[nodiscard]] std::int64_t droppedPictures() const { return droppedPictures_; }
     /// Waits for the threads to be through; false when one of them hangs.
     bool waitForThreads();
@@ -68,6 +71,8 @@ class MovieRecording::Job {
 
     std::unique_ptr<MediaEncoder> encoder_; ///< the encoder thread's, once `opened_`
     std::atomic<std::chrono::nanoseconds> mediaEnd_{};
+    std::atomic<bool> awaitsPictures_ = false;
+    std::atomic<bool> isEmpty_ = false;
     std::atomic<std::int64_t> droppedPictures_ = 0;
 
     mutable std::mutex mutex_; ///< guards everything below
@@ -213,6 +218,7 @@ bool MovieRecording::Job::open() {
             error_ = error_.value_or(*error);
         } else {
             encoder_ = std::move(*encoder);
+            awaitsPictures_ = encoder_->awaitsPictures();
             writer_ = writer;
             opened_ = true;
         }
@@ -241,6 +247,7 @@ MovieRecording::Job::Result MovieRecording::Job::closeMovie() {
     lock.unlock();
     auto finished = writer->finish();
     mediaEnd_ = writer->mediaEnd();
+    isEmpty_ = finished && writer->mediaEnd() == std::chrono::nanoseconds{0};
     return finished;
 }
 
@@ -309,6 +316,7 @@ MovieRecording::Job::Result MovieRecording::Job::encodeWaiting(Lock& lock) {
     }
     if (result && picture) {
         result = encoder_->addPicture(*picture);
+        awaitsPictures_ = encoder_->awaitsPictures();
     }
     if (result && !isBehind) {
         result = encoder_->passTime(settings_.now());
@@ -391,7 +399,11 @@ bool MovieRecording::isActive() const {
 }
 
 Seconds MovieRecording::recordedDuration() const {
-    return job_->mediaEnd();
+    return job_->recordedDuration();
+}
+
+bool MovieRecording::isEmpty() const {
+    return job_->isEmpty();
 }
 
 std::int64_t MovieRecording::droppedPictures() const {

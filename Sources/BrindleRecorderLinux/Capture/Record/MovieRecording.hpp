@@ -19,7 +19,8 @@ namespace brindle::media {
 /// Encodes on one thread and writes on another, so that neither a busy disk nor a busy processor
 /// ever holds up the devices. Operations may be called from any thread.
 ///
-/// With a camera the recording begins with its first picture; without one, with the first sound.
+/// With a camera the recording begins with its first picture, but does not wait for it longer than
+/// two seconds of sound; without one, with the first sound.
 class MovieRecording {
   public:
     struct Settings {
@@ -55,8 +56,12 @@ class MovieRecording {
     /// False once the finish has been reported.
     [[nodiscard]] bool isActive() const;
 
-    /// How much media the file or its next fragment holds; stands still when the writer does.
+    /// How much media the file or its next fragment holds; stands still when the writer does. With
+    /// a camera nothing counts before its first picture.
     [[nodiscard]] Seconds recordedDuration() const;
+
+    /// Whether the file was closed in good order with no sample in it.
+    [[nodiscard]] bool isEmpty() const;
 
     /// How many pictures were dropped because the encoder did not keep up, or before they came
     /// here.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <pipewire/pipewire.h>
+#include <spa/node/command.h>
 
 #include <cstdint>
 
@@ -43,6 +44,12 @@ inline pw_node* bindNode(pw_registry* registry, std::uint32_t id) {
 /// Asks for all of a node's parameters of one kind, which come as events.
 inline void enumerate(pw_node* node, std::uint32_t parameter) {
     pw_node_enum_params(node, 0, parameter, 0, UINT32_MAX, nullptr);
+}
+
+/// Has the server close the device behind the node.
+inline void suspend(pw_node* node) {
+    const spa_command command = SPA_NODE_COMMAND_INIT(SPA_NODE_COMMAND_Suspend);
+    pw_node_send_command(node, &command);
 }
 
 inline pw_proxy* proxyOf(pw_registry* registry) {

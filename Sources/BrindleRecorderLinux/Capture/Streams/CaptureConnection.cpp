@@ -10,9 +10,11 @@
 
 #include <spa/param/param.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstring>
+#include <map>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -87,6 +89,8 @@ class CaptureConnection::Implementation {
     ~Implementation();
 
     Expected<void, PlatformError> start();
+    void releaseCamera();
+    void retakeCamera();
     void settle();
 
   private:
@@ -99,7 +103,7 @@ class CaptureConnection::Implementation {
     void watch(CaptureStream& stream);
 
     void added(std::uint32_t id, std::string_view type, const spa_dict* properties);
-    void linkAdded(const spa_dict* properties);
+    void linkAdded(std::uint32_t id, const spa_dict* properties);
     void removed(std::uint32_t id);
     void answered(int sequence);
     template <class Captured>
@@ -116,6 +120,11 @@ class CaptureConnection::Implementation {
     Devices devices_;
     Handlers handlers_;
     LinkGuard guard_;
+    struct Link {
+        std::uint32_t from = 0; ///< a node's id
+        std::uint32_t to = 0;   ///< likewise
+    };
+    std::map<std::uint32_t, Link> links_; ///< all of the server's, by their ids
     bool failed_ = false;
     bool starting_ = true;
     std::optional<PlatformError> startError_;
@@ -216,12 +225,11 @@ Expected<void, PlatformError> CaptureConnection::Implementation::start() {
         error = openCamera();
     }
     if (!error) {
-        waitFor(loop_.get(), devicesRunWithin, [this] {
-            bool allRun = true;
-            for (const CaptureStream* stream : streams()) {
-                allRun = allRun && stream->state() == PW_STREAM_STATE_STREAMING;
-            }
-            return failed_ || allRun;
+        // A camera that does not come must not keep sound waiting.
+        const CaptureStream& first =
+            microphone_ ? static_cast<CaptureStream&>(*microphone_) : *camera_;
+        waitFor(loop_.get(), devicesRunWithin, [this, &first] {
+            return failed_ || first.state() == PW_STREAM_STATE_STREAMING;
         });
         error = startError_;
     }
@@ -361,14 +369,17 @@ void CaptureConnection::Implementation::added(
             guard_.addPort(id, *node, lookUp(properties, PW_KEY_PORT_MONITOR) == "true");
         }
     } else if (type == PW_TYPE_INTERFACE_Link) {
-        linkAdded(properties);
+        linkAdded(id, properties);
     }
 }
 
-void CaptureConnection::Implementation::linkAdded(const spa_dict* properties) {
+void CaptureConnection::Implementation::linkAdded(std::uint32_t id, const spa_dict* properties) {
     const auto input = number<std::uint32_t>(properties, PW_KEY_LINK_INPUT_NODE);
     const auto node = number<std::uint32_t>(properties, PW_KEY_LINK_OUTPUT_NODE);
     const auto port = number<std::uint32_t>(properties, PW_KEY_LINK_OUTPUT_PORT);
+    if (input && node) {
+        links_[id] = {.from = *node, .to = *input};
+    }
     for (const CaptureStream* stream : streams()) {
         if (!input || *input != stream->nodeID()) {
             continue;
@@ -386,6 +397,7 @@ void CaptureConnection::Implementation::removed(std::uint32_t id) {
         }
     }
     guard_.remove(id);
+    links_.erase(id);
 }
 
 void CaptureConnection::Implementation::answered(int sequence) {
@@ -398,6 +410,48 @@ template <class Captured>
 void CaptureConnection::Implementation::arrived(Captured captured) {
     if (!failed_) {
         arrivals_.arrived(std::move(captured));
+    }
+}
+
+void CaptureConnection::Implementation::releaseCamera() {
+    if (!loop_) {
+        return;
+    }
+    const LoopLock lock{loop_.get()};
+    if (!camera_ || failed_) {
+        return;
+    }
+    const auto found = guard_.nodeNamed(*devices_.camera, isCameraClass);
+    const std::uint32_t stream = camera_->nodeID();
+    camera_->onStateChanged([](pw_stream_state) {}); // its going is no failure
+    camera_.reset();
+    lastPicture_.reset(); // from now on nobody misses any
+    if (!found) {
+        return;
+    }
+    const auto isOthers = [camera = found->first, stream](const auto& link) {
+        return link.second.from == camera && link.second.to != stream;
+    };
+    if (std::none_of(links_.begin(), links_.end(), isOthers)) {
+        // The server would keep the device open for some seconds.
+        if (pw_node* const node = calls::bindNode(registry_, found->first)) {
+            const ProxyHandle proxy{calls::proxyOf(node)};
+            calls::suspend(node);
+        }
+    }
+}
+
+void CaptureConnection::Implementation::retakeCamera() {
+    if (!loop_) {
+        return;
+    }
+    const LoopLock lock{loop_.get()};
+    if (camera_ || !devices_.camera || failed_) {
+        return;
+    }
+    lastPicture_ = media::monotonicNow(); // it has as long as a camera that has fallen silent
+    if (auto error = openCamera()) {
+        fail(*std::move(error));
     }
 }
 
@@ -452,6 +506,14 @@ CaptureConnection::~CaptureConnection() = default;
 
 Expected<void, PlatformError> CaptureConnection::start() {
     return implementation_->start();
+}
+
+void CaptureConnection::releaseCamera() {
+    implementation_->releaseCamera();
+}
+
+void CaptureConnection::retakeCamera() {
+    implementation_->retakeCamera();
 }
 
 void CaptureConnection::settle() {

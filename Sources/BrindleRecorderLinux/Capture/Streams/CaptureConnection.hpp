@@ -46,9 +46,15 @@ class CaptureConnection {
     CaptureConnection(const CaptureConnection&) = delete;
     CaptureConnection& operator=(const CaptureConnection&) = delete;
 
-    /// Blocks until the devices run, or for some seconds: a device that delivers nothing is no
-    /// error of the start. Once.
+    /// Blocks until the microphone runs, or where there is none the camera, or for some seconds: a
+    /// device that delivers nothing is no error of the start. Once.
     Expected<void, PlatformError> start();
+
+    /// Lets go of the camera at once, so that another program can open it; sound goes on. Nothing
+    /// where there is none.
+    void releaseCamera();
+    /// Takes it again. Blocks as the start does; what goes wrong is a failure.
+    void retakeCamera();
 
     /// Blocks until what arrived before has been handed on, for half a second at most.
     void settle();

@@ -1,0 +1,3 @@
+# Whoever opens the camera that is being recorded finds it busy.
+set(OLD [[        onRelease();]])
+set(NEW [[        // the camera is kept]])
