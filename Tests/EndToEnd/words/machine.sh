@@ -32,6 +32,9 @@ negotiated_with_camera() {
         | select(. != null)) | "\(.format // .mediaSubtype) \(.size.width)x\(.size.height) at \(.framerate.num / .framerate.denom)"'
 }
 
+camera_runs() {
+    pw-dump | jq -e 'any(.[]; .info.props."media.class"? == "Video/Source" and .info.state == "running")' >/dev/null
+}
 sees_what_was_negotiated() { negotiated=$(negotiated_with_camera) && [ -n "$negotiated" ]; }
 
 # --- microphones
@@ -83,4 +86,18 @@ expect_sound_in() { # MOVIE
     local level
     level=$(measured volume "$1")
     holds "${level:--91} >= -40" || fail "the microphone is not heard: $level dB"
+}
+
+# --- somebody else's use of the camera
+# Has the camera's stream, as a call program has that opens it itself, until `let_go_of_camera`.
+hold_camera() {
+    v4l2-ctl --device "$(camera_file)" --stream-mmap --stream-count=0 >"$BRINDLE_SESSION/logs/holder" 2>&1 &
+    holder=$!
+    wait_for 60 'a picture for the other program' [ -s "$BRINDLE_SESSION/logs/holder" ]
+}
+let_go_of_camera() {
+    kill "$holder" && wait "$holder" 2>/dev/null
+}
+expect_note_in() { # BASE NAME, TEXT
+    jq -r '.notes[]?' "$recordings/$1.json" | grep -qF "$2" || fail "the sidecar of $1 does not say: $2"
 }
