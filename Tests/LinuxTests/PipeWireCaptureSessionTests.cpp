@@ -3,6 +3,8 @@
 #include "BrindleRecorderApp/Recording/CaptureConfiguration.hpp"
 #include "BrindleRecorderLinux/CaptureChild/CaptureChildren.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
+#include "BrindleRecorderLinux/PipeWire/AudioServer.hpp"
+#include "BrindleRecorderLinux/PipeWire/PipeWireOnLoop.hpp"
 #include "DesktopDevices.hpp"
 #include "LinuxTests/WaitOnLoop.hpp"
 #include "MovieInspection.hpp"
@@ -350,6 +352,25 @@ TEST_F(PipeWireCaptureSessionTest, KeepsTheSoundWhileACameraDeliversNothing) {
     rig.stop();
     EXPECT_EQ(rig.finishes, (std::vector<std::string>{""}));
     EXPECT_GT(test::trackFacts(movie_, "a")->duration, 0.9);
+}
+
+TEST_F(PipeWireCaptureSessionTest, HasNoRoleThatSwitchesAHeadsetToItsTelephoneProfile) {
+    Rig rig{std::nullopt, "virt-mic"};
+    const pipewire::PipeWireOnLoop pipeWire{rig.loop()};
+    const pipewire::AudioServer server{
+        rig.loop(), pipeWire.get(), pipewire::AudioServer::Options::ofThisSession()};
+    rig.start(movie_);
+    std::optional<std::string> role;
+    EXPECT_TRUE(waitUntil(rig.loop(), [&] {
+        const auto graph = server.graph();
+        for (const auto& node : graph ? graph->nodes : std::vector<pipewire::NodeRecord>{}) {
+            if (pipewire::property(node.properties, "media.class") == "Stream/Input/Audio") {
+                role = std::string{pipewire::property(node.properties, "media.role")};
+            }
+        }
+        return role.has_value();
+    }));
+    EXPECT_EQ(role, "");
 }
 
 TEST_F(PipeWireCaptureSessionTest, LeavesNoFileWhenNothingCame) {

@@ -230,7 +230,7 @@ void CameraStream::take(const spa_buffer& buffer, bool /*isLast*/) {
 }
 
 MicrophoneStream::MicrophoneStream(pw_core* core, std::uint64_t serial, Handler handler)
-    : CaptureStream{core, {.serial = serial, .role = "microphone"}, pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_MEDIA_ROLE, "Communication", PW_KEY_NODE_LATENCY, "1024/48000", nullptr)},
+    : CaptureStream{core, {.serial = serial, .role = "microphone"}, pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_NODE_LATENCY, "1024/48000", nullptr)},
       handler_{std::move(handler)} {}
 
 void MicrophoneStream::formatChanged(const spa_pod* format) {
