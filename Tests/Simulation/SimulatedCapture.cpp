@@ -224,7 +224,9 @@ void SimulatedOutput::noteChangeOfCamera() {
     const bool isFree = std::ranges::any_of(scene.cameras, [&](const CaptureDeviceInfo& camera) {
         return !scene.cameraHolders.contains(camera.uniqueID);
     });
-    if (isFree && !opening.cameraIsDenied && !segment().captureFailed) {
+    const auto session = session_.lock();
+    const bool isHealthy = session && session->isListenedTo(); // as far as the program knows
+    if (isFree && !opening.cameraIsDenied && isHealthy) {
         noteFailure("return of a camera", {"The camera is available again."});
     }
 }
