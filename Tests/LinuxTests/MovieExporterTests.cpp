@@ -428,7 +428,7 @@ TEST_F(MovieExportDamage, LeavesOutWhatAHoleHasTakenUpToTheNextKeyFrame) {
 }
 
 TEST_F(MovieExportDamage, TellsHowMuchDamageInsideItHasLeftOut) {
-    const auto leftOut = [this](const std::function<void(Bytes&)>& damage) {
+    const auto leftOut = [](const std::function<void(Bytes&)>& damage) {
         Bytes bytes = recordingBytes();
         damage(bytes);
         const Outcome outcome = exportBytes(bytes, fresh(".mp4"));
