@@ -11,6 +11,7 @@
 #include "BrindleRecorderLinux/CommandLine/Completions.hpp"
 #include "BrindleRecorderLinux/CommandLine/ConvertCommand.hpp"
 #include "BrindleRecorderLinux/CommandLine/DevicesCommand.hpp"
+#include "BrindleRecorderLinux/CommandLine/DiagnoseCommand.hpp"
 #include "BrindleRecorderLinux/CommandLine/ExitStatus.hpp"
 #include "BrindleRecorderLinux/CommandLine/HeadlessDesktop.hpp"
 #include "BrindleRecorderLinux/CommandLine/HelpText.hpp"
@@ -240,6 +241,11 @@ ExitStatus run(const std::vector<std::string_view>& arguments) {
                 }};
             return successIf(
                 ConvertCommand{mainLoop, files, children, options->words.front()}.run());
+        });
+    case Command::diagnose:
+        return runCommand([](EventLoop& mainLoop, FileManager& files) {
+            DiagnoseCommand{mainLoop, files, SiblingProgram::path(SiblingProgram::capture)}.run();
+            return ExitStatus::success;
         });
     case Command::showCompletion:
         fmt::print("{}", Completions::forShell(options->words.front()));

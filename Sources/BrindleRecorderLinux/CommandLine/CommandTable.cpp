@@ -50,6 +50,8 @@ constexpr std::array devicesExamples{
 constexpr std::array convertExamples{Example{
     "brindle-recorder convert ~/Movies/Brindle/2026-11-23_0930.mov",
     "Rescue a recording that a crash left behind."}};
+constexpr std::array diagnoseExamples{
+    Example{"brindle-recorder diagnose > report.txt", "Make a report for somebody who helps."}};
 constexpr std::array completionExamples{Example{
     "source <(brindle-recorder completion bash)",
     "Have bash complete commands where nothing was installed."}};
@@ -166,6 +168,17 @@ constexpr std::array table{
         "replaced.",
         {},
         convertExamples},
+    CommandTable::Entry{
+        Command::diagnose,
+        "diagnose",
+        "",
+        Argument::none,
+        false,
+        "say what a maintainer needs to know of this machine",
+        "Versions, desktop, devices and the last failures: no window titles, no names of calls and "
+        "nothing of what was recorded. No device is opened.",
+        {},
+        diagnoseExamples},
     CommandTable::Entry{
         Command::showCompletion,
         "completion",

@@ -29,6 +29,7 @@ struct Options {
         showWho,
         showDevices,
         convertMovie,
+        diagnose,
         showCompletion
     };
 
