@@ -249,6 +249,14 @@ std::string listed(
     return text;
 }
 
+/// The recorder tells the system's log what a camera delivers, and nobody else.
+std::string lastAgreement() {
+    auto text = outputOf({"journalctl", "--quiet", "--no-pager", "--identifier=brindle-recorder",
+                          "--output=cat", "--grep=^the camera delivers ", "--lines=1"})
+                    .value_or("");
+    return text.empty() ? unknown : text;
+}
+
 std::string freeSpace(const FileManager& files) {
     // The folder need not be there yet.
     for (auto folder = RecordingsFolder::defaultRoot(); !folder.empty();
@@ -305,6 +313,7 @@ void DiagnoseCommand::run() const {
         {"PipeWire", versionOf("pipewire")},
         {"session manager", sessionManager(graph)},
         {"cameras", listed(graph, &isCamera, graph.defaultCameraName, processes)},
+        {"last agreed with a camera", lastAgreement()},
         {"microphones", listed(graph, &isMicrophone, graph.defaultSourceName, processes)},
         {"free space", freeSpace(files)},
         {"last failures", lastFailures(files)},
