@@ -244,6 +244,22 @@ TEST_F(ControlObjectTest, CommandsSayWhatWasRefused) {
                         "brindle-recorder: there is no question to answer\n");
 }
 
+TEST_F(ControlObjectTest, AnswersThatAreNotPropertiesAreNotRead) {
+    const auto read = [this](const char* types, auto... values) {
+        sd_bus_message* made = nullptr;
+        test::requireOfBus(
+            sd_bus_message_new_signal(programsBus_.get(), &made, "/a", "b.c", "D"), "no message");
+        const BusMessage message{made};
+        test::requireOfBus(sd_bus_message_append(made, types, values...), "no value");
+        test::requireOfBus(sd_bus_message_seal(made, 1, 0), "not whole");
+        return RunningCopy::readProperties(made);
+    };
+    EXPECT_EQ(
+        read("a{sv}", 2, "One", "s", "1", "Two", "i", 2), (RunningCopy::Properties{{"One", "1"}}));
+    EXPECT_EQ(read("a{ss}", 1, "One", "1"), std::nullopt);
+    EXPECT_EQ(read("s", "One"), std::nullopt);
+}
+
 TEST_F(ControlObjectTest, CommandsSayThatNothingRuns) {
     sd_bus_release_name(programsBus_.get(), programName.c_str());
     EXPECT_EQ(steer(Kind::record), ExitStatus::notRunning);

@@ -80,7 +80,16 @@ std::optional<RunningCopy::Properties> RunningCopy::properties() {
     const BusMessage answer = call(
         ControlDescription::path, "org.freedesktop.DBus.Properties", "GetAll", "s",
         ControlDescription::interface);
-    return answer != nullptr ? readProperties(answer.get()) : std::nullopt;
+    auto properties = answer != nullptr ? readProperties(answer.get()) : std::nullopt;
+    if (answer != nullptr && !properties) {
+        couldNotRead();
+    }
+    return properties;
+}
+
+void RunningCopy::couldNotRead() {
+    printLine(errors_, "brindle-recorder: its answer cannot be read");
+    status_ = ExitStatus::couldNotRun;
 }
 
 std::optional<RunningCopy::Properties> RunningCopy::readProperties(sd_bus_message* message) {

@@ -37,6 +37,8 @@ class RunningCopy {
     }
     /// Nothing when there was no answer, which was told.
     std::optional<Properties> properties();
+    /// Tells that the last answer made no sense.
+    void couldNotRead();
 
     /// What stands next in the message, signature a{sv}; what is no text is left out. Nothing when
     /// it is something else.

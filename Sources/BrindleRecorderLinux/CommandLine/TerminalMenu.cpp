@@ -22,7 +22,11 @@ std::optional<Menu> open(RunningCopy& program) {
         return std::nullopt;
     }
     const BusMessage answer = program.call(object, interface, "GetLayout", "iias", 0, -1, 0);
-    return answer != nullptr ? MenuReader::read(answer.get()) : std::nullopt;
+    auto menu = answer != nullptr ? MenuReader::read(answer.get()) : std::nullopt;
+    if (answer != nullptr && !menu) {
+        program.couldNotRead();
+    }
+    return menu;
 }
 
 /// What a line says, but for its mark; nothing where it only divides.
