@@ -26,6 +26,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <memory>
 #include <optional>
 #include <set>
