@@ -7,8 +7,10 @@ SEED ?=
 CALLS ?=
 COUNT ?=
 JOBS ?=
+PREFIX ?= /usr/local
+DESTDIR ?=
 
-.PHONY: help demo pictures run test test-long test-machine simulate mutate coverage bench lint analyze format install-dependencies clean
+.PHONY: help demo pictures run install package test test-long test-machine simulate mutate coverage bench lint analyze format install-dependencies clean
 
 help:
 	@echo 'make demo [SCENE=crash]    watch a call being recorded, in a private desktop session; with'
@@ -17,6 +19,9 @@ help:
 	@echo 'make test-long             the tests that take minutes, or need Firefox and Plasma beside them'
 	@echo 'make test-machine          the built program with real kernel devices, in a virtual machine (minutes)'
 	@echo 'make run                   run the recorder here, in this desktop session'
+	@echo 'make install [PREFIX=/usr/local] [DESTDIR=]  build and install the programs, the desktop entry, icons, the'
+	@echo '                            manual page and all else that belongs to them'
+	@echo 'make package               build the Debian packages for the release that this machine runs'
 	@echo 'make simulate [CALLS=10000] [SEED=7]  live through calls, crashes and power failures; with SEED'
 	@echo '                            alone repeat that one world; with SURVEY=1 tell every broken rule'
 	@echo 'make mutate [COUNT=200] [SEED=1] [JOBS=1]  plant so many single faults into the rules, each alone, and'
@@ -45,6 +50,15 @@ run:
 	@scripts/install-dependencies build
 	@scripts/build release brindle-recorder
 	@build/release/Sources/BrindleRecorderLinux/brindle-recorder
+
+install:
+	@scripts/install-dependencies build
+	@scripts/build release brindle-recorder
+	@DESTDIR='$(DESTDIR)' cmake --install build/release --prefix '$(PREFIX)'
+
+package:
+	@scripts/install-dependencies build package
+	@scripts/package
 
 test:
 	@scripts/install-dependencies build demo test

@@ -8,19 +8,27 @@
 #include "BrindleRecorderLinux/Bus/BusOnLoop.hpp"
 #include "BrindleRecorderLinux/Bus/SessionBusNames.hpp"
 #include "BrindleRecorderLinux/CaptureChild/CaptureChildren.hpp"
+#include "BrindleRecorderLinux/CommandLine/Completions.hpp"
 #include "BrindleRecorderLinux/CommandLine/ConvertCommand.hpp"
 #include "BrindleRecorderLinux/CommandLine/DevicesCommand.hpp"
+#include "BrindleRecorderLinux/CommandLine/DiagnoseCommand.hpp"
+#include "BrindleRecorderLinux/CommandLine/ExitStatus.hpp"
 #include "BrindleRecorderLinux/CommandLine/HeadlessDesktop.hpp"
+#include "BrindleRecorderLinux/CommandLine/HelpText.hpp"
 #include "BrindleRecorderLinux/CommandLine/Options.hpp"
+#include "BrindleRecorderLinux/CommandLine/StatusCommand.hpp"
+#include "BrindleRecorderLinux/CommandLine/SteerCommand.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalMenu.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalNotifications.hpp"
 #include "BrindleRecorderLinux/CommandLine/WhoCommand.hpp"
+#include "BrindleRecorderLinux/Control/ControlObject.hpp"
 #include "BrindleRecorderLinux/Desktop/AutostartEntry.hpp"
 #include "BrindleRecorderLinux/Desktop/DesktopWorkspace.hpp"
 #include "BrindleRecorderLinux/Files/FolderLock.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/Notifications/DesktopNotifications.hpp"
+#include "BrindleRecorderLinux/Program/HeadlessControl.hpp"
 #include "BrindleRecorderLinux/Program/QuitRequests.hpp"
 #include "BrindleRecorderLinux/Program/RecorderServices.hpp"
 #include "BrindleRecorderLinux/Program/SiblingProgram.hpp"
@@ -43,10 +51,6 @@
 namespace brindle {
 namespace {
 
-constexpr int exitSuccess = 0;
-constexpr int exitCouldNotRun = 1;
-constexpr int exitBadUsage = 2;
-
 /// False, and said so, when the program could not be ended from outside.
 bool hearsSignals(QuitRequests& quitting) {
     // Whoever reads our output may go; a recording must not end for that.
@@ -58,46 +62,47 @@ bool hearsSignals(QuitRequests& quitting) {
     return true;
 }
 
-int runHeadless() {
+ExitStatus runHeadless() {
     // Before any thread starts, so that no thread takes the signals for itself.
     EventLoop mainLoop;
     QuitRequests quitting{mainLoop, [&mainLoop] {
                               mainLoop.quit();
                           }};
     if (!hearsSignals(quitting)) {
-        return exitCouldNotRun;
+        return ExitStatus::couldNotRun;
     }
 
     RecorderServices services{mainLoop};
     const FolderLock recordings{services.recordingsFolder()};
     if (recordings.isHeldByAnother()) {
         printLine(stderr, "brindle-recorder: another copy already records for you");
-        return exitSuccess;
+        return ExitStatus::success;
     }
     TerminalNotifications notifications{stderr};
     HeadlessWorkspace workspace;
     HeadlessLoginItems loginItems;
-    AppModel model{
-        services.environment(notifications, loginItems, workspace),
-        RecordingsFolder{services.recordingsFolder()}};
+    const AppEnvironment environment = services.environment(notifications, loginItems, workspace);
+    AppModel model{environment, RecordingsFolder{services.recordingsFolder()}};
+    BusOnLoop bus{mainLoop, BusOnLoop::Which::session};
+    const auto control = HeadlessControl::onBus(bus, model, environment);
     const auto statusShown =
         model.statusLine.observe([](const std::string& line) { printLine(stdout, line); });
     quitting.prepareWith(model);
     printLine(stdout, model.statusLine.get());
     model.launch();
     mainLoop.run();
-    return exitSuccess;
+    return ExitStatus::success;
 }
 
 /// Nothing when this desktop has no session bus, through which all of it is shown.
-std::optional<int> runOnBus() {
+std::optional<ExitStatus> runOnBus() {
     // Before any thread starts, so that no thread takes the signals for itself.
     EventLoop mainLoop;
     QuitRequests quitting{mainLoop, [&mainLoop] {
                               mainLoop.quit();
                           }};
     if (!hearsSignals(quitting)) {
-        return exitCouldNotRun;
+        return ExitStatus::couldNotRun;
     }
 
     const std::string ownIdentifier{AppInfo::bundleIdentifier};
@@ -111,13 +116,13 @@ std::optional<int> runOnBus() {
         return std::nullopt;
     }
     if (SingleInstance::anotherCopyRuns(names, getpid(), ownIdentifier)) {
-        return exitSuccess;
+        return ExitStatus::success;
     }
     RecorderServices services{mainLoop};
     const FolderLock recordings{services.recordingsFolder()};
     if (recordings.isHeldByAnother()) {
         printLine(stderr, "brindle-recorder: another copy already records for you");
-        return exitSuccess;
+        return ExitStatus::success;
     }
     DesktopNotifications notifications{bus};
     DesktopWorkspace workspace{bus, services.fileManager(), mainLoop};
@@ -132,17 +137,18 @@ std::optional<int> runOnBus() {
              services.log().both(EventLog::Level::info, line);
          }}};
     DesktopStatusItem statusItem{mainLoop, windows};
-    AppShell shell{model, environment, statusItem};
+    ControlObject control{bus};
+    AppShell shell{model, environment, statusItem, control};
     quitting.prepareWith(model);
-    if (!statusItem.exportOn(bus)) {
+    if (!statusItem.exportOn(bus) || !control.isExported()) {
         services.log().both(EventLog::Level::error, "tray: the session bus does not take the icon");
     }
     shell.launch();
     mainLoop.run();
-    return exitSuccess;
+    return ExitStatus::success;
 }
 
-int runDesktop() {
+ExitStatus runDesktop() {
     if (!aScreenAnswers()) {
         printLine(
             stderr, "brindle-recorder: there is no screen here; running without a user interface");
@@ -157,62 +163,95 @@ int runDesktop() {
 }
 
 /// Runs a command that ends by itself, or when it is interrupted.
-int runCommand(const std::function<bool(EventLoop&, FileManager&)>& command) {
+ExitStatus runCommand(const std::function<ExitStatus(EventLoop&, FileManager&)>& command) {
     EventLoop mainLoop;
     for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP}) {
         if (!mainLoop.onSignal(signalNumber, [&mainLoop] { mainLoop.quit(); })) {
             printLine(stderr, "brindle-recorder: the system refuses to deliver signals");
-            return exitCouldNotRun;
+            return ExitStatus::couldNotRun;
         }
     }
     // Whoever reads our output may go; the command ends then by itself.
     std::signal(SIGPIPE, SIG_IGN);
     PosixFileManager files;
-    return command(mainLoop, files) ? exitSuccess : exitCouldNotRun;
+    return command(mainLoop, files);
 }
 
-int run(const std::vector<std::string_view>& arguments) {
+ExitStatus successIf(bool succeeded) {
+    return succeeded ? ExitStatus::success : ExitStatus::couldNotRun;
+}
+
+ExitStatus run(const std::vector<std::string_view>& arguments) {
     const auto options = Options::parse(arguments);
     if (!options) {
         printLine(stderr, "brindle-recorder: " + options.error());
         printLine(stderr, "Try 'brindle-recorder --help' for more information.");
-        return exitBadUsage;
+        return ExitStatus::badUsage;
     }
+    using Command = Options::Command;
+    using Kind = ControlCommand::Kind;
     switch (options->command) {
-    case Options::Command::showHelp:
-        fmt::print("{}", Options::helpText());
-        return exitSuccess;
-    case Options::Command::showVersion:
+    case Command::showHelp:
+        fmt::print(
+            "{}", options->helpOf ? HelpText::of(*options->helpOf) : HelpText::ofTheProgram());
+        return ExitStatus::success;
+    case Command::showVersion:
         printLine(stdout, "brindle-recorder " BRINDLE_VERSION);
-        return exitSuccess;
-    case Options::Command::runDesktop:
+        return ExitStatus::success;
+    case Command::runDesktop:
         return runDesktop();
-    case Options::Command::runHeadless:
+    case Command::runHeadless:
         return runHeadless();
-    case Options::Command::showWho:
-        return runCommand([&](EventLoop& mainLoop, FileManager& files) {
-            return WhoCommand{mainLoop, files, options->once}.run();
+    case Command::showStatus:
+        return runCommand([&](EventLoop& mainLoop, FileManager& /*files*/) {
+            return StatusCommand{mainLoop, options->json, options->watch}.run();
         });
-    case Options::Command::showDevices:
+    case Command::record:
+        return SteerCommand{}.run(Kind::record);
+    case Command::stop:
+        return SteerCommand{}.run(Kind::stop);
+    case Command::discard:
+        return SteerCommand{}.run(Kind::discard);
+    case Command::answer:
+        return SteerCommand{}.run(
+            options->words.front() == "record" ? Kind::answerRecord : Kind::answerSkip);
+    case Command::openFolder:
+        return SteerCommand{}.run(Kind::openFolder);
+    case Command::quit:
+        return SteerCommand{}.run(Kind::quit);
+    case Command::showMenu:
+        return TerminalMenu{}.print();
+    case Command::pick:
+        return TerminalMenu{}.pick(options->words);
+    case Command::showWho:
+        return runCommand([&](EventLoop& mainLoop, FileManager& files) {
+            return successIf(WhoCommand{mainLoop, files, options->once}.run());
+        });
+    case Command::showDevices:
         return runCommand([](EventLoop& mainLoop, FileManager& files) {
             capture::CaptureChildren children{
                 mainLoop, SiblingProgram::path(SiblingProgram::capture)};
-            return DevicesCommand{mainLoop, files, children}.run();
+            return successIf(DevicesCommand{mainLoop, files, children}.run());
         });
-    case Options::Command::convertMovie:
+    case Command::convertMovie:
         return runCommand([&](EventLoop& mainLoop, FileManager& files) {
             capture::CaptureChildren children{
                 mainLoop, SiblingProgram::path(SiblingProgram::capture), [](std::string_view line) {
                     printLine(stderr, std::string{"brindle-recorder: "}.append(line));
                 }};
-            return ConvertCommand{mainLoop, files, children, options->movie}.run();
+            return successIf(
+                ConvertCommand{mainLoop, files, children, options->words.front()}.run());
         });
-    case Options::Command::showMenu:
-        return TerminalMenu{}.print() ? exitSuccess : exitCouldNotRun;
-    case Options::Command::pick:
-        return TerminalMenu{}.pick(options->words) ? exitSuccess : exitCouldNotRun;
+    case Command::diagnose:
+        return runCommand([](EventLoop& mainLoop, FileManager& files) {
+            DiagnoseCommand{mainLoop, files, SiblingProgram::path(SiblingProgram::capture)}.run();
+            return ExitStatus::success;
+        });
+    case Command::showCompletion:
+        fmt::print("{}", Completions::forShell(options->words.front()));
+        return ExitStatus::success;
     }
-    return exitBadUsage;
+    return ExitStatus::badUsage;
 }
 
 } // namespace
@@ -220,10 +259,10 @@ int run(const std::vector<std::string_view>& arguments) {
 
 int main(int argumentCount, char** arguments) {
     try {
-        return brindle::run(
-            std::vector<std::string_view>(arguments + 1, arguments + argumentCount));
+        return static_cast<int>(
+            brindle::run(std::vector<std::string_view>(arguments + 1, arguments + argumentCount)));
     } catch (const std::exception& error) {
         brindle::printLine(stderr, std::string{"brindle-recorder: "} + error.what());
-        return brindle::exitCouldNotRun;
+        return static_cast<int>(brindle::ExitStatus::couldNotRun);
     }
 }

@@ -1,6 +1,7 @@
 #include "BrindleRecorderApp/Shell/AppShell.hpp"
 
 #include "AppTests/ShellFixture.hpp"
+#include "Support/FakeControlPort.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,7 +18,8 @@ using testing::SizeIs;
 
 class AppShellTest : public test::ShellFixture {
   protected:
-    std::optional<AppShell> shell_{std::in_place, model, environment, statusItem};
+    test::FakeControlPort controlPort_;
+    std::optional<AppShell> shell_{std::in_place, model, environment, statusItem, controlPort_};
 
     /// Another launch on the same desktop, as far as the notice is concerned.
     void launchAgain() {

@@ -1,7 +1,10 @@
 // A stream that remembers what was written to it.
 #pragma once
 
+#include <unistd.h>
+
 #include <array>
+#include <cstddef>
 #include <cstdio>
 #include <string>
 
@@ -15,15 +18,16 @@ class OutputCapture {
     OutputCapture& operator=(const OutputCapture&) = delete;
 
     [[nodiscard]] std::FILE* stream() const { return file_; }
-    /// All that was written so far.
+    /// All that was written so far. The stream's own place is left alone: another thread may write.
     [[nodiscard]] std::string text() const {
         std::fflush(file_);
-        std::rewind(file_);
         std::string text;
         std::array<char, 4096> part{};
-        std::size_t length = 0;
-        while ((length = std::fread(part.data(), 1, part.size(), file_)) > 0) {
-            text.append(part.data(), length);
+        ssize_t length = 0;
+        while ((length = ::pread(
+                    ::fileno(file_), part.data(), part.size(), static_cast<off_t>(text.size()))) >
+               0) {
+            text.append(part.data(), static_cast<std::size_t>(length));
         }
         return text;
     }

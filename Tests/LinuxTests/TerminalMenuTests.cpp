@@ -46,19 +46,21 @@ class TerminalMenuTest : public testing::Test {
 
     /// The command waits for its answers, as in its own process, while the program answers here.
     template <class Command>
-    bool run(Command command) {
-        std::atomic<int> result{-1};
+    ExitStatus run(Command command) {
+        std::atomic<bool> isOver{false};
+        ExitStatus status{};
         std::thread terminal{[&] {
-            result = command(TerminalMenu{output_.stream(), errors_.stream()}) ? 1 : 0;
+            status = command(TerminalMenu{output_.stream(), errors_.stream()});
+            isOver = true;
         }};
-        EXPECT_TRUE(waitUntil(loop_, [&] { return result != -1; }));
+        EXPECT_TRUE(waitUntil(loop_, [&] { return isOver.load(); }));
         terminal.join();
-        return result == 1;
+        return status;
     }
-    bool print() {
+    ExitStatus print() {
         return run([](const TerminalMenu& menu) { return menu.print(); });
     }
-    bool pick(const std::vector<std::string>& words) {
+    ExitStatus pick(const std::vector<std::string>& words) {
         return run([&](const TerminalMenu& menu) { return menu.pick(words); });
     }
 
@@ -71,16 +73,16 @@ class TerminalMenuTest : public testing::Test {
 };
 
 TEST_F(TerminalMenuTest, PrintsTheMenu) {
-    EXPECT_TRUE(print());
+    EXPECT_EQ(print(), ExitStatus::success);
     EXPECT_EQ(
         output_.text(), "Idle — watching for calls\n\nRecord now\nCamera\n    USB__2_\nSettings\n"
                         "    [x] Ask before recording\n");
 }
 
 TEST_F(TerminalMenuTest, PicksALine) {
-    EXPECT_TRUE(pick({"Record now"}));
-    EXPECT_TRUE(pick({"Settings", "Ask before recording"}));
-    EXPECT_TRUE(pick({"Camera", "USB__2_"}));
+    EXPECT_EQ(pick({"Record now"}), ExitStatus::success);
+    EXPECT_EQ(pick({"Settings", "Ask before recording"}), ExitStatus::success);
+    EXPECT_EQ(pick({"Camera", "USB__2_"}), ExitStatus::success);
     EXPECT_THAT(picked_, ElementsAre("start", "ask", "usb"));
 }
 
@@ -88,14 +90,14 @@ TEST_F(TerminalMenuTest, WhatIsPickedMayHaveComeWithTheOpening) {
     menu_.onOpening = [this] {
         menu_.show({{"new", MenuItem::Button{"New", std::nullopt}}});
     };
-    EXPECT_TRUE(pick({"New"}));
+    EXPECT_EQ(pick({"New"}), ExitStatus::success);
     EXPECT_THAT(picked_, ElementsAre("new"));
 }
 
 TEST_F(TerminalMenuTest, SaysWhatCannotBePicked) {
-    EXPECT_FALSE(pick({"Stop recording"}));
-    EXPECT_FALSE(pick({"Idle — watching for calls"}));
-    EXPECT_FALSE(pick({"Settings"}));
+    EXPECT_EQ(pick({"Stop recording"}), ExitStatus::couldNotRun);
+    EXPECT_EQ(pick({"Idle — watching for calls"}), ExitStatus::couldNotRun);
+    EXPECT_EQ(pick({"Settings"}), ExitStatus::couldNotRun);
     EXPECT_THAT(picked_, IsEmpty());
     EXPECT_EQ(
         errors_.text(),
@@ -107,10 +109,8 @@ TEST_F(TerminalMenuTest, SaysWhatCannotBePicked) {
 TEST_F(TerminalMenuTest, SaysSoWhenNothingRuns) {
     test::requireOfBus(
         sd_bus_release_name(program_.get(), programName.c_str()), "the name is not ours");
-    EXPECT_FALSE(print());
-    EXPECT_EQ(
-        errors_.text(),
-        "brindle-recorder: no copy of the program with a menu runs in this session\n");
+    EXPECT_EQ(print(), ExitStatus::notRunning);
+    EXPECT_EQ(errors_.text(), "brindle-recorder: no copy of the program runs in this session\n");
 }
 
 } // namespace

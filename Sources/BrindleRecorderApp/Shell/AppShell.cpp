@@ -5,10 +5,14 @@
 
 namespace brindle {
 
-AppShell::AppShell(AppModel& model, const AppEnvironment& environment, StatusItem& statusItem)
+AppShell::AppShell(
+    AppModel& model, const AppEnvironment& environment, StatusItem& statusItem,
+    ControlPort& controlPort)
     : model_{model}, statusItem_{statusItem}, label_{model, environment, statusItem},
-      menu_{model, environment}, firstRunWindow_{statusItem, model.permissions, environment.words},
-      missingTrayNotice_{model, environment, statusItem} {
+      menu_{model, environment}, control_{model, menu_, environment.mainLoop, controlPort},
+      firstRunWindow_{statusItem, model.permissions, environment.words}, missingTrayNotice_{
+                                                                             model, environment,
+                                                                             statusItem} {
     menu_.onChange = [this](const Menu& menu) {
         statusItem_.showMenu(menu);
     };

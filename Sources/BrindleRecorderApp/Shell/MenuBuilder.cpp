@@ -100,9 +100,8 @@ Items MenuBuilder::status() {
                 model.answerPendingAsk(record);
             };
         };
-        // Named after the call, so that a click meant for one prompt never answers another.
-        items.push_back(button("ask.record." + *label, NoticeTexts::record, answer(true)));
-        items.push_back(button("ask.skip." + *label, NoticeTexts::skip, answer(false)));
+        items.push_back(button(MenuLine::answerRecord + *label, NoticeTexts::record, answer(true)));
+        items.push_back(button(MenuLine::answerSkip + *label, NoticeTexts::skip, answer(false)));
     }
     return items;
 }
@@ -154,14 +153,16 @@ MenuItem MenuBuilder::devicePicker(const DevicePicker& picker) {
 Items MenuBuilder::recordingCommands() {
     Items items;
     if (model_.sessionState.get().isRecording()) {
-        items.push_back(button("recording.stop", MenuTexts::stopRecording, [&model = model_] {
-            model.stopRecordingFromMenu();
-        }));
-        items.push_back(button("recording.discard", MenuTexts::stopAndDiscard, [&model = model_] {
-            model.stopAndDiscard();
-        }));
+        items.push_back(
+            button(MenuLine::stopRecording, MenuTexts::stopRecording, [&model = model_] {
+                model.stopRecordingFromMenu();
+            }));
+        items.push_back(
+            button(MenuLine::stopAndDiscard, MenuTexts::stopAndDiscard, [&model = model_] {
+                model.stopAndDiscard();
+            }));
     } else {
-        items.push_back(button("recording.start", MenuTexts::recordNow, [&model = model_] {
+        items.push_back(button(MenuLine::recordNow, MenuTexts::recordNow, [&model = model_] {
             model.recordNowFromMenu();
         }));
     }
@@ -191,7 +192,7 @@ MenuItem MenuBuilder::settings() {
 Items MenuBuilder::folder() {
     return {
         button(
-            "folder.open", MenuTexts::openFolder,
+            MenuLine::openFolder, MenuTexts::openFolder,
             [&model = model_] { model.openRecordingsFolder(); }),
         text("folder.size", MenuTexts::folderSize(model_.folderSizeText.get()))};
 }
@@ -223,7 +224,8 @@ MenuItem MenuBuilder::setup() const {
 
 MenuItem MenuBuilder::quit() {
     return button(
-        "quit", MenuTexts::quit, [&model = model_] { model.requestQuit(); }, MenuShortcut{'q'});
+        MenuLine::quit, MenuTexts::quit, [&model = model_] { model.requestQuit(); },
+        MenuShortcut{'q'});
 }
 
 MenuItem MenuBuilder::button(

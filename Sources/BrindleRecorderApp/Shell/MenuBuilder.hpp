@@ -12,6 +12,18 @@ namespace brindle {
 class AppModel;
 struct DesktopWords;
 
+/// The ids of lines that others than the menu's reader pick.
+struct MenuLine {
+    static constexpr const char* recordNow = "recording.start";
+    static constexpr const char* stopRecording = "recording.stop";
+    static constexpr const char* stopAndDiscard = "recording.discard";
+    static constexpr const char* openFolder = "folder.open";
+    static constexpr const char* quit = "quit";
+    // Named after the call, so that a click meant for one prompt never answers another.
+    static inline const std::string answerRecord = "ask.record.";
+    static inline const std::string answerSkip = "ask.skip.";
+};
+
 /// A menu as it is at one moment.
 struct CommandedMenu {
     using Command = std::function<void()>;

@@ -35,18 +35,19 @@ void MenuContent::follow(Field& field) {
     observations_.push_back(field.observe([this](const auto&) { rebuilding_.request(); }));
 }
 
-void MenuContent::activate(const std::string& id) {
+bool MenuContent::activate(const std::string& id) {
     if (rebuilding_.isRequested()) {
         rebuild();
     }
     const auto found = current_.commands.find(id);
     if (found == current_.commands.end()) {
-        return;
+        return false;
     }
     const auto command = found->second; // the command may lead to a rebuild
     showEvenIfEqual_ = true;
     rebuilding_.request();
     command();
+    return true;
 }
 
 void MenuContent::menuWillOpen() {

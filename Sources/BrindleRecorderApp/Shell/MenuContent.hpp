@@ -32,8 +32,8 @@ class MenuContent {
     std::function<void(const Menu&)> onChange;
 
     /// Carries out the command of that button or toggle. One that the menu does not have any more
-    /// does nothing.
-    void activate(const std::string& id);
+    /// does nothing, and false says so.
+    bool activate(const std::string& id);
 
     /// Looks at what nobody publishes: the login item, the setup, the companion application.
     void menuWillOpen();

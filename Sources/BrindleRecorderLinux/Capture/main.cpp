@@ -21,6 +21,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+extern "C" {
+#include <libavcodec/avcodec.h>
+}
+
 extern char** environ; // NOLINT(readability-redundant-declaration): not in every system's headers
 
 namespace {
@@ -68,6 +72,17 @@ int tryWhatIsForbidden(const char* readable, const char* writable, char* program
     return exitSuccess;
 }
 
+/// A line each; the recorder's user reads them.
+int sayWhatItIs() {
+    std::printf("brindle-recorder-capture %s\n", brindle::capture::programVersion().c_str());
+    std::printf("FFmpeg %s\n", av_version_info());
+    for (const char* encoder : {"libx264", "aac"}) {
+        const bool isThere = avcodec_find_encoder_by_name(encoder) != nullptr;
+        std::printf("encoder %s: %s\n", encoder, isThere ? "there" : "missing");
+    }
+    return exitSuccess;
+}
+
 int run() {
     using namespace brindle::capture;
     // What ends the whole session reaches us as well. The recorder decides when a movie ends; when
@@ -99,13 +114,16 @@ int run() {
 
 } // namespace
 
-// With arguments it is a test of its own confinement.
+// With arguments it says what it is, or is a test of its own confinement.
 int main(int argumentCount, char** arguments) {
     try {
         constexpr int wordsOfTheTest = 5;
         if (argumentCount == wordsOfTheTest &&
             std::strcmp(arguments[1], "--try-what-is-forbidden") == 0) {
             return tryWhatIsForbidden(arguments[2], arguments[3], arguments[4]);
+        }
+        if (argumentCount == 2 && std::strcmp(arguments[1], "--version") == 0) {
+            return sayWhatItIs();
         }
         return run();
     } catch (const std::exception& error) {

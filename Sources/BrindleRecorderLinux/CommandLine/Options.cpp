@@ -1,127 +1,149 @@
 #include "BrindleRecorderLinux/CommandLine/Options.hpp"
 
-#include <array>
+#include "BrindleRecorderLinux/CommandLine/CommandTable.hpp"
+
+#include <algorithm>
 #include <fmt/format.h>
-#include <optional>
-#include <utility>
 
 namespace brindle {
 
 namespace {
 
-using NamedCommand = std::pair<std::string_view, Options::Command>;
+using Entry = CommandTable::Entry;
+using Argument = CommandTable::Argument;
+using Arguments = std::vector<std::string_view>;
 
-constexpr std::array commands{
-    NamedCommand{"--headless", Options::Command::runHeadless},
-    NamedCommand{"--who", Options::Command::showWho},
-    NamedCommand{"--devices", Options::Command::showDevices},
-    NamedCommand{"--convert", Options::Command::convertMovie},
-    NamedCommand{"--menu", Options::Command::showMenu},
-};
-
-std::optional<Options::Command> commandNamed(std::string_view argument) {
-    for (const auto& [name, command] : commands) {
-        if (name == argument) {
-            return command;
-        }
-    }
-    return std::nullopt;
+bool isHelp(std::string_view argument) {
+    return argument == CommandTable::help || argument == "-h";
+}
+bool isVersion(std::string_view argument) {
+    return argument == CommandTable::version || argument == "-V";
+}
+bool isOption(std::string_view argument) {
+    return argument.starts_with('-');
 }
 
-std::string_view nameOf(Options::Command wanted) {
-    for (const auto& [name, command] : commands) {
-        if (command == wanted) {
-            return name;
+std::string unrecognized(std::string_view argument) {
+    return fmt::format(
+        "unrecognized {} '{}'", isOption(argument) ? "option" : "argument", argument);
+}
+
+/// The command that has the option.
+std::string_view commandWith(std::string_view option) {
+    for (const Entry& entry : CommandTable::entries()) {
+        if (std::ranges::find(entry.options, option, &CommandTable::Option::name) !=
+            entry.options.end()) {
+            return entry.name;
         }
     }
     return {};
 }
 
+/// Reads a command line from left to right.
+class Reading {
+  public:
+    Expected<Options, std::string> read(const Arguments& arguments) {
+        for (auto next = arguments.begin(); next != arguments.end(); ++next) {
+            if (isHelp(*next)) {
+                return Options{
+                    .command = Options::Command::showHelp,
+                    .helpOf = entry_ != nullptr ? std::optional{entry_->command} : std::nullopt};
+            }
+            if (isVersion(*next)) {
+                return Options{.command = Options::Command::showVersion};
+            }
+            if (const auto wrong = take(*next); !wrong.empty()) {
+                return unexpected{wrong};
+            }
+            if (takesAllThatFollows() && !(next + 1 != arguments.end() && isHelp(next[1]))) {
+                options_.words.assign(next + 1, arguments.end());
+                break;
+            }
+        }
+        return finished();
+    }
+
+  private:
+    [[nodiscard]] bool takesAllThatFollows() const {
+        return entry_ != nullptr && entry_->argument == Argument::menuLine;
+    }
+
+    /// What is wrong with it; empty for nothing.
+    std::string take(std::string_view argument) {
+        if (const auto* const option = CommandTable::option(argument)) {
+            options_.*option->flag = true;
+            optionsGiven_.push_back(option->name);
+            return {};
+        }
+        const bool takesAnArgument = entry_ != nullptr && entry_->argument != Argument::none &&
+                                     options_.words.empty() && !isOption(argument);
+        if (takesAnArgument) {
+            options_.words.emplace_back(argument);
+            return {};
+        }
+        const auto* const entry = CommandTable::named(argument);
+        const bool isKnown = entry != nullptr || argument == CommandTable::headless;
+        if (!isKnown) {
+            return unrecognized(argument);
+        }
+        const auto command = entry != nullptr ? entry->command : Options::Command::runHeadless;
+        if (!command_.empty() && options_.command != command) {
+            return fmt::format("{} and {} exclude each other", command_, argument);
+        }
+        command_ = argument;
+        entry_ = entry;
+        options_.command = command;
+        return {};
+    }
+
+    Expected<Options, std::string> finished() {
+        for (const auto option : optionsGiven_) {
+            const bool belongs =
+                entry_ != nullptr &&
+                std::ranges::find(entry_->options, option, &CommandTable::Option::name) !=
+                    entry_->options.end();
+            if (!belongs) {
+                return unexpected{fmt::format("{} goes with {}", option, commandWith(option))};
+            }
+        }
+        if (entry_ != nullptr && entry_->argument != Argument::none) {
+            const auto choices = CommandTable::choices(entry_->argument);
+            const bool isMissing = options_.words.empty() || options_.words.front().empty();
+            if (isMissing ||
+                (!choices.empty() &&
+                 std::ranges::find(choices, options_.words.front()) == choices.end())) {
+                return unexpected{fmt::format("{} needs {}", command_, need(entry_->argument))};
+            }
+        }
+        return options_;
+    }
+
+    static std::string_view need(Argument argument) {
+        switch (argument) {
+        case Argument::movie:
+            return "the name of a .mov file";
+        case Argument::menuLine:
+            return "the words of a line of the menu";
+        case Argument::answer:
+            return "the word record or skip";
+        case Argument::shell:
+            return "the name of a shell: bash, fish or zsh";
+        case Argument::none:
+            break;
+        }
+        return {};
+    }
+
+    Options options_{.command = Options::Command::runDesktop};
+    const Entry* entry_ = nullptr;
+    std::string_view command_; ///< as it was typed
+    Arguments optionsGiven_;
+};
+
 } // namespace
 
-Expected<Options, std::string> Options::parse(const std::vector<std::string_view>& arguments) {
-    std::optional<Command> command;
-    bool once = false;
-    std::optional<std::string> movie;
-    for (auto next = arguments.begin(); next != arguments.end(); ++next) {
-        const std::string_view argument = *next;
-        if (argument == "--help" || argument == "-h") {
-            return Options{Command::showHelp};
-        }
-        if (argument == "--version" || argument == "-V") {
-            return Options{Command::showVersion};
-        }
-        if (argument == "--once") {
-            once = true;
-            continue;
-        }
-        if (argument == "--pick" && !command && !once) {
-            Options pick{.command = Command::pick};
-            pick.words.assign(next + 1, arguments.end());
-            if (pick.words.empty()) {
-                return unexpected{std::string{"--pick needs the words of a line of the menu"}};
-            }
-            return pick;
-        }
-        const bool isFile = argument.empty() || !argument.starts_with('-');
-        if (command == Command::convertMovie && !movie && isFile) {
-            movie = argument;
-            continue;
-        }
-        const auto named = commandNamed(argument);
-        if (!named) {
-            return unexpected{fmt::format(
-                "unrecognized {} '{}'", argument.starts_with('-') ? "option" : "argument",
-                argument)};
-        }
-        if (command && command != named) {
-            return unexpected{
-                fmt::format("{} and {} exclude each other", nameOf(*command), argument)};
-        }
-        command = named;
-    }
-    if (once && command != Command::showWho) {
-        return unexpected{std::string{"--once goes with --who"}};
-    }
-    if (command == Command::convertMovie && movie.value_or("").empty()) {
-        return unexpected{std::string{"--convert needs the name of a .mov file"}};
-    }
-    return Options{command.value_or(Command::runDesktop), once, std::move(movie).value_or("")};
-}
-
-std::string_view Options::helpText() {
-    return R"(Usage: brindle-recorder [--headless]
-       brindle-recorder --who [--once]
-       brindle-recorder --devices
-       brindle-recorder --convert FILE.mov
-       brindle-recorder --menu
-       brindle-recorder --pick LINE
-Records your own camera and microphone while you are in a call. Without an option
-it shows its icon in the desktop's panel.
-
-  --headless     run without a user interface: print each change of the status
-                 on standard output, notifications on standard error
-  --who          say who uses the microphone and what follows from it, and again
-                 whenever that changes, until interrupted; nothing is recorded
-  --once         with --who: say it once and exit
-  --devices      list cameras and microphones, and which would be recorded
-  --convert FILE.mov
-                 convert a recording by hand, up to its last readable moment:
-                 FILE.mp4 takes its place once it is whole; a FILE.mp4 that is
-                 there already is never replaced
-  --menu         print the menu of the copy that runs in this session
-  --pick LINE    pick a line of that menu: its words, after those of its submenu
-                 where it is in one (--pick Settings "Ask before recording")
-  -h, --help     show this text and exit
-  -V, --version  show the version and exit
-
-Recordings go to ~/Movies/Brindle. SIGINT and SIGTERM stop and keep a running
-recording before the program leaves; a second one leaves at once, and the next
-launch finishes what was left.
-
-Exit status: 0 when it ended as asked, 1 when it could not run, 2 when the
-command line is wrong.
-)";
+Expected<Options, std::string> Options::parse(const Arguments& arguments) {
+    return Reading{}.read(arguments);
 }
 
 } // namespace brindle

@@ -1,7 +1,6 @@
 #include "BrindleRecorderLinux/CommandLine/TerminalMenu.hpp"
 
-#include "BrindleRecorderApp/AppInfo.hpp"
-#include "BrindleRecorderLinux/Bus/Bus.hpp"
+#include "BrindleRecorderLinux/CommandLine/RunningCopy.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
 #include "BrindleRecorderLinux/Tray/ExportedMenu.hpp"
 #include "BrindleRecorderLinux/Tray/MenuReader.hpp"
@@ -15,56 +14,17 @@ namespace brindle {
 
 namespace {
 
-/// The menu of the copy that runs, over a connection of the command's own.
-class RunningCopy {
-  public:
-    RunningCopy() {
-        sd_bus* bus = nullptr;
-        if (sd_bus_open_user(&bus) >= 0) {
-            bus_.reset(bus);
-        }
+/// As a panel does before it shows the menu.
+std::optional<Menu> open(RunningCopy& program) {
+    constexpr const char* object = ExportedMenu::path;
+    constexpr const char* interface = ExportedMenu::interface;
+    if (program.call(object, interface, "AboutToShow", "i", 0) == nullptr) {
+        return std::nullopt;
     }
-
-    /// As a panel does before it shows the menu.
-    [[nodiscard]] std::optional<Menu> open() const {
-        call("AboutToShow", "i", 0);
-        const BusMessage answer = call("GetLayout", "iias", 0, -1, 0);
-        return answer != nullptr ? MenuReader::read(answer.get()) : std::nullopt;
-    }
-
-    [[nodiscard]] bool click(const MenuItem& line) const {
-        return call("Event", "isvu", std::stoi(line.id), "clicked", "i", 0, 0U) != nullptr;
-    }
-
-  private:
-    /// Null when nobody answers, or with an error.
-    template <class... Arguments>
-    BusMessage call(const char* method, const char* types, Arguments... arguments) const {
-        sd_bus_message* made = nullptr;
-        if (bus_ == nullptr ||
-            sd_bus_message_new_method_call(
-                bus_.get(), &made, std::string{AppInfo::bundleIdentifier}.c_str(),
-                ExportedMenu::path, ExportedMenu::interface, method) < 0) {
-            return nullptr;
-        }
-        const BusMessage question{made};
-        sd_bus_message* answer = nullptr;
-        if (sd_bus_message_set_auto_start(made, 0) < 0 ||
-            sd_bus_message_append(made, types, arguments...) < 0 ||
-            sd_bus_call(bus_.get(), made, 0, nullptr, &answer) < 0) {
-            return nullptr;
-        }
-        return BusMessage{answer};
-    }
-
-    BusHandle bus_;
-};
-
-std::optional<Menu> readMenu(const RunningCopy& program, std::FILE* errors) {
-    auto menu = program.open();
-    if (!menu) {
-        printLine(
-            errors, "brindle-recorder: no copy of the program with a menu runs in this session");
+    const BusMessage answer = program.call(object, interface, "GetLayout", "iias", 0, -1, 0);
+    auto menu = answer != nullptr ? MenuReader::read(answer.get()) : std::nullopt;
+    if (answer != nullptr && !menu) {
+        program.couldNotRead();
     }
     return menu;
 }
@@ -104,21 +64,19 @@ void printLines(std::FILE* output, const Menu& menu, const std::string& indent) 
 
 } // namespace
 
-bool TerminalMenu::print() const {
-    const RunningCopy program;
-    const auto menu = readMenu(program, errors);
-    if (!menu) {
-        return false;
+ExitStatus TerminalMenu::print() const {
+    RunningCopy program{errors};
+    if (const auto menu = open(program)) {
+        printLines(output, *menu, {});
     }
-    printLines(output, *menu, {});
-    return true;
+    return program.status();
 }
 
-bool TerminalMenu::pick(const std::vector<std::string>& path) const {
-    const RunningCopy program;
-    const auto menu = readMenu(program, errors);
+ExitStatus TerminalMenu::pick(const std::vector<std::string>& path) const {
+    RunningCopy program{errors};
+    const auto menu = open(program);
     if (!menu) {
-        return false;
+        return program.status();
     }
     const Menu* lines = &*menu;
     const MenuItem* place = nullptr;
@@ -128,7 +86,7 @@ bool TerminalMenu::pick(const std::vector<std::string>& path) const {
         });
         if (found == lines->end()) {
             printLine(errors, "brindle-recorder: the menu has no '" + wanted + "' to pick there");
-            return false;
+            return ExitStatus::couldNotRun;
         }
         place = &*found;
         static const Menu none;
@@ -136,9 +94,12 @@ bool TerminalMenu::pick(const std::vector<std::string>& path) const {
     }
     if (place == nullptr || place->asSubmenu() != nullptr) {
         printLine(errors, "brindle-recorder: that is a submenu; say which of its lines");
-        return false;
+        return ExitStatus::couldNotRun;
     }
-    return program.click(*place);
+    static_cast<void>(program.call(
+        ExportedMenu::path, ExportedMenu::interface, "Event", "isvu", std::stoi(place->id),
+        "clicked", "i", 0, 0U));
+    return program.status();
 }
 
 } // namespace brindle
