@@ -61,6 +61,7 @@ std::vector<Message> everyKind() {
         OpenDevices{.camera = std::nullopt, .microphone = "", .video = video, .audio = audio},
         BeginMovie{.video = video, .audio = std::nullopt, .fragmentInterval = Seconds{5}},
         FinishMovie{},
+        Complete{.isAsWritten = true},
         Convert{},
         Measure{},
         Cancel{},
@@ -70,6 +71,8 @@ std::vector<Message> everyKind() {
         CaptureFailed{.error = recordingError("the camera was disconnected")},
         MovieFinished{.error = systemError(28), .recorded = Seconds{3}},
         PicturesDropped{.count = 7},
+        Completed{.why = std::nullopt},
+        Completed{.why = "it is damaged"},
         Converted{.error = std::nullopt, .damagedBytes = 12'345'678'901},
         Measured{.duration = Seconds{30.03}},
         Measured{.duration = std::nullopt}};

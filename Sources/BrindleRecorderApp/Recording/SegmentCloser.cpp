@@ -60,8 +60,8 @@ Task<SegmentCloser::Failed> SegmentCloser::convertFailed(Segment segment, Record
     const auto movPath = folder.movURL(failed.segment.baseName);
     failed.hasMovie = parts_.fileManager.fileExists(movPath);
     if (failed.hasMovie) {
-        const auto remuxed =
-            co_await parts_.remuxer.remuxToMP4(movPath, folder.mp4URL(failed.segment.baseName));
+        const auto remuxed = co_await parts_.remuxer.remuxToMP4(
+            movPath, folder.mp4URL(failed.segment.baseName), MovieOrigin::justRecorded);
         failed.isConverted = remuxed.has_value();
     }
     failed.closedAt = parts_.dateProvider.now();

@@ -121,6 +121,15 @@ CaptureServer::obey(const Message& message, std::vector<FileDescriptor> files) {
                 worker_.async([this] { recording_.finish(); });
                 return std::nullopt;
             },
+            [&](const Complete& order) -> std::optional<std::string> {
+                if (files.size() != 1) {
+                    return refuse("a completion without its file");
+                }
+                worker_.async([this, order, movie = shared(files[0])] {
+                    tell(conversion_.complete(std::move(*movie), order.isAsWritten));
+                });
+                return std::nullopt;
+            },
             [&](const Convert&) -> std::optional<std::string> {
                 if (files.size() != 2) {
                     return refuse("a conversion without its files");

@@ -7,9 +7,10 @@
 
 namespace brindle::capture {
 
-/// `convert` and `measure` block; the rest may be called on any thread meanwhile.
+/// `complete`, `convert` and `measure` block; the rest may be called on any thread meanwhile.
 class ConversionWork {
   public:
+    [[nodiscard]] Completed complete(FileDescriptor movie, bool isAsWritten);
     [[nodiscard]] Converted convert(FileDescriptor source, FileDescriptor destination);
     [[nodiscard]] Measured measure(FileDescriptor movie) const;
 

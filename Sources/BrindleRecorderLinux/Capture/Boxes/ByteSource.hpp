@@ -14,7 +14,7 @@ class ByteSource {
   public:
     virtual ~ByteSource() = default;
 
-    /// Bytes. Never changes.
+    /// Bytes. Changes by nobody but whoever writes through this object.
     [[nodiscard]] virtual std::int64_t size() const = 0;
 
     /// Fills the buffer with the bytes from `offset` (0 or more) on. Answers how many there were:

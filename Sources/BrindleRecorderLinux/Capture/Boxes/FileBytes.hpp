@@ -11,6 +11,11 @@
 
 namespace brindle::media {
 
+/// Reads as a `ByteSource` of that size does.
+Expected<std::size_t, int> readFile(
+    const FileDescriptor& file, std::int64_t size, const std::atomic<bool>& cancelled,
+    std::int64_t offset, std::span<std::uint8_t> buffer);
+
 /// Stays as long as the file was when it was opened; whatever is appended later is not seen.
 class FileBytes final : public ByteSource {
   public:

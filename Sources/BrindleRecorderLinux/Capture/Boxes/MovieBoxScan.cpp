@@ -42,6 +42,7 @@ class MovieScanner {
         const bool hasHeader = readMovieHeader();
         layout_.end = fileEnd_;
         layout_.fragmented = header_.fragmented && header_.indexedSamples == 0;
+        layout_.isEdited = header_.isEdited;
         if (header_.fragmented) {
             times_.resize(header_.tracks.size());
             readFragments();
