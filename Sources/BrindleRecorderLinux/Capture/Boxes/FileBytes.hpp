@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace brindle::media {
@@ -26,6 +27,7 @@ class FileBytes final : public ByteSource {
     of(FileDescriptor file, const std::atomic<bool>& cancelled);
 
     [[nodiscard]] std::int64_t size() const override { return size_; }
+    [[nodiscard]] std::optional<int> file() const override { return file_.number(); }
     Expected<std::size_t, int> readAt(std::int64_t offset, std::span<std::uint8_t> buffer) override;
 
   private:

@@ -15,10 +15,19 @@ extern "C" {
 
 namespace brindle::media {
 
+namespace {
+
+/// Whether the library hands samples out as they stand in the file: some it takes apart.
+bool standsInTheFile(AVCodecID coding) {
+    return coding == AV_CODEC_ID_H264 || coding == AV_CODEC_ID_AAC;
+}
+
+} // namespace
+
 Expected<std::unique_ptr<Mp4Writer>, PlatformError> Mp4Writer::create(
     capture::OutputFile file, std::span<const AVStream* const> streams, const MovieTags& tags,
-    std::int64_t roomForIndex) {
-    std::unique_ptr<Mp4Writer> writer{new Mp4Writer{std::move(file), roomForIndex}};
+    std::int64_t roomForIndex, std::optional<int> source) {
+    std::unique_ptr<Mp4Writer> writer{new Mp4Writer{std::move(file), roomForIndex, source}};
     if (auto begun = writer->begin(streams, tags); !begun) {
         return unexpected{std::move(begun.error())};
     }
@@ -49,7 +58,10 @@ Mp4Writer::begin(std::span<const AVStream* const> streams, const MovieTags& tags
     if (const int result = writeHeader(*format_, tags, options); result < 0) {
         return unexpected{errorFor(result)};
     }
+    avio_flush(file_->io());
     mediaEnd_ = avio_tell(file_->io());
+    // From the packet's own memory, past the buffer.
+    file_->io()->direct = source_ ? 1 : 0;
     return {};
 }
 
@@ -59,6 +71,10 @@ Expected<void, PlatformError> Mp4Writer::write(AVPacket& packet) {
         return {};
     }
     const auto index = static_cast<std::size_t>(track - tracks_.begin());
+    const AVCodecID coding = format_->streams[index]->codecpar->codec_id;
+    if (source_ && packet.pos >= 0 && standsInTheFile(coding)) {
+        file_->announce({packet.data, static_cast<std::size_t>(packet.size)}, *source_, packet.pos);
+    }
     packet.stream_index = static_cast<int>(index);
     packet.pos = -1;
     av_packet_rescale_ts(&packet, track->sourceTimeBase, format_->streams[index]->time_base);
@@ -84,6 +100,7 @@ Expected<void, PlatformError> Mp4Writer::write(AVPacket& packet) {
 }
 
 Expected<void, PlatformError> Mp4Writer::finish() {
+    file_->io()->direct = 0;
     // What room is left over becomes a box of its own and needs the head of one.
     constexpr std::int64_t shortestBox = 8;
     const bool fits = index_.upperBound(configurationBytes_) + shortestBox <= roomForIndex_;
