@@ -126,7 +126,8 @@ CaptureServer::obey(const Message& message, std::vector<FileDescriptor> files) {
                     return refuse("a completion without its file");
                 }
                 worker_.async([this, order, movie = shared(files[0])] {
-                    tell(conversion_.complete(std::move(*movie), order.isAsWritten));
+                    const auto answer = conversion_.complete(std::move(*movie), order.isAsWritten);
+                    tell(answer); // with the file closed
                 });
                 return std::nullopt;
             },
@@ -135,7 +136,9 @@ CaptureServer::obey(const Message& message, std::vector<FileDescriptor> files) {
                     return refuse("a conversion without its files");
                 }
                 worker_.async([this, source = shared(files[0]), destination = shared(files[1])] {
-                    tell(conversion_.convert(std::move(*source), std::move(*destination)));
+                    const auto answer =
+                        conversion_.convert(std::move(*source), std::move(*destination));
+                    tell(answer);
                 });
                 return std::nullopt;
             },

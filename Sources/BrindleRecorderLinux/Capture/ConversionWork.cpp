@@ -14,7 +14,13 @@
 
 namespace brindle::capture {
 
+void ConversionWork::begin() {
+    control_.progress = 0;
+    control_.damagedBytes = 0;
+}
+
 Completed ConversionWork::complete(FileDescriptor movie, bool isAsWritten) {
+    begin();
     try {
         const auto bytes = media::EditableFile::of(std::move(movie), control_.cancelled);
         if (!bytes) {
@@ -30,6 +36,7 @@ Completed ConversionWork::complete(FileDescriptor movie, bool isAsWritten) {
 }
 
 Converted ConversionWork::convert(FileDescriptor source, FileDescriptor destination) {
+    begin();
     try {
         const auto bytes = media::FileBytes::of(std::move(source), control_.cancelled);
         if (!bytes) {

@@ -1,4 +1,4 @@
-// One conversion or measurement of a movie.
+// Conversions and measurements of movies, one after the other.
 #pragma once
 
 #include "BrindleRecorderCore/Base/FileDescriptor.hpp"
@@ -20,6 +20,8 @@ class ConversionWork {
     [[nodiscard]] double progress() const { return control_.progress; }
 
   private:
+    void begin();
+
     media::CopyControl control_;
 };
 

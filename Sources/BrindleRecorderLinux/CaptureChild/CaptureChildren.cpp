@@ -68,6 +68,33 @@ Expected<std::shared_ptr<CaptureChild>, PlatformError> CaptureChildren::takeRead
     return start();
 }
 
+Expected<std::shared_ptr<CaptureChild>, PlatformError> CaptureChildren::takeForMovie() {
+    std::shared_ptr<CaptureChild> kept;
+    {
+        const std::lock_guard lock{mutex_};
+        kept = std::exchange(forMovie_, nullptr);
+    }
+    if (kept && !kept->hasEnded()) {
+        return kept;
+    }
+    return start();
+}
+
+void CaptureChildren::keepForMovie(std::shared_ptr<CaptureChild> child) {
+    const std::lock_guard lock{mutex_};
+    letMovieChildGo();
+    forMovie_ = std::move(child);
+    beatsForMovie_ = 0;
+}
+
+/// With the mutex held.
+void CaptureChildren::letMovieChildGo() {
+    if (forMovie_) {
+        forMovie_->letGo();
+        leaving_.push_back(std::exchange(forMovie_, nullptr));
+    }
+}
+
 void CaptureChildren::beatLater() {
     nextBeat_ = mainLoop_.after(betweenBeats, [this] { beat(); });
 }
@@ -85,6 +112,10 @@ void CaptureChildren::beat() {
             }
             return !lives;
         });
+        constexpr int keptFor = 2;
+        if (forMovie_ && ++beatsForMovie_ > keptFor) {
+            letMovieChildGo();
+        }
         std::erase_if(leaving_, [](const auto& child) { return child->hasEnded(); });
     }
     for (const auto& child : living) {

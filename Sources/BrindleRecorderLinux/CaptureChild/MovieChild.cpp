@@ -41,6 +41,7 @@ struct MovieChild::State {
     std::condition_variable changed;
     std::shared_ptr<CaptureChild> child;
     bool isCancelled = false;
+    bool hasBegun = false; ///< the child's thread alone
     double progress = 0;
     std::optional<Expected<Message, PlatformError>> result; ///< of what was asked last
 
@@ -135,7 +136,9 @@ struct MovieChild::State {
             const Lock lock{mutex};
             result.reset();
         }
-        auto started = children.start();
+        // A conversion begins with a new one: what another movie has done to it is that one's.
+        const bool begins = order.destination && !std::exchange(hasBegun, true);
+        auto started = begins ? children.start() : children.takeForMovie();
         if (!started) {
             return unexpected{std::move(started.error())};
         }
@@ -155,29 +158,31 @@ struct MovieChild::State {
         changed.wait(lock, [this] { return result.has_value(); });
         child.reset();
         auto outcome = *result;
+        const bool mayDoMore = outcome && isAnswerTo(message, *outcome) && !isCancelled;
         lock.unlock();
+        running->stopListening();
+        if (mayDoMore) {
+            children.keepForMovie(running);
+            return outcome;
+        }
         running->letGo();
         // Its memory is given back, and its hold of the files.
         if (!running->waitUntilEnded(std::chrono::seconds{5})) {
             running->kill();
         }
-        return isAnswerTo(message, outcome)
-                   ? outcome
-                   : unexpected{recordingError("the capture program answers something else")};
+        if (outcome && !isAnswerTo(message, *outcome)) {
+            return unexpected{recordingError("the capture program answers something else")};
+        }
+        return outcome;
     }
 
-    /// An error is an answer to anything.
-    static bool
-    isAnswerTo(const Message& message, const Expected<Message, PlatformError>& outcome) {
-        if (!outcome) {
-            return true;
-        }
+    static bool isAnswerTo(const Message& message, const Message& answer) {
         return (std::holds_alternative<Complete>(message) &&
-                std::holds_alternative<Completed>(*outcome)) ||
+                std::holds_alternative<Completed>(answer)) ||
                (std::holds_alternative<Convert>(message) &&
-                std::holds_alternative<Converted>(*outcome)) ||
+                std::holds_alternative<Converted>(answer)) ||
                (std::holds_alternative<Measure>(message) &&
-                std::holds_alternative<Measured>(*outcome));
+                std::holds_alternative<Measured>(answer));
     }
 
     void told(const Message& message) {

@@ -1,4 +1,4 @@
-// A run of the capture program that converts or measures one movie.
+// Converts or measures one movie by a run of the capture program.
 #pragma once
 
 #include "BrindleRecorderApp/Platform/PlatformError.hpp"
