@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -52,7 +53,7 @@ bool isConfigured(const AVCodecParameters& parameters) {
 
 /// Whether the library's list of a track's samples is ours. All times may be moved alike, by no
 /// more than can be lost where the movie's units are not the track's.
-bool listsThese(AVStream& stream, const std::vector<FragmentSample>& samples) {
+bool listsThese(AVStream& stream, const Samples& samples) {
     if (avformat_index_get_entries_count(&stream) != std::ssize(samples)) {
         return false;
     }
@@ -98,7 +99,7 @@ class Completion {
     /// What the fragments list, if all of it is there.
     Reason readFragments() {
         std::int64_t end = 0;
-        std::vector<std::vector<FragmentSample>> samples;
+        std::vector<Samples> samples;
         auto layout = scanMovie(fragments_, [&](const std::vector<FragmentSample>& some) {
             for (const FragmentSample& sample : some) {
                 samples.resize(std::max(samples.size(), sample.track + 1));
@@ -216,14 +217,20 @@ class Completion {
         if (!reader || (*reader)->format().nb_streams != tracks_.size()) {
             return false;
         }
-        for (std::size_t track = 0; track < tracks_.size(); ++track) {
-            AVStream& stream = *(*reader)->format().streams[track];
-            if (!haveSameCoding(stream, *streams_[track]) ||
-                !listsThese(stream, tracks_[track].samples)) {
+        double end = 0; // seconds
+        for (std::size_t number = 0; number < tracks_.size(); ++number) {
+            AVStream& stream = *(*reader)->format().streams[number];
+            const IndexTrack& track = tracks_[number];
+            if (!haveSameCoding(stream, *streams_[number]) || stream.duration != track.duration() ||
+                !listsThese(stream, track.samples)) {
                 return false;
             }
+            const std::int64_t trackEnd = track.samples.front().decodeTime + track.duration();
+            end = std::max(end, static_cast<double>(trackEnd) / track.timescale);
         }
-        return true;
+        constexpr double rounding = 0.002;
+        const double duration = static_cast<double>((*reader)->format().duration) / AV_TIME_BASE;
+        return std::abs(duration - end) <= rounding;
     }
 
     [[nodiscard]] bool exchangeOpening(const MovieOpening& opening) {

@@ -42,7 +42,7 @@ struct Chunk {
     std::int64_t samples = 0;
 };
 
-std::vector<Chunk> chunksOf(const std::vector<FragmentSample>& samples) {
+std::vector<Chunk> chunksOf(const Samples& samples) {
     std::vector<Chunk> chunks;
     std::int64_t end = -1;
     for (const FragmentSample& sample : samples) {
@@ -61,11 +61,6 @@ struct Showing {
     std::int64_t duration = 0; ///< of the media
     [[nodiscard]] std::int64_t end() const { return start + duration; }
 };
-
-std::int64_t mediaDuration(const IndexTrack& track) {
-    const FragmentSample& last = track.samples.back();
-    return last.decodeTime + last.duration - track.samples.front().decodeTime;
-}
 
 class IndexWriter {
   public:
@@ -103,7 +98,7 @@ class IndexWriter {
 
     static bool canBeListed(const IndexTrack& track) {
         // Products with a timescale must not go beyond what the type holds.
-        if (track.samples.empty() || track.timescale == 0 || mediaDuration(track) > largestShort ||
+        if (track.samples.empty() || track.timescale == 0 || track.duration() > largestShort ||
             track.samples.front().decodeTime > largestShort) {
             return false;
         }
@@ -124,7 +119,7 @@ class IndexWriter {
         const std::int64_t almostOne = std::int64_t{track.timescale} - 1;
         return {
             .start = (start * timescale_ + half) / track.timescale,
-            .duration = (mediaDuration(track) * timescale_ + almostOne) / track.timescale};
+            .duration = (track.duration() * timescale_ + almostOne) / track.timescale};
     }
 
     void movie() {
@@ -177,18 +172,19 @@ class IndexWriter {
         });
     }
 
-    /// Edit list (ISO/IEC 14496-12, 8.6.6 `elst`).
+    /// Edit list (ISO/IEC 14496-12, 8.6.6 `elst`). Without one a track begins with the movie.
     void edits(const Showing& showing) {
+        if (showing.start == 0) {
+            return;
+        }
         constexpr std::uint32_t usualSpeed = 0x10000;
         constexpr std::uint32_t nothing = 0xFFFFFFFF;
         index_.box(boxType("edts"), [&] {
             index_.fullBox(boxType("elst"), {}, [&] {
-                index_.u32(showing.start > 0 ? 2 : 1);
-                if (showing.start > 0) {
-                    index_.u32(fitting(showing.start));
-                    index_.u32(nothing);
-                    index_.u32(usualSpeed);
-                }
+                index_.u32(2);
+                index_.u32(fitting(showing.start));
+                index_.u32(nothing);
+                index_.u32(usualSpeed);
                 index_.u32(fitting(showing.duration));
                 index_.u32(0);
                 index_.u32(usualSpeed);
@@ -204,7 +200,7 @@ class IndexWriter {
                     BigEndianReader fields{part->payload};
                     fields.skip(readFullBoxHeader(fields).version == 1 ? 16 : 8);
                     isRight_ = isRight_ && fields.u32() == track.timescale;
-                    header(*part, 16, 24, mediaDuration(track));
+                    header(*part, 16, 24, track.duration());
                 } else if (part->type == boxType("minf")) {
                     mediaInformation(*part, track);
                 } else {
@@ -252,7 +248,7 @@ class IndexWriter {
     }
 
     /// 8.6.1.2 `stts`
-    void times(const std::vector<FragmentSample>& samples) {
+    void times(const Samples& samples) {
         Runs durations;
         for (std::size_t next = 1; next < samples.size(); ++next) {
             durations.add(samples[next].decodeTime - samples[next - 1].decodeTime);
@@ -268,7 +264,7 @@ class IndexWriter {
     }
 
     /// 8.6.2 `stss`; without it every sample is one.
-    void keyFrames(const std::vector<FragmentSample>& samples) {
+    void keyFrames(const Samples& samples) {
         if (std::ranges::all_of(samples, &FragmentSample::isSync)) {
             return;
         }
@@ -285,7 +281,7 @@ class IndexWriter {
     }
 
     /// 8.7.3.2 `stsz`, 8.7.4 `stsc`, 8.7.5 `stco`
-    void places(const std::vector<FragmentSample>& samples) {
+    void places(const Samples& samples) {
         index_.fullBox(boxType("stsz"), {}, [&] {
             index_.u32(0);
             index_.u32(fitting(std::ssize(samples)));
@@ -323,7 +319,7 @@ class IndexWriter {
 
     /// A block of this sound is complete only with the one before it (ISO/IEC 14496-12, 10.1
     /// `roll`, 8.9.2 `sbgp`, 8.9.3 `sgpd`).
-    void runUp(const std::vector<FragmentSample>& samples) {
+    void runUp(const Samples& samples) {
         constexpr std::uint16_t oneBefore = 0xFFFF;
         index_.fullBox(boxType("sgpd"), {.version = 1, .flags = 0}, [&] {
             index_.u32(boxType("roll"));
