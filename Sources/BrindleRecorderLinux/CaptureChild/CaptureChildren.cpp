@@ -10,6 +10,13 @@
 
 namespace brindle::capture {
 
+namespace {
+
+constexpr int beatsBetweenPiecesOfWork = 2;
+constexpr int beatsUntilMovieIsClosed = 20;
+
+} // namespace
+
 CaptureChildren::CaptureChildren(MainLoop& mainLoop, std::filesystem::path program, Log log)
     : mainLoop_{mainLoop}, file_{std::move(program)}, log_{std::move(log)},
       program_{FileDescriptor::open(file_, O_RDONLY)} {}
@@ -68,30 +75,51 @@ Expected<std::shared_ptr<CaptureChild>, PlatformError> CaptureChildren::takeRead
     return start();
 }
 
-Expected<std::shared_ptr<CaptureChild>, PlatformError> CaptureChildren::takeForMovie() {
-    std::shared_ptr<CaptureChild> kept;
+void CaptureChildren::expectConversion() {
     {
         const std::lock_guard lock{mutex_};
-        kept = std::exchange(forMovie_, nullptr);
+        if (forConversion_.child) {
+            return;
+        }
     }
-    if (kept && !kept->hasEnded()) {
-        return kept;
+    if (auto child = start()) {
+        const std::lock_guard lock{mutex_};
+        letGo(forConversion_);
+        forConversion_ = {.child = std::move(*child), .beats = beatsUntilMovieIsClosed};
     }
-    return start();
+}
+
+Expected<std::shared_ptr<CaptureChild>, PlatformError> CaptureChildren::takeForConversion() {
+    return take(forConversion_);
+}
+
+Expected<std::shared_ptr<CaptureChild>, PlatformError> CaptureChildren::takeForMovie() {
+    return take(forMovie_);
 }
 
 void CaptureChildren::keepForMovie(std::shared_ptr<CaptureChild> child) {
     const std::lock_guard lock{mutex_};
-    letMovieChildGo();
-    forMovie_ = std::move(child);
-    beatsForMovie_ = 0;
+    letGo(forMovie_);
+    forMovie_ = {.child = std::move(child), .beats = beatsBetweenPiecesOfWork};
+}
+
+Expected<std::shared_ptr<CaptureChild>, PlatformError> CaptureChildren::take(Kept& kept) {
+    std::shared_ptr<CaptureChild> taken;
+    {
+        const std::lock_guard lock{mutex_};
+        taken = std::exchange(kept.child, nullptr);
+    }
+    if (taken && !taken->hasEnded()) {
+        return taken;
+    }
+    return start();
 }
 
 /// With the mutex held.
-void CaptureChildren::letMovieChildGo() {
-    if (forMovie_) {
-        forMovie_->letGo();
-        leaving_.push_back(std::exchange(forMovie_, nullptr));
+void CaptureChildren::letGo(Kept& kept) {
+    if (kept.child) {
+        kept.child->letGo();
+        leaving_.push_back(std::exchange(kept.child, nullptr));
     }
 }
 
@@ -112,9 +140,10 @@ void CaptureChildren::beat() {
             }
             return !lives;
         });
-        constexpr int keptFor = 2;
-        if (forMovie_ && ++beatsForMovie_ > keptFor) {
-            letMovieChildGo();
+        for (Kept* const kept : {&forConversion_, &forMovie_}) {
+            if (--kept->beats < 0) {
+                letGo(*kept);
+            }
         }
         std::erase_if(leaving_, [](const auto& child) { return child->hasEnded(); });
     }

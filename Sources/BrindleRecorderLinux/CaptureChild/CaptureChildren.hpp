@@ -44,6 +44,11 @@ class CaptureChildren {
     /// The child that is ready, if it still lives, or a new one. Any thread.
     [[nodiscard]] Expected<std::shared_ptr<CaptureChild>, PlatformError> takeReady();
 
+    /// A movie is about to be closed, and to be converted then: has a child load its libraries
+    /// meanwhile. It goes when nobody takes it for some seconds. Any thread.
+    void expectConversion();
+    /// A new child for a conversion. Any thread.
+    [[nodiscard]] Expected<std::shared_ptr<CaptureChild>, PlatformError> takeForConversion();
     /// A child that has just converted or measured, or a new one: what one movie needs of both is
     /// done by one. Any thread.
     [[nodiscard]] Expected<std::shared_ptr<CaptureChild>, PlatformError> takeForMovie();
@@ -53,7 +58,13 @@ class CaptureChildren {
   private:
     void beat();
     void beatLater();
-    void letMovieChildGo();
+    /// A child that nobody has taken yet.
+    struct Kept {
+        std::shared_ptr<CaptureChild> child;
+        int beats = 0; ///< so many more it is kept
+    };
+    [[nodiscard]] Expected<std::shared_ptr<CaptureChild>, PlatformError> take(Kept& kept);
+    void letGo(Kept& kept);
     void sayIfUnconfined(const CaptureChild& child);
 
     MainLoop& mainLoop_;
@@ -65,8 +76,8 @@ class CaptureChildren {
     std::mutex mutex_; ///< guards what follows
     std::vector<std::weak_ptr<CaptureChild>> children_;
     std::shared_ptr<CaptureChild> ready_;
-    std::shared_ptr<CaptureChild> forMovie_;
-    int beatsForMovie_ = 0; ///< since it is kept
+    Kept forConversion_; ///< new
+    Kept forMovie_;      ///< used
     /// Let go, and kept until they have gone, for which nobody should wait.
     std::vector<std::shared_ptr<CaptureChild>> leaving_;
     /// Gone once this is; what was posted asks it first.

@@ -138,7 +138,7 @@ struct MovieChild::State {
         }
         // A conversion begins with a new one: what another movie has done to it is that one's.
         const bool begins = order.destination && !std::exchange(hasBegun, true);
-        auto started = begins ? children.start() : children.takeForMovie();
+        auto started = begins ? children.takeForConversion() : children.takeForMovie();
         if (!started) {
             return unexpected{std::move(started.error())};
         }
