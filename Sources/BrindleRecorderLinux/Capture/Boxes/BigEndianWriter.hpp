@@ -3,6 +3,7 @@
 
 #include "BrindleRecorderLinux/Capture/Boxes/MovieBox.hpp"
 
+#include <algorithm>
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
@@ -48,10 +49,10 @@ class BigEndianWriter {
 
     /// Fills the bytes with the number, however many they are.
     static void putNumber(std::uint64_t value, std::span<std::uint8_t> bytes) {
-        for (auto byte = bytes.rbegin(); byte != bytes.rend(); ++byte) {
-            *byte = static_cast<std::uint8_t>(value & 0xFFU);
+        std::for_each(bytes.rbegin(), bytes.rend(), [&value](std::uint8_t& byte) {
+            byte = static_cast<std::uint8_t>(value & 0xFFU);
             value >>= 8U;
-        }
+        });
     }
 
   private:
