@@ -248,7 +248,7 @@ TEST_F(AppModelRepair, GivesWayToARecordingBetweenTwoPiecesOfWork) {
     leaveInterrupted("c", true);
     exporter().script().finishAtOnce = false;
     launch();
-    ASSERT_THAT(exporter().calls(), Contains("make export b.mov"));
+    ASSERT_THAT(exporter().calls(), Contains("make export of found b.mov"));
     zoomTakesTheMicrophone();
     runFor(5s);
     ASSERT_THAT(captured, SizeIs(1));
@@ -260,8 +260,8 @@ TEST_F(AppModelRepair, GivesWayToARecordingBetweenTwoPiecesOfWork) {
     runFor(60s);
     EXPECT_THAT(
         exporter().calls(), IsSupersetInOrder(std::vector<std::string>{
-                                "make export b.mov", "make export 2026-03-14_0930.mov",
-                                "duration b.mov", "make export c.mov"}));
+                                "make export of found b.mov", "make export 2026-03-14_0930.mov",
+                                "duration b.mov", "make export of found c.mov"}));
     EXPECT_THAT(
         folderContents(),
         ElementsAre(
@@ -295,7 +295,7 @@ TEST_F(AppModelRepair, GivesWayToTheRestartThatFollowsAFailure) {
     deviceDies();
     settle();
     EXPECT_THAT(captured, SizeIs(2));
-    EXPECT_THAT(exporter().calls(), Not(Contains("make export c.mov")));
+    EXPECT_THAT(exporter().calls(), Not(Contains("make export of found c.mov")));
 }
 
 TEST_F(AppModelRepair, TheEndOfARepairedRecordingIsItsMoviesHoweverLongTheConversion) {

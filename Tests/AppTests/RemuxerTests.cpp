@@ -38,7 +38,7 @@ class RemuxerTest : public testing::Test {
 
     /// Converts and lets everything run its course.
     Outcome remux() {
-        const test::TaskProbe probe{remuxer.remuxToMP4(mov, mp4)};
+        const test::TaskProbe probe{remuxer.remuxToMP4(mov, mp4, MovieOrigin::justRecorded)};
         loop.runPosted();
         EXPECT_TRUE(probe.isDone());
         return probe.isDone() ? probe.value() : Outcome{};
@@ -83,7 +83,7 @@ TEST_F(RemuxerTest, WritesUnderAHiddenNameAndVerifiesThatFile) {
 }
 
 TEST_F(RemuxerTest, DeletesTheMovOnlyAfterTheMp4IsSafeUnderItsName) {
-    const test::TaskProbe probe{remuxer.remuxToMP4(mov, mp4)};
+    const test::TaskProbe probe{remuxer.remuxToMP4(mov, mp4, MovieOrigin::justRecorded)};
     files.forgetCalls();
     loop.runPosted();
     std::vector<test::InMemoryFileManager::Call> changes;
@@ -116,7 +116,7 @@ TEST_F(RemuxerTest, RemovesAnEarlierDestinationAndAnEarlierPartBeforeExporting) 
     files.putFile(mp4, "old");
     files.putFile(partial, "old part");
     exporter.script().finishAtOnce = false;
-    const test::TaskProbe probe{remuxer.remuxToMP4(mov, mp4)};
+    const test::TaskProbe probe{remuxer.remuxToMP4(mov, mp4, MovieOrigin::justRecorded)};
     loop.runPosted();
     EXPECT_EQ(files.contents(mp4), std::nullopt);
     EXPECT_THAT(exporter.calls(), Contains("export")) << "over no file";
@@ -140,7 +140,7 @@ TEST_F(RemuxerTest, LeavesAnEarlierDestinationWhereThereIsNothingToConvert) {
     files.putFile(mp4, "all that is left");
     files.removeFile(mov);
     exporter.script().finishAtOnce = false;
-    const test::TaskProbe probe{remuxer.remuxToMP4(mov, mp4)};
+    const test::TaskProbe probe{remuxer.remuxToMP4(mov, mp4, MovieOrigin::justRecorded)};
     loop.runPosted();
     EXPECT_EQ(files.contents(mp4), "all that is left");
 }
@@ -167,7 +167,7 @@ TEST_F(RemuxerTest, LeavesAnEarlierDestinationWhereTheSourceCannotBeRead) {
     files.putFile(mp4, "all that may be left");
     files.failEveryCallWith(mov);
     exporter.script().finishAtOnce = false;
-    const test::TaskProbe probe{remuxer.remuxToMP4(mov, mp4)};
+    const test::TaskProbe probe{remuxer.remuxToMP4(mov, mp4, MovieOrigin::justRecorded)};
     loop.runPosted();
     EXPECT_EQ(files.contents(mp4), "all that may be left");
 }
@@ -281,7 +281,7 @@ TEST_F(RemuxerTest, KeepsTheMovAndLeavesNoPartWhenTheExportFails) {
 
 TEST_F(RemuxerTest, FailsWhenItIsCancelled) {
     exporter.script().finishAtOnce = false;
-    const test::TaskProbe probe{remuxer.remuxToMP4(mov, mp4)};
+    const test::TaskProbe probe{remuxer.remuxToMP4(mov, mp4, MovieOrigin::justRecorded)};
     loop.runPosted();
     EXPECT_FALSE(probe.isDone());
     remuxer.cancel();
@@ -296,9 +296,10 @@ TEST_F(RemuxerTest, FailsWhenItIsCancelled) {
 
 TEST_F(RemuxerTest, CancelsEveryRunningConversion) {
     exporter.script().finishAtOnce = false;
-    const test::TaskProbe first{remuxer.remuxToMP4(mov, mp4)};
+    const test::TaskProbe first{remuxer.remuxToMP4(mov, mp4, MovieOrigin::justRecorded)};
     files.putFile("/movies/b.mov", "captured");
-    const test::TaskProbe second{remuxer.remuxToMP4("/movies/b.mov", "/movies/b.mp4")};
+    const test::TaskProbe second{
+        remuxer.remuxToMP4("/movies/b.mov", "/movies/b.mp4", MovieOrigin::justRecorded)};
     remuxer.cancel();
     loop.runPosted();
     EXPECT_TRUE(first.isDone());
@@ -383,7 +384,7 @@ TEST_F(RemuxerTest, LosesNothingWhicheverCallFailsBeforeThePowerGoes) {
         test::ScriptedMovieExporter scripted{loop, disk};
         Remuxer remuxing{scripted, loop, clock, disk, diagnostics.log(), systemLog};
         disk.failAnyCall(nth);
-        const test::TaskProbe probe{remuxing.remuxToMP4(mov, mp4)};
+        const test::TaskProbe probe{remuxing.remuxToMP4(mov, mp4, MovieOrigin::justRecorded)};
         loop.runPosted();
         disk.losePower(static_cast<std::uint64_t>(nth));
         EXPECT_TRUE(disk.contents(mov) == "captured" || disk.contents(mp4) == "whole movie")
@@ -391,9 +392,73 @@ TEST_F(RemuxerTest, LosesNothingWhicheverCallFailsBeforeThePowerGoes) {
     }
 }
 
+class RemuxerOfASharedFile : public RemuxerTest {
+  protected:
+    RemuxerOfASharedFile() { exporter.script().sharesTheSource = true; }
+};
+
+TEST_F(RemuxerOfASharedFile, LeavesTheFileItsNewName) {
+    EXPECT_TRUE(remux());
+    EXPECT_EQ(files.files(), (std::vector{mp4}));
+    EXPECT_EQ(files.contents(mp4), "captured");
+    files.losePower();
+    EXPECT_EQ(files.files(), (std::vector{mp4}));
+}
+
+TEST_F(RemuxerOfASharedFile, LeavesTheFileItsOldNameWhenTheExportFails) {
+    for (const auto status : {Status::failed, Status::cancelled}) {
+        exporter.script().status = status;
+        EXPECT_FALSE(remux());
+        EXPECT_EQ(files.files(), (std::vector{mov}));
+        EXPECT_EQ(files.contents(mov), "captured");
+    }
+}
+
+TEST_F(RemuxerOfASharedFile, LeavesItBothNamesWhenItIsShorter) {
+    exporter.script().outputDuration = Seconds{5};
+    EXPECT_FALSE(remux());
+    EXPECT_EQ(files.files(), (std::vector{mov, mp4}));
+}
+
+TEST_F(RemuxerOfASharedFile, BeginsAgainWhereAnEarlierAttemptHasLeftAnyOfTheNames) {
+    for (const auto& earlier : {std::vector{mp4}, {partial}, {mp4, partial}}) {
+        for (const auto& name : earlier) {
+            files.linkFile(mov, name);
+        }
+        EXPECT_TRUE(remux());
+        EXPECT_EQ(files.files(), (std::vector{mp4}));
+        EXPECT_EQ(files.contents(mp4), "captured");
+        files.putFile(mov, "captured");
+        files.removeFile(mp4);
+    }
+}
+
+TEST_F(RemuxerOfASharedFile, LosesNothingWhicheverCallFailsBeforeThePowerGoes) {
+    constexpr int moreCallsThanThereAre = 40;
+    for (int nth = 1; nth <= moreCallsThanThereAre; ++nth) {
+        for (const bool isSecondAttempt : {false, true}) {
+            test::InMemoryFileManager disk{clock};
+            disk.putFile(mov, "captured");
+            if (isSecondAttempt) {
+                disk.linkFile(mov, mp4);
+                disk.linkFile(mov, partial);
+            }
+            test::ScriptedMovieExporter scripted{loop, disk};
+            scripted.script().sharesTheSource = true;
+            Remuxer remuxing{scripted, loop, clock, disk, diagnostics.log(), systemLog};
+            disk.failAnyCall(nth);
+            const test::TaskProbe probe{remuxing.remuxToMP4(mov, mp4, MovieOrigin::justRecorded)};
+            loop.runPosted();
+            disk.losePower(static_cast<std::uint64_t>(nth));
+            EXPECT_TRUE(disk.contents(mov) == "captured" || disk.contents(mp4) == "captured")
+                << "after failing call " << nth;
+        }
+    }
+}
+
 TEST_F(RemuxerTest, OffersProgressOnlyOfWhatTakesOverASecond) {
     exporter.script().finishAtOnce = false;
-    const test::TaskProbe probe{remuxer.remuxToMP4(mov, mp4)};
+    const test::TaskProbe probe{remuxer.remuxToMP4(mov, mp4, MovieOrigin::justRecorded)};
     exporter.setProgress(0.25);
     loop.advance(999ms);
     EXPECT_EQ(remuxer.progress().get(), std::nullopt);
@@ -411,7 +476,7 @@ TEST_F(RemuxerTest, OffersProgressOnlyOfWhatTakesOverASecond) {
 
 TEST_F(RemuxerTest, LogsProgressEveryTenSeconds) {
     exporter.script().finishAtOnce = false;
-    const test::TaskProbe probe{remuxer.remuxToMP4(mov, mp4)};
+    const test::TaskProbe probe{remuxer.remuxToMP4(mov, mp4, MovieOrigin::justRecorded)};
     exporter.setProgress(0.314);
     loop.advance(9s);
     EXPECT_THAT(diagnostics.messages(), ElementsAre(HasSubstr("remux start")));
@@ -425,7 +490,7 @@ TEST_F(RemuxerTest, LogsProgressEveryTenSeconds) {
 TEST_F(RemuxerTest, MayBeAbandonedWhileItRuns) {
     exporter.script().finishAtOnce = false;
     {
-        const test::TaskProbe probe{remuxer.remuxToMP4(mov, mp4)};
+        const test::TaskProbe probe{remuxer.remuxToMP4(mov, mp4, MovieOrigin::justRecorded)};
         loop.advance(2s);
     }
     EXPECT_EQ(loop.pendingTimers(), 0U);

@@ -348,6 +348,17 @@ TEST_F(PosixFileManagerTest, AVolumeWithoutBlocksDoesNotSay) {
     EXPECT_EQ(*capacity, std::nullopt);
 }
 
+TEST_F(PosixFileManagerTest, MovesAFileOntoAnotherNameOfItsOwn) {
+    ASSERT_TRUE(files_.createSyncedFile(at("a"), "text"));
+    ASSERT_EQ(::link(at("a").c_str(), at("b").c_str()), 0);
+    ASSERT_EQ(::link(at("a").c_str(), at("c").c_str()), 0);
+    EXPECT_TRUE(files_.moveFile(at("a"), at("b")));
+    EXPECT_FALSE(files_.fileExists(at("a")));
+    EXPECT_EQ(identityOf(at("b")), identityOf(at("c")));
+    EXPECT_TRUE(files_.moveFile(at("b"), at("b")));
+    EXPECT_TRUE(files_.fileExists(at("b")));
+}
+
 TEST_F(PosixFileManagerTest, AnEmptyPathFails) {
     EXPECT_EQ(files_.createDirectory("").error().code, std::errc::no_such_file_or_directory);
 }

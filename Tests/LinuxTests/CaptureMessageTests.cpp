@@ -63,6 +63,7 @@ std::vector<Message> everyKind() {
         ReleaseCamera{},
         RetakeCamera{},
         FinishMovie{},
+        Complete{.isAsWritten = true},
         Convert{},
         Measure{},
         Cancel{},
@@ -73,6 +74,8 @@ std::vector<Message> everyKind() {
         MovieFinished{.error = systemError(28), .recorded = Seconds{3}, .isEmpty = false},
         MovieFinished{.error = std::nullopt, .recorded = Seconds{0}, .isEmpty = true},
         PicturesDropped{.count = 7},
+        Completed{.why = std::nullopt},
+        Completed{.why = "it is damaged"},
         Converted{.error = std::nullopt, .damagedBytes = 12'345'678'901},
         Measured{.duration = Seconds{30.03}},
         Measured{.duration = std::nullopt}};

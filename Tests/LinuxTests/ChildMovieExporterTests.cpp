@@ -10,9 +10,20 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iostream>
 #include <memory>
 #include <optional>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -27,6 +38,16 @@ using test::readPackets;
 using testing::HasSubstr;
 using Status = ExportSession::Status;
 
+/// Whatever this process has started and what still runs.
+void killChildProcesses() {
+    for (const auto& thread : std::filesystem::directory_iterator{"/proc/self/task"}) {
+        std::ifstream children{thread.path() / "children"};
+        for (pid_t child = 0; children >> child;) {
+            kill(child, SIGKILL);
+        }
+    }
+}
+
 class ChildMovieExport : public testing::Test {
   protected:
     static const std::filesystem::path& recording() {
@@ -40,9 +61,35 @@ class ChildMovieExport : public testing::Test {
 
     static std::filesystem::path fresh(const std::string& ending) { return folder().fresh(ending); }
 
-    std::shared_ptr<ExportSession>
-    exportMovie(const std::filesystem::path& source, const std::filesystem::path& destination) {
-        const auto session = exporter.makePassthroughExport(source);
+    /// A recording of ours, for the user alone as they are.
+    static std::filesystem::path recordingOfOurs() {
+        static const Bytes bytes = test::recordingOfOurs();
+        const auto path = fresh(".mov");
+        test::writeFile(path, bytes);
+        std::filesystem::permissions(path, std::filesystem::perms{0600});
+        return path;
+    }
+
+    static std::uintmax_t fileOf(const std::filesystem::path& path) {
+        struct stat status {};
+        return stat(path.c_str(), &status) == 0 ? status.st_ino : 0;
+    }
+
+    static void expectSameSamples(
+        const std::vector<test::Packets>& after, const std::vector<test::Packets>& before) {
+        ASSERT_EQ(before.size(), after.size());
+        for (std::size_t track = 0; track < before.size(); ++track) {
+            ASSERT_EQ(before[track].size(), after[track].size());
+            for (std::size_t index = 0; index < before[track].size(); ++index) {
+                ASSERT_EQ(before[track][index].hash, after[track][index].hash);
+            }
+        }
+    }
+
+    std::shared_ptr<ExportSession> exportMovie(
+        const std::filesystem::path& source, const std::filesystem::path& destination,
+        MovieOrigin origin = MovieOrigin::found) {
+        const auto session = exporter.makePassthroughExport(source, origin);
         session->setOutput(destination, MovieFileType::mpeg4);
         bool completed = false;
         session->exportAsynchronously([&] { completed = true; });
@@ -85,15 +132,105 @@ TEST_F(ChildMovieExport, ConvertsEverySample) {
     EXPECT_EQ(session->status(), Status::completed);
     EXPECT_EQ(session->progress(), 1);
     EXPECT_EQ(session->damagedBytesLeftOut(), 0);
-    const auto before = readPackets(recording());
-    const auto after = readPackets(output);
-    ASSERT_EQ(before.size(), after.size());
-    for (std::size_t track = 0; track < before.size(); ++track) {
-        ASSERT_EQ(before[track].size(), after[track].size());
-        for (std::size_t index = 0; index < before[track].size(); ++index) {
-            EXPECT_EQ(before[track][index].hash, after[track][index].hash);
-        }
+    expectSameSamples(readPackets(output), readPackets(recording()));
+}
+
+TEST_F(ChildMovieExport, MakesARecordingOfOursTheOutputUnderASecondName) {
+    for (const auto origin : {MovieOrigin::justRecorded, MovieOrigin::found}) {
+        const auto source = recordingOfOurs();
+        const auto before = readPackets(source);
+        const auto sourceSeconds = durationOf(source, exporter);
+        const auto output = fresh(".mp4");
+        const auto session = exportMovie(source, output, origin);
+        ASSERT_EQ(session->status(), Status::completed);
+        EXPECT_EQ(session->damagedBytesLeftOut(), 0);
+        EXPECT_EQ(fileOf(output), fileOf(source));
+        EXPECT_FALSE(capture::OutputFile::isBeingWritten(output));
+        expectSameSamples(readPackets(output), before);
+        const auto seconds = durationOf(output, exporter);
+        ASSERT_TRUE(seconds && sourceSeconds);
+        EXPECT_NEAR(seconds->count(), sourceSeconds->count(), 0.001);
+
+        // As if the rest of the conversion had not come to pass.
+        std::filesystem::remove(output);
+        const auto again = fresh(".mp4");
+        ASSERT_EQ(exportMovie(source, again)->status(), Status::completed);
+        EXPECT_EQ(fileOf(again), fileOf(source));
+        std::filesystem::remove(source);
+        expectSameSamples(readPackets(again), before);
     }
+}
+
+TEST_F(ChildMovieExport, CopiesWhatCannotHaveASecondName) {
+    using Change = std::function<void(const std::filesystem::path&)>;
+    const std::vector<std::pair<std::string, Change>> table{
+        {"has two names",
+         [](const auto& source) {
+             std::filesystem::create_hard_link(source, fresh(".mov"));
+         }},
+        {"is a link",
+         [](const auto& source) {
+             const auto elsewhere = fresh(".mov");
+             std::filesystem::rename(source, elsewhere);
+             std::filesystem::create_symlink(elsewhere, source);
+         }},
+        {"others may read it", [](const auto& source) {
+             std::filesystem::permissions(source, std::filesystem::perms{0640});
+         }}};
+    for (const auto& [what, change] : table) {
+        const auto source = recordingOfOurs();
+        change(source);
+        const Bytes before = test::readFile(source);
+        const auto output = fresh(".mp4");
+        EXPECT_EQ(exportMovie(source, output)->status(), Status::completed) << what;
+        EXPECT_NE(fileOf(output), fileOf(source)) << what;
+        EXPECT_EQ(test::readFile(source), before) << what;
+        expectSameSamples(readPackets(output), readPackets(source));
+    }
+}
+
+TEST_F(ChildMovieExport, CopiesADamagedRecordingAndLeavesItAsItWas) {
+    const auto source = recordingOfOurs();
+    Bytes damaged = test::readFile(source);
+    const auto picture = readPackets(source).at(0).at(200);
+    std::fill_n(damaged.begin() + picture.position, picture.size, std::uint8_t{0});
+    test::writeFile(source, damaged);
+    const auto output = fresh(".mp4");
+    const auto session = exportMovie(source, output);
+    EXPECT_EQ(session->status(), Status::completed);
+    EXPECT_GT(session->damagedBytesLeftOut(), 0);
+    EXPECT_NE(fileOf(output), fileOf(source));
+    EXPECT_EQ(test::readFile(source), damaged);
+}
+
+TEST_F(ChildMovieExport, LosesNothingWheneverItIsKilled) {
+    auto random = test::seededRandom();
+    int inPlace = 0;
+    for (int round = 0; round < 25; ++round) {
+        const auto source = recordingOfOurs();
+        const auto before = readPackets(source);
+        const auto output = fresh(".mp4");
+        const auto session = exporter.makePassthroughExport(source, MovieOrigin::justRecorded);
+        session->setOutput(output, MovieFileType::mpeg4);
+        bool isCompleted = false;
+        session->exportAsynchronously([&] { isCompleted = true; });
+        const std::chrono::milliseconds after{std::uniform_int_distribution{0, 250}(random)};
+        bool isTime = false;
+        const auto timer = loop.after(after, [&] { isTime = true; });
+        ASSERT_TRUE(waitUntil(loop, [&] { return isCompleted || isTime; }));
+        killChildProcesses();
+        ASSERT_TRUE(waitUntil(loop, [&] { return isCompleted; }));
+        inPlace += fileOf(output) == fileOf(source) ? 1 : 0;
+        ASSERT_NO_FATAL_FAILURE(expectSameSamples(readPackets(source), before)) << round;
+        std::filesystem::remove(output); // as the next attempt does
+        const auto next = fresh(".mp4");
+        ASSERT_EQ(exportMovie(source, next)->status(), Status::completed);
+        EXPECT_EQ(fileOf(next), fileOf(source));
+        ASSERT_NO_FATAL_FAILURE(expectSameSamples(readPackets(next), before)) << round;
+        std::filesystem::remove(source);
+        std::filesystem::remove(next);
+    }
+    std::cout << inPlace << " of 25 were done before they were killed\n";
 }
 
 TEST_F(ChildMovieExport, MeasuresAMovie) {
@@ -101,11 +238,11 @@ TEST_F(ChildMovieExport, MeasuresAMovie) {
 }
 
 TEST_F(ChildMovieExport, HasNoSessionForWhatIsNoFile) {
-    EXPECT_EQ(exporter.makePassthroughExport(fresh(".mov")), nullptr);
-    EXPECT_EQ(exporter.makePassthroughExport("/"), nullptr);
+    EXPECT_EQ(exporter.makePassthroughExport(fresh(".mov"), MovieOrigin::found), nullptr);
+    EXPECT_EQ(exporter.makePassthroughExport("/", MovieOrigin::found), nullptr);
     const auto pipe = fresh(".mov");
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-    EXPECT_EQ(exporter.makePassthroughExport(pipe), nullptr);
+    EXPECT_EQ(exporter.makePassthroughExport(pipe, MovieOrigin::found), nullptr);
     EXPECT_EQ(durationOf(fresh(".mov"), exporter), std::nullopt);
     EXPECT_EQ(durationOf("/", exporter), std::nullopt);
     EXPECT_EQ(durationOf(pipe, exporter), std::nullopt);
@@ -114,7 +251,7 @@ TEST_F(ChildMovieExport, HasNoSessionForWhatIsNoFile) {
 TEST_F(ChildMovieExport, SaysWhenTheSourceHasGone) {
     const auto source = fresh(".mov");
     test::writeFile(source, {1, 2, 3});
-    const auto session = exporter.makePassthroughExport(source);
+    const auto session = exporter.makePassthroughExport(source, MovieOrigin::found);
     ASSERT_NE(session, nullptr);
     std::filesystem::remove(source);
     const auto output = fresh(".mp4");
@@ -144,7 +281,7 @@ TEST_F(ChildMovieExport, NeverWritesOverAFileThatIsThere) {
 }
 
 TEST_F(ChildMovieExport, WritesMpeg4AndNothingElse) {
-    const auto session = exporter.makePassthroughExport(recording());
+    const auto session = exporter.makePassthroughExport(recording(), MovieOrigin::found);
     EXPECT_EQ(session->supportedFileTypes(), std::vector{MovieFileType::mpeg4});
     const auto output = fresh(".mov");
     session->setOutput(output, MovieFileType::quickTime);
@@ -175,7 +312,7 @@ TEST_F(ChildMovieExport, FailsWhenTheFolderIsMissing) {
 }
 
 TEST_F(ChildMovieExport, IsCancelledBeforeItBegins) {
-    const auto session = exporter.makePassthroughExport(recording());
+    const auto session = exporter.makePassthroughExport(recording(), MovieOrigin::found);
     const auto output = fresh(".mp4");
     session->setOutput(output, MovieFileType::mpeg4);
     session->cancel();
@@ -188,7 +325,7 @@ TEST_F(ChildMovieExport, IsCancelledBeforeItBegins) {
 }
 
 TEST_F(ChildMovieExport, IsCancelledAtOnceAfterItHasBegun) {
-    const auto session = exporter.makePassthroughExport(recording());
+    const auto session = exporter.makePassthroughExport(recording(), MovieOrigin::found);
     session->setOutput(fresh(".mp4"), MovieFileType::mpeg4);
     bool completed = false;
     session->exportAsynchronously([&] { completed = true; });
@@ -200,7 +337,7 @@ TEST_F(ChildMovieExport, IsCancelledAtOnceAfterItHasBegun) {
 TEST_F(ChildMovieExport, ASessionThatGoesWhileItRunsTellsNobody) {
     bool told = false;
     for (int round = 0; round < 6; ++round) {
-        const auto session = exporter.makePassthroughExport(recording());
+        const auto session = exporter.makePassthroughExport(recording(), MovieOrigin::found);
         const auto output = fresh(".mp4");
         session->setOutput(output, MovieFileType::mpeg4);
         session->exportAsynchronously([&] { told = true; });
@@ -221,7 +358,7 @@ TEST_F(ChildMovieExport, OutlivesNothingThatItHandedOut) {
     bool completed = false;
     {
         ChildMovieExporter shortLived{loop, children};
-        session = shortLived.makePassthroughExport(recording());
+        session = shortLived.makePassthroughExport(recording(), MovieOrigin::found);
         session->setOutput(fresh(".mp4"), MovieFileType::mpeg4);
         session->exportAsynchronously([&] { completed = true; });
         shortLived.loadDuration(recording(), [&](auto answer) { duration = answer; });
@@ -237,7 +374,7 @@ TEST_F(ChildMovieExport, WaitsForAMovieThatIsStillBeingClosed) {
     const auto writer = FileDescriptor::open(source, O_RDWR);
     ASSERT_TRUE(writer);
     ASSERT_EQ(flock(writer->number(), LOCK_EX), 0);
-    const auto session = exporter.makePassthroughExport(source);
+    const auto session = exporter.makePassthroughExport(source, MovieOrigin::found);
     session->setOutput(fresh(".mp4"), MovieFileType::mpeg4);
     bool completed = false;
     session->exportAsynchronously([&] { completed = true; });
@@ -252,7 +389,7 @@ TEST_F(ChildMovieExport, FailsWithTheReasonWhereThereIsNoCaptureProgram) {
     capture::CaptureChildren none{loop, "/nonexistent/brindle-recorder-capture"};
     ChildMovieExporter without{loop, none};
     const auto output = fresh(".mp4");
-    const auto session = without.makePassthroughExport(recording());
+    const auto session = without.makePassthroughExport(recording(), MovieOrigin::found);
     session->setOutput(output, MovieFileType::mpeg4);
     bool completed = false;
     session->exportAsynchronously([&] { completed = true; });
@@ -275,7 +412,7 @@ TEST_P(OddCaptureProgram, IsAnErrorOfOneConversionAndSaysWhich) {
     capture::CaptureChildren odd{loop, BRINDLE_ODD_CAPTURE_PROGRAM};
     ChildMovieExporter by{loop, odd};
     const auto output = fresh(".mp4");
-    const auto session = by.makePassthroughExport(recording());
+    const auto session = by.makePassthroughExport(recording(), MovieOrigin::found);
     session->setOutput(output, MovieFileType::mpeg4);
     bool completed = false;
     session->exportAsynchronously([&] { completed = true; });

@@ -1,5 +1,6 @@
 #include "LinuxTests/MovieFixtures.hpp"
 
+#include "BrindleRecorderLinux/Capture/Boxes/MovieOpening.hpp"
 #include "BrindleRecorderLinux/Capture/Media/Handles.hpp"
 
 #include <gtest/gtest.h>
@@ -80,6 +81,21 @@ void makeRecording(const std::filesystem::path& path, const std::string& extraOp
             "-preset ultrafast -b:v 1500k -bf 0 -g 60 -pix_fmt yuv420p -c:a aac -b:a 96k " +
             layout + extraOptions + " " + path.string()),
         "");
+}
+
+Bytes recordingOfOurs(const std::string& extraOptions) {
+    MovieFolder folder;
+    const auto path = folder.fresh(".mov");
+    // The index of the fragments would name places in front of the opening.
+    makeRecording(
+        path, "-movflags empty_moov+default_base_moof+skip_trailer -frag_duration 5000000 " +
+                  extraOptions);
+    const Bytes movie = readFile(path);
+    const media::MovieOpening opening{.roomSize = media::leastMovieRoom, .index = std::nullopt};
+    const auto written = opening.bytes();
+    Bytes ours{written.begin(), written.end()};
+    ours.insert(ours.end(), movie.begin() + topLevelBoxes(movie).at(0).end(), movie.end());
+    return ours;
 }
 
 namespace {

@@ -55,6 +55,9 @@ std::string run(const std::string& command);
 /// 5 s, as recordings are. `extraOptions` are the command's, for the output.
 void makeRecording(const std::filesystem::path& path, const std::string& extraOptions = {});
 
+/// What `makeRecording` makes, with the opening that recordings of ours have.
+Bytes recordingOfOurs(const std::string& extraOptions = {});
+
 struct Packet {
     int track = 0;
     std::int64_t position = 0; ///< in the file

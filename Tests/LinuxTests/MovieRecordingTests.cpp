@@ -190,7 +190,7 @@ TEST_F(MovieRecordingTest, IsForTheUserAlone) {
 TEST_F(MovieRecordingTest, HasItsHeaderOnTheDiskBeforeTheFirstSample) {
     MovieRecording recording{newFile(movie_), bothTracks(), finish_.callback()};
     EXPECT_TRUE(eventually([this] {
-        return test::boxes(movie_) == std::vector<std::string>{"ftyp", "moov"};
+        return test::boxes(movie_) == std::vector<std::string>{"ftyp", "free", "moov"};
     }));
     EXPECT_EQ(recording.recordedDuration(), Seconds{0});
 }

@@ -55,6 +55,16 @@ bool SimulatedDisk::syncMedia(const std::filesystem::path& path) {
     return true;
 }
 
+bool SimulatedDisk::linkMedia(
+    const std::filesystem::path& path, const std::filesystem::path& name) {
+    if (!enter() || scene_.random.chance(failingPercent_)) {
+        return false;
+    }
+    scene_.files.linkFile(path, name);
+    changed(name);
+    return true;
+}
+
 Expected<void, FileError>
 SimulatedDisk::moveFile(const std::filesystem::path& from, const std::filesystem::path& to) {
     auto result = ForwardingFileManager::moveFile(from, to);

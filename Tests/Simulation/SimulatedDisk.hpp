@@ -26,6 +26,8 @@ class SimulatedDisk final : public test::ForwardingFileManager {
     /// Adds to a file that exists; false when the disk does not take it.
     bool appendMedia(const std::filesystem::path& path, const std::string& text);
     bool syncMedia(const std::filesystem::path& path);
+    /// Gives a file a second name; false when the disk does not.
+    bool linkMedia(const std::filesystem::path& path, const std::filesystem::path& name);
 
     Expected<void, FileError>
     moveFile(const std::filesystem::path& from, const std::filesystem::path& to) override;

@@ -26,7 +26,9 @@ class SimulatedExport final : public ExportSession,
         std::shared_ptr<SimulatedExporter::Context> context, std::filesystem::path source,
         Status outcome, bool shortened, bool supported)
         : context_{std::move(context)}, source_{std::move(source)}, outcome_{outcome},
-          shortened_{shortened}, supported_{supported} {}
+          shortened_{shortened}, supported_{supported},
+          // What is shortened is a copy.
+          isInPlace_{!shortened && context_->scene.random.chance(60)} {}
 
     [[nodiscard]] std::vector<MovieFileType> supportedFileTypes() const override {
         return supported_ ? std::vector{MovieFileType::quickTime, MovieFileType::mpeg4}
@@ -43,7 +45,8 @@ class SimulatedExport final : public ExportSession,
     [[nodiscard]] double progress() const override { return 0.5; }
 
   private:
-    void copy();
+    void begin();
+    void convert();
     void failWith(const char* description) {
         context_->noteFailure(source_);
         status_ = Status::failed;
@@ -57,6 +60,7 @@ class SimulatedExport final : public ExportSession,
     Status outcome_;
     bool shortened_;
     bool supported_;
+    bool isInPlace_;
     Status status_ = Status::unknown;
     std::optional<PlatformError> error_;
 };
@@ -70,8 +74,7 @@ void SimulatedExport::exportAsynchronously(std::function<void()> completion) {
     auto piece = context_->pieceFor(source_, duration);
     piece.begin = [weakly = weak_from_this()] {
         if (const auto self = weakly.lock()) {
-            // Something of the output is there from the beginning.
-            self->context_->disk.createSyncedFile(self->output_, "");
+            self->begin();
         }
     };
     piece.end = [weakly = weak_from_this(), completion = std::move(completion)] {
@@ -79,13 +82,22 @@ void SimulatedExport::exportAsynchronously(std::function<void()> completion) {
         if (!self || self->context_->disk.isDead()) {
             return;
         }
-        self->copy();
+        self->convert();
         self->context_->mainLoop.post(completion);
     };
     context_->worker->add(std::move(piece));
 }
 
-void SimulatedExport::copy() {
+/// Something of the output is there from the beginning: the source under a second name, or, where
+/// it cannot have one, a new file.
+void SimulatedExport::begin() {
+    isInPlace_ = isInPlace_ && context_->disk.linkMedia(source_, output_);
+    if (!isInPlace_) {
+        context_->disk.createSyncedFile(output_, "");
+    }
+}
+
+void SimulatedExport::convert() {
     Scene& scene = context_->scene;
     if (outcome_ != Status::completed) {
         context_->noteFailure(source_);
@@ -119,7 +131,8 @@ void SimulatedExport::copy() {
     for (const Fragment& fragment : fragments) {
         text += fragment.text();
     }
-    if (!context_->disk.appendMedia(output_, text) || !context_->disk.syncMedia(output_)) {
+    const bool isThere = isInPlace_ || context_->disk.appendMedia(output_, text);
+    if (!isThere || !context_->disk.syncMedia(output_)) {
         ++scene.statistics.exportFailures;
         failWith("no space left");
         return;
@@ -151,8 +164,8 @@ SimulatedExporter::Context::pieceFor(const std::filesystem::path& movie, Seconds
     };
 }
 
-std::shared_ptr<ExportSession>
-SimulatedExporter::makePassthroughExport(const std::filesystem::path& source) {
+std::shared_ptr<ExportSession> SimulatedExporter::makePassthroughExport(
+    const std::filesystem::path& source, MovieOrigin /*origin*/) {
     Scene& scene = context_->scene;
     if (!scene.files.contents(source)) {
         context_->noteFailure(source);

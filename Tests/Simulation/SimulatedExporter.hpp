@@ -36,7 +36,7 @@ class SimulatedExporter final : public MovieExporter {
     [[nodiscard]] const ExportWorker& worker() const { return *context_->worker; }
 
     [[nodiscard]] std::shared_ptr<ExportSession>
-    makePassthroughExport(const std::filesystem::path& source) override;
+    makePassthroughExport(const std::filesystem::path& source, MovieOrigin origin) override;
     void loadDuration(
         const std::filesystem::path& movie,
         std::function<void(std::optional<Seconds>)> answer) override;

@@ -62,6 +62,14 @@ void InMemoryFileManager::removeTree(const Path& directory) {
     });
 }
 
+void InMemoryFileManager::linkFile(const Path& path, const Path& name) {
+    const std::lock_guard lock{mutex_};
+    const NodePointer node = find(path);
+    if (node && !node->isDirectory && !find(name)) {
+        commit({{keyOf(name), node}});
+    }
+}
+
 void InMemoryFileManager::setModificationDate(const Path& path, Date date) {
     const std::lock_guard lock{mutex_};
     find(path)->modified = date;

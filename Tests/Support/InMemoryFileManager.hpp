@@ -62,6 +62,10 @@ class InMemoryFileManager final : public FileManager {
     /// How many more bytes can be written before the disk is full; nothing for no limit.
     void setRoomLeft(std::optional<std::int64_t> bytes);
 
+    /// Gives a file a second name, as whoever has it open would; nothing where that is taken. Not
+    /// synced.
+    void linkFile(const std::filesystem::path& path, const std::filesystem::path& name);
+
     // --- Failing calls (a call that fails does nothing, but a file that was being created is left
     // half-written by an input/output error or a full disk) ---
 

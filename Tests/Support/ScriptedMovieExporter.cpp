@@ -21,7 +21,9 @@ class ScriptedExportSession final : public ExportSession,
         error_ = std::move(error);
         if (status == Status::completed) {
             const auto& script = exporter_.script_;
-            exporter_.fileManager_.putFile(output_, "whole movie");
+            if (!script.sharesTheSource) {
+                exporter_.fileManager_.putFile(output_, "whole movie");
+            }
             exporter_.durations_[output_] = exporter_.durationOf(source_);
             if (script.outputDuration) {
                 exporter_.durations_[output_] = script.outputDuration;
@@ -47,7 +49,11 @@ class ScriptedExportSession final : public ExportSession,
             exporter_.fileManager_.contents(output_) ? "export over a file" : "export");
         status_ = Status::exporting;
         completion_ = std::move(completion);
-        exporter_.fileManager_.putFile(output_, "part");
+        if (exporter_.script_.sharesTheSource) {
+            exporter_.fileManager_.linkFile(source_, output_);
+        } else {
+            exporter_.fileManager_.putFile(output_, "part");
+        }
         if (exporter_.script_.finishAtOnce) {
             exporter_.mainLoop_.post([session = shared_from_this()] {
                 const auto& script = session->exporter_.script_;
@@ -91,9 +97,11 @@ const std::filesystem::path& ScriptedMovieExporter::output() const {
     return last_->output();
 }
 
-std::shared_ptr<ExportSession>
-ScriptedMovieExporter::makePassthroughExport(const std::filesystem::path& source) {
-    journal_.add("make export " + source.filename().string());
+std::shared_ptr<ExportSession> ScriptedMovieExporter::makePassthroughExport(
+    const std::filesystem::path& source, MovieOrigin origin) {
+    journal_.add(
+        std::string{"make export "} + (origin == MovieOrigin::found ? "of found " : "") +
+        source.filename().string());
     if (!script_.canBeMade) {
         return nullptr;
     }

@@ -32,6 +32,8 @@ class ScriptedMovieExporter final : public MovieExporter {
         std::optional<Seconds> outputDuration = {};
         bool outputIsUnreadable = false;
         std::int64_t damagedBytesLeftOut = 0;
+        /// The output is the source's own file under a second name.
+        bool sharesTheSource = false;
         /// Ends by itself, as soon as the main loop runs; otherwise `finish` ends it.
         bool finishAtOnce = true;
     };
@@ -57,7 +59,7 @@ class ScriptedMovieExporter final : public MovieExporter {
     [[nodiscard]] const std::filesystem::path& output() const;
 
     [[nodiscard]] std::shared_ptr<ExportSession>
-    makePassthroughExport(const std::filesystem::path& source) override;
+    makePassthroughExport(const std::filesystem::path& source, MovieOrigin origin) override;
     void loadDuration(
         const std::filesystem::path& movie,
         std::function<void(std::optional<Seconds>)> answer) override;

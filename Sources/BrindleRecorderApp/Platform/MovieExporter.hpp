@@ -16,7 +16,15 @@ namespace brindle {
 
 enum class MovieFileType { quickTime, mpeg4 };
 
-/// One passthrough export of one movie: every readable sample of every track, bit for bit.
+/// What is known of a movie that is to be exported.
+enum class MovieOrigin {
+    justRecorded, ///< by this run of the program: its bytes are what was written
+    found         ///< its bytes may have been lost, each of them
+};
+
+/// One passthrough export of one movie: every readable sample of every track, bit for bit. The
+/// output may be the source's own file under a second name. Whatever becomes of the export, the
+/// source stays a movie with all that it held, for this exporter and for players.
 class ExportSession {
   public:
     enum class Status : int {
@@ -56,7 +64,7 @@ class MovieExporter {
 
     /// Nothing when the source cannot be exported at all.
     [[nodiscard]] virtual std::shared_ptr<ExportSession>
-    makePassthroughExport(const std::filesystem::path& source) = 0;
+    makePassthroughExport(const std::filesystem::path& source, MovieOrigin origin) = 0;
     /// Finds out how long the movie's readable samples last, off the main thread, and answers on
     /// the main thread; absent when nothing of it can be read.
     virtual void loadDuration(

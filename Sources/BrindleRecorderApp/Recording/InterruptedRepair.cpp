@@ -75,7 +75,7 @@ Task<void> InterruptedRepair::repair(InterruptedRecording recording) {
     const auto modified = parts_.fileManager.modificationDate(*recording.movURL);
     const Date endedAt = modified ? *modified : sidecar->startedAt;
     const auto remuxed = co_await parts_.recordings.remuxer().remuxToMP4(
-        *recording.movURL, parts_.files.folder().mp4URL(recording.baseName),
+        *recording.movURL, parts_.files.folder().mp4URL(recording.baseName), MovieOrigin::found,
         [this] { return recordingsHaveHadTheirTurn(); });
     parts_.files.writeSidecar(
         recording.baseName, SidecarUpdate::interrupted(*sidecar, endedAt, remuxed.has_value()));

@@ -21,7 +21,7 @@ MovieRescue::rescue(std::filesystem::path movie) {
     if (fileManager_.fileExists(destination)) {
         co_return unexpected{FailureTexts::alreadyThere(destination)};
     }
-    const auto converted = co_await remuxer_.remuxToMP4(movie, destination);
+    const auto converted = co_await remuxer_.remuxToMP4(movie, destination, MovieOrigin::found);
     if (!converted) {
         co_return unexpected{FailureTexts::kept(converted.error(), name)};
     }

@@ -233,7 +233,7 @@ Recorder::stopAndKeep(std::filesystem::path finalMP4) {
     const auto generation = startGeneration_;
     const auto mov = *currentMovPath_;
     co_await stopCapture();
-    const auto converted = co_await remuxer_.remuxToMP4(mov, finalMP4);
+    const auto converted = co_await remuxer_.remuxToMP4(mov, finalMP4, MovieOrigin::justRecorded);
     becomeIdleUnlessRestarted(generation);
     if (!converted) {
         co_return unexpected(converted.error());

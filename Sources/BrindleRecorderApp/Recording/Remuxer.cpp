@@ -105,7 +105,8 @@ Remuxer::Remuxer(
       fileManager_{fileManager}, log_{diagnosticLog, systemLog, dateProvider} {}
 
 Task<Expected<void, RecorderError>> Remuxer::remuxToMP4(
-    std::filesystem::path source, std::filesystem::path destination, GiveWay giveWay) {
+    std::filesystem::path source, std::filesystem::path destination, MovieOrigin origin,
+    GiveWay giveWay) {
     if (giveWay) {
         co_await giveWay();
     }
@@ -118,7 +119,7 @@ Task<Expected<void, RecorderError>> Remuxer::remuxToMP4(
     // Of a conversion that was cut off; whatever becomes of this one, nobody comes back for it.
     const auto temporary = temporaryFor(destination);
     fileManager_.removeFileForGood(temporary);
-    const auto session = exporter_.makePassthroughExport(source);
+    const auto session = exporter_.makePassthroughExport(source, origin);
     if (!session) {
         log_.both(
             Level::error,

@@ -39,10 +39,12 @@ class Remuxer {
     /// unless damage inside it was left out: then it stays, and the log says how much.
     /// Fails with `remuxFailed` only, and then the source is still there. A destination that turned
     /// out shorter than its source stays beside it; of an export that failed nothing stays.
+    /// What was `found` is read through before it is believed.
     /// `giveWay`, where there is one, is awaited before each piece of the work, which the exporter
     /// does one after the other for everybody: the export, and each measurement.
     Task<Expected<void, RecorderError>> remuxToMP4(
-        std::filesystem::path source, std::filesystem::path destination, GiveWay giveWay = {});
+        std::filesystem::path source, std::filesystem::path destination, MovieOrigin origin,
+        GiveWay giveWay = {});
 
     /// Ends the conversions that are being copied now: each fails with "Export was cancelled.".
     void cancel();

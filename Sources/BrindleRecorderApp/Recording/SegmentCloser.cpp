@@ -60,8 +60,8 @@ Task<SegmentCloser::Ended> SegmentCloser::convertFailed(Segment segment, Recorde
     const auto movPath = folder.movURL(ended.segment.baseName);
     ended.hasMovie = parts_.fileManager.fileExists(movPath);
     if (ended.hasMovie) {
-        const auto remuxed =
-            co_await parts_.remuxer.remuxToMP4(movPath, folder.mp4URL(ended.segment.baseName));
+        const auto remuxed = co_await parts_.remuxer.remuxToMP4(
+            movPath, folder.mp4URL(ended.segment.baseName), MovieOrigin::justRecorded);
         ended.isConverted = remuxed.has_value();
     }
     ended.closedAt = parts_.dateProvider.now();

@@ -34,6 +34,13 @@ Expected<struct stat, FileError> statusOf(const Path& path) {
     return status;
 }
 
+bool areNamesOfOneFile(const Path& one, const Path& other) {
+    struct stat first {};
+    struct stat second {};
+    return ::lstat(one.c_str(), &first) == 0 && ::lstat(other.c_str(), &second) == 0 &&
+           first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
 /// Refuses folders, devices, pipes and the like.
 Expected<void, FileError> requireRegular(const struct stat& status, const Path& path) {
     if (S_ISDIR(status.st_mode)) {
@@ -235,6 +242,11 @@ PosixFileManager::appendToFile(const Path& path, std::string_view contents) {
 
 Expected<void, FileError> PosixFileManager::moveFile(const Path& from, const Path& to) {
     if (::rename(from.c_str(), to.c_str()) == -1) {
+        return failure(lastSystemError(), from);
+    }
+    // Between two names of one file in one folder the call does nothing, and says that it has.
+    if (from.parent_path() == to.parent_path() && from.filename() != to.filename() &&
+        areNamesOfOneFile(from, to) && ::unlink(from.c_str()) == -1) {
         return failure(lastSystemError(), from);
     }
     return {};

@@ -129,12 +129,24 @@ CaptureServer::obey(const Message& message, std::vector<FileDescriptor> files) {
                 worker_.async([this] { recording_.finish(); });
                 return std::nullopt;
             },
+            [&](const Complete& order) -> std::optional<std::string> {
+                if (files.size() != 1) {
+                    return refuse("a completion without its file");
+                }
+                worker_.async([this, order, movie = shared(files[0])] {
+                    const auto answer = conversion_.complete(std::move(*movie), order.isAsWritten);
+                    tell(answer); // with the file closed
+                });
+                return std::nullopt;
+            },
             [&](const Convert&) -> std::optional<std::string> {
                 if (files.size() != 2) {
                     return refuse("a conversion without its files");
                 }
                 worker_.async([this, source = shared(files[0]), destination = shared(files[1])] {
-                    tell(conversion_.convert(std::move(*source), std::move(*destination)));
+                    const auto answer =
+                        conversion_.convert(std::move(*source), std::move(*destination));
+                    tell(answer);
                 });
                 return std::nullopt;
             },

@@ -1,4 +1,4 @@
-// One conversion or measurement of a movie.
+// Conversions and measurements of movies, one after the other.
 #pragma once
 
 #include "BrindleRecorderCore/Base/FileDescriptor.hpp"
@@ -7,9 +7,10 @@
 
 namespace brindle::capture {
 
-/// `convert` and `measure` block; the rest may be called on any thread meanwhile.
+/// `complete`, `convert` and `measure` block; the rest may be called on any thread meanwhile.
 class ConversionWork {
   public:
+    [[nodiscard]] Completed complete(FileDescriptor movie, bool isAsWritten);
     [[nodiscard]] Converted convert(FileDescriptor source, FileDescriptor destination);
     [[nodiscard]] Measured measure(FileDescriptor movie) const;
 
@@ -19,6 +20,8 @@ class ConversionWork {
     [[nodiscard]] double progress() const { return control_.progress; }
 
   private:
+    void begin();
+
     media::CopyControl control_;
 };
 

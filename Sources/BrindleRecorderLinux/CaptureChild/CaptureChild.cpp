@@ -47,6 +47,11 @@ void CaptureChild::listen(Listener listener) {
     }
 }
 
+void CaptureChild::stopListening() {
+    const std::lock_guard lock{mutex_};
+    listener_.reset();
+}
+
 bool CaptureChild::send(const Message& message, std::span<const int> descriptors) const {
     return socket_.send(encode(message), descriptors).has_value();
 }

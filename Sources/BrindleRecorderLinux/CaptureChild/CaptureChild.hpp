@@ -41,8 +41,11 @@ class CaptureChild {
     CaptureChild(const CaptureChild&) = delete;
     CaptureChild& operator=(const CaptureChild&) = delete;
 
-    /// Hears from now on, once, and hears of the end also where that was before.
+    /// Hears from now on, instead of who did before, and hears of the end also where that was
+    /// before.
     void listen(Listener listener);
+    /// Nobody hears from now on. A child that speaks all the same, but for its beats, is given up.
+    void stopListening();
     /// Fails when the child has gone or hangs; its end is then told, soon.
     bool send(const Message& message, std::span<const int> descriptors = {}) const;
     /// Asks it to bring everything to a good end, and to go.

@@ -10,6 +10,13 @@
 
 namespace brindle::capture {
 
+namespace {
+
+constexpr int beatsBetweenPiecesOfWork = 2;
+constexpr int beatsUntilMovieIsClosed = 20;
+
+} // namespace
+
 CaptureChildren::CaptureChildren(MainLoop& mainLoop, std::filesystem::path program, Log log)
     : mainLoop_{mainLoop}, file_{std::move(program)}, log_{std::move(log)},
       program_{FileDescriptor::open(file_, O_RDONLY)} {}
@@ -68,6 +75,54 @@ Expected<std::shared_ptr<CaptureChild>, PlatformError> CaptureChildren::takeRead
     return start();
 }
 
+void CaptureChildren::expectConversion() {
+    {
+        const std::lock_guard lock{mutex_};
+        if (forConversion_.child) {
+            return;
+        }
+    }
+    if (auto child = start()) {
+        const std::lock_guard lock{mutex_};
+        letGo(forConversion_);
+        forConversion_ = {.child = std::move(*child), .beats = beatsUntilMovieIsClosed};
+    }
+}
+
+Expected<std::shared_ptr<CaptureChild>, PlatformError> CaptureChildren::takeForConversion() {
+    return take(forConversion_);
+}
+
+Expected<std::shared_ptr<CaptureChild>, PlatformError> CaptureChildren::takeForMovie() {
+    return take(forMovie_);
+}
+
+void CaptureChildren::keepForMovie(std::shared_ptr<CaptureChild> child) {
+    const std::lock_guard lock{mutex_};
+    letGo(forMovie_);
+    forMovie_ = {.child = std::move(child), .beats = beatsBetweenPiecesOfWork};
+}
+
+Expected<std::shared_ptr<CaptureChild>, PlatformError> CaptureChildren::take(Kept& kept) {
+    std::shared_ptr<CaptureChild> taken;
+    {
+        const std::lock_guard lock{mutex_};
+        taken = std::exchange(kept.child, nullptr);
+    }
+    if (taken && !taken->hasEnded()) {
+        return taken;
+    }
+    return start();
+}
+
+/// With the mutex held.
+void CaptureChildren::letGo(Kept& kept) {
+    if (kept.child) {
+        kept.child->letGo();
+        leaving_.push_back(std::exchange(kept.child, nullptr));
+    }
+}
+
 void CaptureChildren::beatLater() {
     nextBeat_ = mainLoop_.after(betweenBeats, [this] { beat(); });
 }
@@ -85,6 +140,11 @@ void CaptureChildren::beat() {
             }
             return !lives;
         });
+        for (Kept* const kept : {&forConversion_, &forMovie_}) {
+            if (--kept->beats < 0) {
+                letGo(*kept);
+            }
+        }
         std::erase_if(leaving_, [](const auto& child) { return child->hasEnded(); });
     }
     for (const auto& child : living) {

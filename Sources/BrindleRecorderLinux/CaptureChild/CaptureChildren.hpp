@@ -18,7 +18,7 @@
 
 namespace brindle::capture {
 
-/// Main thread only, but for `start` and `takeReady`.
+/// Main thread only, but where it says otherwise.
 class CaptureChildren {
   public:
     using Log = std::function<void(std::string_view line)>;
@@ -44,9 +44,27 @@ class CaptureChildren {
     /// The child that is ready, if it still lives, or a new one. Any thread.
     [[nodiscard]] Expected<std::shared_ptr<CaptureChild>, PlatformError> takeReady();
 
+    /// A movie is about to be closed, and to be converted then: has a child load its libraries
+    /// meanwhile. It goes when nobody takes it for some seconds. Any thread.
+    void expectConversion();
+    /// A new child for a conversion. Any thread.
+    [[nodiscard]] Expected<std::shared_ptr<CaptureChild>, PlatformError> takeForConversion();
+    /// A child that has just converted or measured, or a new one: what one movie needs of both is
+    /// done by one. Any thread.
+    [[nodiscard]] Expected<std::shared_ptr<CaptureChild>, PlatformError> takeForMovie();
+    /// Keeps a child that has done its work in good order, about a second long. Any thread.
+    void keepForMovie(std::shared_ptr<CaptureChild> child);
+
   private:
     void beat();
     void beatLater();
+    /// A child that nobody has taken yet.
+    struct Kept {
+        std::shared_ptr<CaptureChild> child;
+        int beats = 0; ///< so many more it is kept
+    };
+    [[nodiscard]] Expected<std::shared_ptr<CaptureChild>, PlatformError> take(Kept& kept);
+    void letGo(Kept& kept);
     void sayIfUnconfined(const CaptureChild& child);
 
     MainLoop& mainLoop_;
@@ -58,6 +76,8 @@ class CaptureChildren {
     std::mutex mutex_; ///< guards what follows
     std::vector<std::weak_ptr<CaptureChild>> children_;
     std::shared_ptr<CaptureChild> ready_;
+    Kept forConversion_; ///< new
+    Kept forMovie_;      ///< used
     /// Let go, and kept until they have gone, for which nobody should wait.
     std::vector<std::shared_ptr<CaptureChild>> leaving_;
     /// Gone once this is; what was posted asks it first.

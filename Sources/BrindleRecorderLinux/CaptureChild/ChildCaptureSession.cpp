@@ -42,6 +42,9 @@ void ChildMovieFileOutput::startRecording(
 
 void ChildMovieFileOutput::stopRecording() {
     if (const auto current = child()) {
+        if (const auto session = session_.lock(); session && current->isRecording()) {
+            session->expectConversion();
+        }
         current->finish();
     }
 }

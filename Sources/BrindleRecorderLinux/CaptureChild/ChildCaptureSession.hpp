@@ -130,6 +130,8 @@ class ChildCaptureSession final : public CaptureSession,
     [[nodiscard]] bool hasInput(MediaType mediaType) const {
         return deviceName(mediaType).has_value();
     }
+    /// What is recorded is about to be closed.
+    void expectConversion() { children_.expectConversion(); }
     /// While the session runs. Capture-session queue.
     [[nodiscard]] std::shared_ptr<capture::RecordingChild> child() const { return child_; }
 

@@ -49,8 +49,9 @@ struct ChildExportSession::State {
 };
 
 ChildExportSession::ChildExportSession(
-    MainLoop& mainLoop, capture::CaptureChildren& children, std::filesystem::path source)
-    : mainLoop_{mainLoop}, children_{children}, source_{std::move(source)},
+    MainLoop& mainLoop, capture::CaptureChildren& children, std::filesystem::path source,
+    MovieOrigin origin)
+    : mainLoop_{mainLoop}, children_{children}, source_{std::move(source)}, origin_{origin},
       state_{std::make_shared<State>()} {}
 
 ChildExportSession::~ChildExportSession() {
@@ -90,7 +91,11 @@ void ChildExportSession::exportAsynchronously(std::function<void()> completion) 
         return;
     }
     state_->child = std::make_unique<capture::MovieChild>(
-        children_, capture::MovieChild::Order{.source = source_, .destination = destination_},
+        children_,
+        capture::MovieChild::Order{
+            .source = source_,
+            .destination = destination_,
+            .isAsWritten = origin_ == MovieOrigin::justRecorded},
         answered);
 }
 

@@ -17,7 +17,8 @@ class ChildExportSession final : public ExportSession {
   public:
     /// Both outlive the session.
     ChildExportSession(
-        MainLoop& mainLoop, capture::CaptureChildren& children, std::filesystem::path source);
+        MainLoop& mainLoop, capture::CaptureChildren& children, std::filesystem::path source,
+        MovieOrigin origin);
     /// Cancels a running export and waits for it to end.
     ~ChildExportSession() override;
     ChildExportSession(const ChildExportSession&) = delete;
@@ -39,6 +40,7 @@ class ChildExportSession final : public ExportSession {
     MainLoop& mainLoop_;
     capture::CaptureChildren& children_;
     std::filesystem::path source_;
+    MovieOrigin origin_;
     std::filesystem::path destination_;
     MovieFileType fileType_ = MovieFileType::mpeg4;
     std::shared_ptr<State> state_;

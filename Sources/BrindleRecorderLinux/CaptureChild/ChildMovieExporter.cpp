@@ -25,12 +25,12 @@ ChildMovieExporter::~ChildMovieExporter() {
 }
 
 std::shared_ptr<ExportSession>
-ChildMovieExporter::makePassthroughExport(const std::filesystem::path& source) {
+ChildMovieExporter::makePassthroughExport(const std::filesystem::path& source, MovieOrigin origin) {
     std::error_code error;
     if (!std::filesystem::is_regular_file(source, error)) {
         return nullptr;
     }
-    return std::make_shared<ChildExportSession>(mainLoop_, children_, source);
+    return std::make_shared<ChildExportSession>(mainLoop_, children_, source, origin);
 }
 
 void ChildMovieExporter::loadDuration(

@@ -29,7 +29,7 @@ class ChildMovieExporter final : public MovieExporter {
     /// Nothing when the source is no regular file. A session that is destroyed while it runs is
     /// cancelled first: nothing is written any more, and its completion is not called.
     [[nodiscard]] std::shared_ptr<ExportSession>
-    makePassthroughExport(const std::filesystem::path& source) override;
+    makePassthroughExport(const std::filesystem::path& source, MovieOrigin origin) override;
     void loadDuration(
         const std::filesystem::path& movie,
         std::function<void(std::optional<Seconds>)> answer) override;

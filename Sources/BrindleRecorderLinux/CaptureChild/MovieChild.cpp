@@ -1,5 +1,6 @@
 #include "BrindleRecorderLinux/CaptureChild/MovieChild.hpp"
 
+#include "BrindleRecorderLinux/CaptureChild/SecondName.hpp"
 #include "BrindleRecorderLinux/CaptureLink/CaptureErrors.hpp"
 #include "BrindleRecorderLinux/CaptureLink/OutputFile.hpp"
 
@@ -8,6 +9,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <span>
 #include <system_error>
 #include <utility>
 #include <variant>
@@ -39,8 +41,9 @@ struct MovieChild::State {
     std::condition_variable changed;
     std::shared_ptr<CaptureChild> child;
     bool isCancelled = false;
+    bool hasBegun = false; ///< the child's thread alone
     double progress = 0;
-    std::optional<Expected<Message, PlatformError>> result;
+    std::optional<Expected<Message, PlatformError>> result; ///< of what was asked last
 
     void settle(Expected<Message, PlatformError> outcome) {
         const Lock lock{mutex};
@@ -62,23 +65,50 @@ struct MovieChild::State {
             return unexpected{source.error()};
         }
         if (!waitForItsWriter()) {
-            return unexpected{systemError(ECANCELED)};
+            return cancelled();
         }
-        std::optional<OutputFile> destination;
-        if (order.destination) {
-            auto created = OutputFile::create(*order.destination);
-            if (!created) {
-                return unexpected{std::move(created.error())};
-            }
-            destination = std::move(*created);
+        if (!order.destination) {
+            return ask(Measure{}, std::array{source->number()});
         }
-        auto outcome = ask(*source, destination);
-        if (destination && !outcome && destination->size() == 0) {
+        if (auto completed = completeInPlace()) {
+            return std::move(*completed);
+        }
+        return copy(*source);
+    }
+
+    /// Nothing when the source has to be copied.
+    std::optional<Expected<Message, PlatformError>> completeInPlace() {
+        const auto second = SecondName::give(order.source, *order.destination);
+        if (!second) {
+            return std::nullopt;
+        }
+        const auto outcome =
+            ask(Complete{.isAsWritten = order.isAsWritten}, std::array{second->number()});
+        const auto* const completed = outcome ? std::get_if<Completed>(&*outcome) : nullptr;
+        if (completed != nullptr && !completed->why) {
+            return Message{Converted{}};
+        }
+        second->takeBack();
+        const Lock lock{mutex};
+        return isCancelled ? std::optional{cancelled()} : std::nullopt;
+    }
+
+    Expected<Message, PlatformError> copy(const FileDescriptor& source) {
+        const auto destination = OutputFile::create(*order.destination);
+        if (!destination) {
+            return unexpected{destination.error()};
+        }
+        auto outcome = ask(Convert{}, std::array{source.number(), destination->number()});
+        if (!outcome && destination->size() == 0) {
             // As if it had never been made.
             std::error_code ignored;
             std::filesystem::remove(*order.destination, ignored);
         }
         return outcome;
+    }
+
+    static Expected<Message, PlatformError> cancelled() {
+        return unexpected{systemError(ECANCELED)};
     }
 
     [[nodiscard]] Expected<FileDescriptor, PlatformError> openSource() const {
@@ -101,26 +131,25 @@ struct MovieChild::State {
         return !isCancelled;
     }
 
-    Expected<Message, PlatformError>
-    ask(const FileDescriptor& source, const std::optional<OutputFile>& destination) {
-        auto started = children.start();
+    Expected<Message, PlatformError> ask(const Message& message, std::span<const int> files) {
+        {
+            const Lock lock{mutex};
+            result.reset();
+        }
+        // A conversion begins with a new one: what another movie has done to it is that one's.
+        const bool begins = order.destination && !std::exchange(hasBegun, true);
+        auto started = begins ? children.takeForConversion() : children.takeForMovie();
         if (!started) {
             return unexpected{std::move(started.error())};
         }
         const std::shared_ptr<CaptureChild> running = *started;
         running->listen(
-            {.told = [this](const Message& message) { told(message); },
+            {.told = [this](const Message& said) { told(said); },
              .ended =
                  [this](const PlatformError& how) {
                      settle(unexpected{how});
                  }});
-        if (destination) {
-            const std::array<int, 2> files{source.number(), destination->number()};
-            static_cast<void>(running->send(Convert{}, files));
-        } else {
-            const std::array<int, 1> files{source.number()};
-            static_cast<void>(running->send(Measure{}, files));
-        }
+        static_cast<void>(running->send(message, files));
         Lock lock{mutex};
         child = running;
         if (isCancelled) {
@@ -129,13 +158,31 @@ struct MovieChild::State {
         changed.wait(lock, [this] { return result.has_value(); });
         child.reset();
         auto outcome = *result;
+        const bool mayDoMore = outcome && isAnswerTo(message, *outcome) && !isCancelled;
         lock.unlock();
+        running->stopListening();
+        if (mayDoMore) {
+            children.keepForMovie(running);
+            return outcome;
+        }
         running->letGo();
         // Its memory is given back, and its hold of the files.
         if (!running->waitUntilEnded(std::chrono::seconds{5})) {
             running->kill();
         }
+        if (outcome && !isAnswerTo(message, *outcome)) {
+            return unexpected{recordingError("the capture program answers something else")};
+        }
         return outcome;
+    }
+
+    static bool isAnswerTo(const Message& message, const Message& answer) {
+        return (std::holds_alternative<Complete>(message) &&
+                std::holds_alternative<Completed>(answer)) ||
+               (std::holds_alternative<Convert>(message) &&
+                std::holds_alternative<Converted>(answer)) ||
+               (std::holds_alternative<Measure>(message) &&
+                std::holds_alternative<Measured>(answer));
     }
 
     void told(const Message& message) {
@@ -147,8 +194,6 @@ struct MovieChild::State {
         const auto* const converted = std::get_if<Converted>(&message);
         if (converted != nullptr && converted->error) {
             settle(unexpected{*converted->error});
-        } else if ((converted != nullptr) != order.destination.has_value()) {
-            settle(unexpected{recordingError("the capture program answers something else")});
         } else {
             settle(message);
         }

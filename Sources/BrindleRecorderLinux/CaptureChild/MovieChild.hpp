@@ -1,4 +1,4 @@
-// A run of the capture program that converts or measures one movie.
+// Converts or measures one movie by a run of the capture program.
 #pragma once
 
 #include "BrindleRecorderApp/Platform/PlatformError.hpp"
@@ -18,10 +18,13 @@ namespace brindle::capture {
 /// being closed, by the capture program of a recorder that has gone, is waited for.
 class MovieChild {
   public:
-    /// What is to be done: a conversion into the new file `destination`, or a measurement.
+    /// What is to be done: a conversion into the new file `destination`, or a measurement. A
+    /// conversion makes the source the new file, under a second name, wherever that can be done,
+    /// and copies it otherwise.
     struct Order {
         std::filesystem::path source;
         std::optional<std::filesystem::path> destination;
+        bool isAsWritten = false; ///< nothing can have happened to the source's samples
     };
     /// `Converted` or `Measured`, as was asked for; or an error, when there is no such answer.
     using Answer = std::function<void(Expected<Message, PlatformError> answer)>;

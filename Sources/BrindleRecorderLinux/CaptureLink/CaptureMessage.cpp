@@ -142,6 +142,11 @@ template <class Parts>
 void list(Parts& /*parts*/, FinishMovie& /*message*/) {}
 
 template <class Parts>
+void list(Parts& parts, Complete& message) {
+    parts("asWritten", message.isAsWritten);
+}
+
+template <class Parts>
 void list(Parts& /*parts*/, Convert& /*message*/) {}
 
 template <class Parts>
@@ -181,6 +186,11 @@ void list(Parts& parts, PicturesDropped& message) {
 }
 
 template <class Parts>
+void list(Parts& parts, Completed& message) {
+    parts("why", message.why);
+}
+
+template <class Parts>
 void list(Parts& parts, Converted& message) {
     parts("error", message.error);
     parts("damaged", message.damagedBytes);
@@ -193,9 +203,9 @@ void list(Parts& parts, Measured& message) {
 
 /// What the messages themselves are called, in the order of their kinds.
 constexpr std::array<std::string_view, std::variant_size_v<Message>> names{
-    "hello",  "beat",     "open",    "begin",     "release", "retake",
-    "finish", "convert",  "measure", "cancel",    "opened",  "agreed",
-    "failed", "finished", "dropped", "converted", "measured"};
+    "hello",    "beat",    "open",      "begin",     "release", "retake", "finish",
+    "complete", "convert", "measure",   "cancel",    "opened",  "agreed", "failed",
+    "finished", "dropped", "completed", "converted", "measured"};
 
 class Writer {
   public:

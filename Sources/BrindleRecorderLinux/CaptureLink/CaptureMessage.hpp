@@ -67,6 +67,13 @@ struct FinishMovie {
     friend bool operator==(const FinishMovie&, const FinishMovie&) = default;
 };
 
+/// Makes an MP4 file of the recording that comes along, where it stands, if it can be made one.
+/// Comes open for reading and writing, with nobody else writing it. Answered by `Completed`.
+struct Complete {
+    bool isAsWritten = false; ///< nothing can have happened to its samples
+    friend bool operator==(const Complete&, const Complete&) = default;
+};
+
 /// Copies the readable samples of the first file that comes along into the second, which is new and
 /// empty, as an MP4. Answered by `Converted`.
 struct Convert {
@@ -119,6 +126,11 @@ struct PicturesDropped {
     friend bool operator==(const PicturesDropped&, const PicturesDropped&) = default;
 };
 
+struct Completed {
+    std::optional<std::string> why; ///< it stays as it was; absent when it is an MP4 file now
+    friend bool operator==(const Completed&, const Completed&) = default;
+};
+
 struct Converted {
     std::optional<PlatformError> error;
     std::int64_t damagedBytes = 0; ///< left out although readable samples come after them
@@ -131,9 +143,9 @@ struct Measured {
 };
 
 using Message = std::variant<
-    Hello, Beat, OpenDevices, BeginMovie, ReleaseCamera, RetakeCamera, FinishMovie, Convert,
-    Measure, Cancel, Opened, CameraAgreed, CaptureFailed, MovieFinished, PicturesDropped, Converted,
-    Measured>;
+    Hello, Beat, OpenDevices, BeginMovie, ReleaseCamera, RetakeCamera, FinishMovie, Complete,
+    Convert, Measure, Cancel, Opened, CameraAgreed, CaptureFailed, MovieFinished, PicturesDropped,
+    Completed, Converted, Measured>;
 
 /// Never longer than `MessageSocket::longestMessage`: texts that are too long are cut.
 std::string encode(const Message& message);

@@ -2,8 +2,11 @@
 
 #include "BrindleRecorderLinux/CaptureLink/CaptureErrors.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <cstdio>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -54,6 +57,44 @@ int OutputFile::write(std::span<const std::uint8_t> bytes) const {
         }
         bytes = bytes.subspan(static_cast<std::size_t>(written));
     }
+    return 0;
+}
+
+int OutputFile::copy(int file, std::int64_t offset, std::int64_t size) const {
+    const std::int64_t begin = seek(0, SEEK_CUR);
+    std::int64_t left = size;
+    bool isBySystem = true;
+    std::vector<std::uint8_t> buffer;
+    while (left > 0) {
+        if (isBySystem) {
+            const ssize_t copied = copy_file_range(
+                file, &offset, file_.number(), nullptr, static_cast<std::size_t>(left), 0);
+            if (copied > 0) {
+                left -= copied;
+            } else if (copied == 0) {
+                return EIO; // the other file has become shorter
+            } else if (errno == ENOSPC || errno == EIO || errno == EFBIG || errno == EDQUOT) {
+                return errno;
+            } else if (errno != EINTR) {
+                isBySystem = false; // not between these two
+            }
+            continue;
+        }
+        constexpr std::int64_t piece = std::int64_t{1} << 20U;
+        buffer.resize(static_cast<std::size_t>(std::min(left, piece)));
+        const ssize_t count =
+            uninterrupted([&] { return pread(file, buffer.data(), buffer.size(), offset); });
+        if (count <= 0) {
+            return count < 0 ? errno : EIO;
+        }
+        if (const int error = write(std::span{buffer}.first(static_cast<std::size_t>(count)));
+            error != 0) {
+            return error;
+        }
+        offset += count;
+        left -= count;
+    }
+    static_cast<void>(sync_file_range(file_.number(), begin, size, SYNC_FILE_RANGE_WRITE));
     return 0;
 }
 

@@ -30,6 +30,9 @@ class OutputFile {
 
     // These answer 0 or an errno, as the media library wants to hear it.
     [[nodiscard]] int write(std::span<const std::uint8_t> bytes) const;
+    /// Copies bytes of another file, by itself where the file system can, and has the disk begin to
+    /// write them, so that less is left for the sync.
+    [[nodiscard]] int copy(int file, std::int64_t offset, std::int64_t size) const;
     [[nodiscard]] int sync() const;
     [[nodiscard]] int truncate(std::int64_t size) const;
 

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 
 namespace brindle::media {
@@ -14,8 +15,11 @@ class ByteSource {
   public:
     virtual ~ByteSource() = default;
 
-    /// Bytes. Never changes.
+    /// Bytes. Changes by nobody but whoever writes through this object.
     [[nodiscard]] virtual std::int64_t size() const = 0;
+
+    /// The open file whose bytes these are, at the same places; nothing where they are no file's.
+    [[nodiscard]] virtual std::optional<int> file() const { return std::nullopt; }
 
     /// Fills the buffer with the bytes from `offset` (0 or more) on. Answers how many there were:
     /// fewer than asked for only where the source ends. Fails with an `errno`.

@@ -25,18 +25,20 @@ FileBytes::of(FileDescriptor file, const std::atomic<bool>& cancelled) {
     return std::unique_ptr<FileBytes>{new FileBytes{std::move(file), status.st_size, cancelled}};
 }
 
-Expected<std::size_t, int> FileBytes::readAt(std::int64_t offset, std::span<std::uint8_t> buffer) {
-    if (offset >= size_) {
+Expected<std::size_t, int> readFile(
+    const FileDescriptor& file, std::int64_t size, const std::atomic<bool>& cancelled,
+    std::int64_t offset, std::span<std::uint8_t> buffer) {
+    if (offset >= size) {
         return 0U;
     }
-    const std::size_t wanted = std::min(buffer.size(), static_cast<std::size_t>(size_ - offset));
+    const std::size_t wanted = std::min(buffer.size(), static_cast<std::size_t>(size - offset));
     std::size_t done = 0;
     while (done < wanted) {
-        if (cancelled_) {
+        if (cancelled) {
             return unexpected{ECANCELED};
         }
         const ssize_t count = pread(
-            file_.number(), buffer.data() + done, wanted - done,
+            file.number(), buffer.data() + done, wanted - done,
             offset + static_cast<std::int64_t>(done));
         if (count < 0 && errno == EINTR) {
             continue;
@@ -50,6 +52,10 @@ Expected<std::size_t, int> FileBytes::readAt(std::int64_t offset, std::span<std:
         done += static_cast<std::size_t>(count);
     }
     return done;
+}
+
+Expected<std::size_t, int> FileBytes::readAt(std::int64_t offset, std::span<std::uint8_t> buffer) {
+    return readFile(file_, size_, cancelled_, offset, buffer);
 }
 
 } // namespace brindle::media

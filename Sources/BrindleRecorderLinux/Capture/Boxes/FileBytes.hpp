@@ -7,9 +7,15 @@
 
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace brindle::media {
+
+/// Reads as a `ByteSource` of that size does.
+Expected<std::size_t, int> readFile(
+    const FileDescriptor& file, std::int64_t size, const std::atomic<bool>& cancelled,
+    std::int64_t offset, std::span<std::uint8_t> buffer);
 
 /// Stays as long as the file was when it was opened; whatever is appended later is not seen.
 class FileBytes final : public ByteSource {
@@ -21,6 +27,7 @@ class FileBytes final : public ByteSource {
     of(FileDescriptor file, const std::atomic<bool>& cancelled);
 
     [[nodiscard]] std::int64_t size() const override { return size_; }
+    [[nodiscard]] std::optional<int> file() const override { return file_.number(); }
     Expected<std::size_t, int> readAt(std::int64_t offset, std::span<std::uint8_t> buffer) override;
 
   private:

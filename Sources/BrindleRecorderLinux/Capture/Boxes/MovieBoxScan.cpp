@@ -42,6 +42,7 @@ class MovieScanner {
         const bool hasHeader = readMovieHeader();
         layout_.end = fileEnd_;
         layout_.fragmented = header_.fragmented && header_.indexedSamples == 0;
+        layout_.isEdited = header_.isEdited;
         if (header_.fragmented) {
             times_.resize(header_.tracks.size());
             readFragments();
@@ -107,7 +108,9 @@ class MovieScanner {
 
     /// Takes the fragment at `position_` and moves on behind its data. False when it is damaged.
     bool readFragment(const BoxHeader& box) {
-        auto fragment = fragmentAt(position_, box, times_);
+        auto fragment = aheadAt_ == position_ ? std::exchange(ahead_, std::nullopt)
+                                              : fragmentAt(position_, box, times_);
+        aheadAt_ = -1;
         if (!fragment) {
             return false;
         }
@@ -156,7 +159,13 @@ class MovieScanner {
     /// everything that follows into its past.
     bool isRefutedBy(std::int64_t next, const std::vector<TrackTime>& times) {
         const auto first = boxAt(next);
-        if (!first || first->type != boxType("moof") || fragmentAt(next, *first, times)) {
+        if (!first || first->type != boxType("moof")) {
+            return false;
+        }
+        if (auto fragment = fragmentAt(next, *first, times)) {
+            // It comes next, after these times.
+            aheadAt_ = next;
+            ahead_ = std::move(fragment);
             return false;
         }
         const auto firstFragment = fragmentAt(next, *first, times_);
@@ -292,6 +301,8 @@ class MovieScanner {
     int readError_ = 0;         ///< `errno`
     MovieHeader header_;
     std::vector<TrackTime> times_;
+    std::int64_t aheadAt_ = -1; ///< where the fragment is that has been read already
+    std::optional<MovieFragment> ahead_;
     MovieLayout layout_;
 };
 

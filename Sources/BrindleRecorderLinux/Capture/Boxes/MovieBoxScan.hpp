@@ -31,7 +31,8 @@ struct StandInBox {
 struct MovieLayout {
     /// The samples come in fragments behind the header, so the file can be read in one go.
     bool fragmented = false;
-    std::int64_t end = 0; ///< the view's
+    bool isEdited = false; ///< the header has edits
+    std::int64_t end = 0;  ///< the view's
     /// In order, not overlapping: `free` for damaged stretches, which fragments may have been lost
     /// with, and `mdat` for sound data whose own header is damaged.
     std::vector<StandInBox> standIns;

@@ -45,7 +45,10 @@ class FragmentParser {
         if (!boxes.ok() || dataBytes_ > fragment_.dataEnd - end_) {
             return std::nullopt;
         }
-        std::ranges::stable_sort(fragment_.samples, {}, &FragmentSample::offset);
+        // As a rule they are in order, and sorting would take longer than the rest.
+        if (!std::ranges::is_sorted(fragment_.samples, {}, &FragmentSample::offset)) {
+            std::ranges::stable_sort(fragment_.samples, {}, &FragmentSample::offset);
+        }
         return std::move(fragment_);
     }
 

@@ -17,6 +17,7 @@ struct TrackContents {
     TrackHeader header;
     SampleTable table;
     std::int64_t edits = 0; ///< that show media
+    bool isEdited = false;
 };
 
 /// Track header (ISO/IEC 14496-12, 8.3.2 `tkhd`).
@@ -88,6 +89,7 @@ bool readTrack(BigEndianReader boxes, TrackContents& track, int depth = 0) {
             break;
         case boxType("elst"):
             track.edits += countEdits(contents);
+            track.isEdited = true;
             break;
         case boxType("edts"):
         case boxType("mdia"):
@@ -156,6 +158,7 @@ std::optional<MovieHeader> parseMovieHeader(std::span<const std::uint8_t> payloa
             }
             movie.tracks.push_back(track.header);
             movie.indexedSamples += samplesToRead(track);
+            movie.isEdited = movie.isEdited || track.isEdited;
             chunks += track.table.chunkCount();
             tables.push_back(track.table);
         } else if (box->type == boxType("mvex")) {

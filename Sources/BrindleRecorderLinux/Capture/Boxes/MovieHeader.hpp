@@ -28,6 +28,7 @@ struct MovieHeader {
     /// That the header itself lists, as often as its edit lists repeat them.
     std::int64_t indexedSamples = 0;
     bool samplesOverlap = false; ///< of those; false where they are too many to look
+    bool isEdited = false;       ///< a track is not simply shown from its beginning
 };
 
 /// `payload` is the content of the `moov` box. Nothing when it makes no sense.

@@ -1,5 +1,7 @@
 #include "BrindleRecorderLinux/Capture/Convert/MovieView.hpp"
 
+#include "BrindleRecorderLinux/Capture/Boxes/BigEndianWriter.hpp"
+
 #include <algorithm>
 #include <array>
 #include <limits>
@@ -12,21 +14,15 @@ namespace {
 /// Enough to make reading cheap; samples that are longer go past it without being copied.
 constexpr int bufferSize = 256 * 1024;
 
-void putBigEndian(std::uint64_t value, std::span<std::uint8_t> bytes) {
-    std::for_each(bytes.rbegin(), bytes.rend(), [&value](std::uint8_t& byte) {
-        byte = static_cast<std::uint8_t>(value & 0xFFU);
-        value >>= 8U;
-    });
-}
-
 /// The head of a box (ISO/IEC 14496-12, 4.2), with a long size where the short one cannot hold it.
 std::span<const std::uint8_t>
 makeBoxHeader(const StandInBox& box, std::array<std::uint8_t, longestBoxHeader>& bytes) {
     const bool isLong = box.size > std::numeric_limits<std::uint32_t>::max();
-    putBigEndian(
+    BigEndianWriter::putNumber(
         isLong ? 1U : static_cast<std::uint64_t>(box.size), std::span{bytes}.subspan(0, 4));
-    putBigEndian(box.type, std::span{bytes}.subspan(4, 4));
-    putBigEndian(static_cast<std::uint64_t>(box.size), std::span{bytes}.subspan(8, 8));
+    BigEndianWriter::putNumber(box.type, std::span{bytes}.subspan(4, 4));
+    BigEndianWriter::putNumber(
+        static_cast<std::uint64_t>(box.size), std::span{bytes}.subspan(8, 8));
     return std::span{bytes}.first(isLong ? 16 : 8);
 }
 

@@ -1,12 +1,12 @@
 #include "BrindleRecorderLinux/Capture/Convert/Mp4Writer.hpp"
 
 #include "BrindleRecorderLinux/Capture/Boxes/BigEndianReader.hpp"
+#include "BrindleRecorderLinux/Capture/Convert/OutputTracks.hpp"
 #include "BrindleRecorderLinux/Capture/Media/MediaError.hpp"
 
 #include <algorithm>
 #include <array>
 #include <limits>
-#include <new>
 #include <utility>
 
 extern "C" {
@@ -15,10 +15,19 @@ extern "C" {
 
 namespace brindle::media {
 
+namespace {
+
+/// Whether the library hands samples out as they stand in the file: some it takes apart.
+bool standsInTheFile(AVCodecID coding) {
+    return coding == AV_CODEC_ID_H264 || coding == AV_CODEC_ID_AAC;
+}
+
+} // namespace
+
 Expected<std::unique_ptr<Mp4Writer>, PlatformError> Mp4Writer::create(
     capture::OutputFile file, std::span<const AVStream* const> streams, const MovieTags& tags,
-    std::int64_t roomForIndex) {
-    std::unique_ptr<Mp4Writer> writer{new Mp4Writer{std::move(file), roomForIndex}};
+    std::int64_t roomForIndex, std::optional<int> source) {
+    std::unique_ptr<Mp4Writer> writer{new Mp4Writer{std::move(file), roomForIndex, source}};
     if (auto begun = writer->begin(streams, tags); !begun) {
         return unexpected{std::move(begun.error())};
     }
@@ -34,41 +43,25 @@ Mp4Writer::begin(std::span<const AVStream* const> streams, const MovieTags& tags
     }
     format_.reset(format);
     format_->pb = file_->io();
-    // Samples go in as they are: times are not moved, nothing is converted.
-    format_->avoid_negative_ts = AVFMT_AVOID_NEG_TS_DISABLED;
-    format_->flags &= ~AVFMT_FLAG_AUTO_BSF;
+    const auto finestUnit = addTracks(*format_, streams);
+    if (!finestUnit) {
+        return unexpected{finestUnit.error()};
+    }
     format_->flush_packets = 0; // a call of the system for every sample is dear
-    // The units in which offsets between tracks are told. The default is a millisecond.
-    int finestUnit = 1000;
     for (const AVStream* source : streams) {
-        AVStream* const stream = avformat_new_stream(format_.get(), nullptr);
-        if (stream == nullptr) {
-            throw std::bad_alloc{};
-        }
-        if (const int result = avcodec_parameters_copy(stream->codecpar, source->codecpar);
-            result < 0) {
-            return unexpected{mediaError(result)};
-        }
-        stream->codecpar->codec_tag = 0; // MP4 has its own name for the coding
-        if (stream->codecpar->codec_id == AV_CODEC_ID_AAC && stream->codecpar->frame_size == 0) {
-            stream->codecpar->frame_size = 1024; // or the library warns of it each time
-        }
-        stream->time_base = source->time_base;
-        stream->avg_frame_rate = source->avg_frame_rate;
-        stream->sample_aspect_ratio = source->sample_aspect_ratio;
-        stream->disposition = source->disposition;
-        av_dict_copy(&stream->metadata, source->metadata, 0);
-        finestUnit = std::max(finestUnit, source->time_base.den);
         configurationBytes_ += source->codecpar->extradata_size;
         tracks_.push_back({source->index, source->time_base});
     }
     Options options;
-    options.set("movie_timescale", finestUnit);
+    options.set("movie_timescale", *finestUnit);
     options.set("moov_size", roomForIndex_);
     if (const int result = writeHeader(*format_, tags, options); result < 0) {
         return unexpected{errorFor(result)};
     }
+    avio_flush(file_->io());
     mediaEnd_ = avio_tell(file_->io());
+    // From the packet's own memory, past the buffer.
+    file_->io()->direct = source_ ? 1 : 0;
     return {};
 }
 
@@ -78,6 +71,10 @@ Expected<void, PlatformError> Mp4Writer::write(AVPacket& packet) {
         return {};
     }
     const auto index = static_cast<std::size_t>(track - tracks_.begin());
+    const AVCodecID coding = format_->streams[index]->codecpar->codec_id;
+    if (source_ && packet.pos >= 0 && standsInTheFile(coding)) {
+        file_->announce({packet.data, static_cast<std::size_t>(packet.size)}, *source_, packet.pos);
+    }
     packet.stream_index = static_cast<int>(index);
     packet.pos = -1;
     av_packet_rescale_ts(&packet, track->sourceTimeBase, format_->streams[index]->time_base);
@@ -103,6 +100,7 @@ Expected<void, PlatformError> Mp4Writer::write(AVPacket& packet) {
 }
 
 Expected<void, PlatformError> Mp4Writer::finish() {
+    file_->io()->direct = 0;
     // What room is left over becomes a box of its own and needs the head of one.
     constexpr std::int64_t shortestBox = 8;
     const bool fits = index_.upperBound(configurationBytes_) + shortestBox <= roomForIndex_;

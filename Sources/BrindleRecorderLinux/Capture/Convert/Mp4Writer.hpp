@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <utility>
 #include <vector>
@@ -21,10 +22,12 @@ class Mp4Writer {
   public:
     /// Begins the file, which is new, with a track for each of the streams, whose samples are going
     /// to come as their container hands them out, and with the movie's tags. `roomForIndex` bytes
-    /// are left at the front for the index; 0 puts it at the end.
+    /// are left at the front for the index; 0 puts it at the end. `source`, where there is one, is
+    /// the open file that holds the packets' content at the places that they name: it is copied
+    /// from there.
     static Expected<std::unique_ptr<Mp4Writer>, PlatformError> create(
         capture::OutputFile file, std::span<const AVStream* const> streams, const MovieTags& tags,
-        std::int64_t roomForIndex);
+        std::int64_t roomForIndex, std::optional<int> source);
 
     /// Takes the packet's content; its times are in the units of the stream that it comes from.
     /// Fails where the media library writes anything else: what it believes of a stream whose
@@ -40,8 +43,9 @@ class Mp4Writer {
         AVRational sourceTimeBase;
     };
 
-    Mp4Writer(capture::OutputFile file, std::int64_t roomForIndex)
-        : file_{std::make_unique<OutputStream>(std::move(file))}, roomForIndex_{roomForIndex} {}
+    Mp4Writer(capture::OutputFile file, std::int64_t roomForIndex, std::optional<int> source)
+        : file_{std::make_unique<OutputStream>(std::move(file))},
+          roomForIndex_{roomForIndex}, source_{source} {}
     Expected<void, PlatformError>
     begin(std::span<const AVStream* const> streams, const MovieTags& tags);
     [[nodiscard]] PlatformError errorFor(int result) const;
@@ -49,6 +53,7 @@ class Mp4Writer {
 
     std::unique_ptr<OutputStream> file_;
     std::int64_t roomForIndex_;
+    std::optional<int> source_;
     std::int64_t configurationBytes_ = 0;
     std::int64_t mediaEnd_ = 0; ///< in the file, of what has been written of samples
     FormatHandle format_;

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <limits>
 #include <new>
+#include <optional>
 #include <span>
 #include <string>
 #include <utility>
@@ -126,7 +127,9 @@ copyMovie(ByteSource& source, const MakeDestination& makeDestination, CopyContro
     }
     const auto writer = Mp4Writer::create(
         std::move(*destination), streams, MovieTags::of((*reader)->format()),
-        roomForIndex(*surveyed, streams));
+        roomForIndex(*surveyed, streams),
+        // What stands in for damage is in no file.
+        layout.standIns.empty() ? source.file() : std::nullopt);
     if (!writer) {
         return unexpected{writer.error()};
     }

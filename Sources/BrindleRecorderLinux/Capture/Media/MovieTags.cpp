@@ -13,6 +13,7 @@ namespace {
 
 constexpr const char* creationTimeKey = "creation_time";
 constexpr const char* programKey = "encoder";
+constexpr const char* programKeyOfMp4 = "encoding_tool"; // when it is written
 
 /// The index of a conversion has room for so much.
 constexpr std::size_t longestTag = 64;
@@ -50,6 +51,7 @@ int writeHeader(AVFormatContext& movie, const MovieTags& tags, Options& options)
     }
     set(movie, creationTimeKey, tags.creationTime);
     set(movie, programKey, tags.program);
+    set(movie, programKeyOfMp4, tags.program);
     return avformat_write_header(&movie, options.get());
 }
 

@@ -24,11 +24,19 @@ class OutputStream {
     /// The first bytes of the file, as far as they have been written: the size of its first box.
     [[nodiscard]] std::span<const std::uint8_t, 4> firstBytes() const { return firstBytes_; }
 
+    /// When bytes of that address are written next, they are those of the file at that offset, and
+    /// need not be written: they are copied, many at a time. The file must stay open meanwhile.
+    void announce(std::span<const std::uint8_t> bytes, int file, std::int64_t offset) {
+        announced_ = {.bytes = bytes, .file = file, .offset = offset};
+    }
+    /// Copies what has been put off. Answers 0 or an `errno`.
+    [[nodiscard]] int copyRun();
+
     /// Writes over what is there, past the library, whose buffer must have been flushed. Answers 0
     /// or an `errno`.
     [[nodiscard]] int overwrite(std::int64_t offset, std::span<const std::uint8_t> bytes);
     /// Returns when what has been flushed would survive a loss of power. Answers 0 or an `errno`.
-    [[nodiscard]] int sync() { return file_.sync(); }
+    [[nodiscard]] int sync();
 
   private:
     static std::int64_t seek(void* stream, std::int64_t offset, int whence);
@@ -40,7 +48,24 @@ class OutputStream {
         return static_cast<OutputStream*>(stream)->append({bytes, static_cast<std::size_t>(size)});
     }
 
+    /// Bytes in memory that another file holds as well.
+    struct Announced {
+        std::span<const std::uint8_t> bytes;
+        int file = -1;
+        std::int64_t offset = 0;
+    };
+    /// Bytes of another file that come next in this one.
+    struct Run {
+        int file = -1;
+        std::int64_t offset = 0;
+        std::int64_t size = 0;
+    };
+
+    void addToRun(const Announced& bytes);
+
     capture::OutputFile file_;
+    Announced announced_;
+    Run run_;
     std::array<std::uint8_t, 4> firstBytes_{};
     std::int64_t position_ = 0;
     int writeError_ = 0;

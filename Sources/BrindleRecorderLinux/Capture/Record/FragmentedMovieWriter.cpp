@@ -1,5 +1,7 @@
 #include "BrindleRecorderLinux/Capture/Record/FragmentedMovieWriter.hpp"
 
+#include "BrindleRecorderLinux/Capture/Boxes/MovieBox.hpp"
+#include "BrindleRecorderLinux/Capture/Boxes/MovieOpening.hpp"
 #include "BrindleRecorderLinux/Capture/Media/MediaError.hpp"
 #include "BrindleRecorderLinux/Capture/Media/MovieTags.hpp"
 
@@ -71,6 +73,8 @@ FragmentedMovieWriter::open(const std::vector<const AVCodecContext*>& encoders) 
     Options options;
     options.set("movflags", "frag_custom+empty_moov+default_base_moof");
     options.set("use_editlist", std::int64_t{0});
+    // The library counts places in the file from here on.
+    avio_write(io_.get(), MovieOpening::Bytes{}.data(), MovieOpening::length);
     if (const int result = writeHeader(*format_, MovieTags::ofNewMovie(), options); result < 0) {
         return settle(result);
     }
@@ -78,6 +82,22 @@ FragmentedMovieWriter::open(const std::vector<const AVCodecContext*>& encoders) 
     if (io_->error < 0) {
         return settle(io_->error);
     }
+    return writeOpening();
+}
+
+/// In front of the library's header, whose own file type box becomes a part of the room.
+Expected<void, PlatformError> FragmentedMovieWriter::writeOpening() {
+    const auto ownType = parseBoxHeader(std::span{opening_}.subspan(MovieOpening::length));
+    MovieOpening opening{.roomSize = leastMovieRoom, .index = {}};
+    if (ownType && ownType->type == boxType("ftyp")) {
+        opening.roomSize += static_cast<std::uint32_t>(ownType->size);
+    }
+    std::ranges::copy(opening.bytes(), opening_.begin());
+    collectsOpening_ = false;
+    if (const int error = file_.write(opening_); error != 0) {
+        return settle(AVERROR(error));
+    }
+    opening_ = {};
     intactSize_ = file_.size();
     return settle(AVERROR(file_.sync()));
 }
@@ -188,9 +208,13 @@ int FragmentedMovieWriter::writeBytes(void* opaque, const std::uint8_t* bytes, i
 #else
 int FragmentedMovieWriter::writeBytes(void* opaque, std::uint8_t* bytes, int count) {
 #endif
-    const auto* writer = static_cast<FragmentedMovieWriter*>(opaque);
+    auto* const writer = static_cast<FragmentedMovieWriter*>(opaque);
     if (writer->abandoned_) {
         return AVERROR_EXIT;
+    }
+    if (writer->collectsOpening_) {
+        writer->opening_.insert(writer->opening_.end(), bytes, bytes + count);
+        return count;
     }
     const int error = writer->file_.write({bytes, static_cast<std::size_t>(count)});
     return error == 0 ? count : AVERROR(error);

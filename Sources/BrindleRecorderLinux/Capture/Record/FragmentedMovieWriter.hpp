@@ -50,6 +50,7 @@ class FragmentedMovieWriter {
     explicit FragmentedMovieWriter(capture::OutputFile file) : file_{std::move(file)} {}
 
     Expected<void, PlatformError> open(const std::vector<const AVCodecContext*>& encoders);
+    Expected<void, PlatformError> writeOpening();
     Expected<void, PlatformError> writeSorted(bool atTheEnd);
     [[nodiscard]] const std::deque<EncodedPacket>* nextTrack(bool atTheEnd) const;
     Expected<void, PlatformError> mux(EncodedPacket packet);
@@ -65,6 +66,8 @@ class FragmentedMovieWriter {
     static std::int64_t seekFile(void* opaque, std::int64_t offset, int origin);
 
     capture::OutputFile file_;
+    std::vector<std::uint8_t> opening_; ///< collected until it is written in one piece
+    bool collectsOpening_ = true;
     IoHandle io_;
     FormatHandle format_;
     std::vector<AVRational> units_; ///< of the encoders' times
