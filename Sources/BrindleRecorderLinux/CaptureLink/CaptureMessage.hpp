@@ -15,7 +15,7 @@
 namespace brindle::capture {
 
 /// Rises with every change of the messages.
-inline constexpr std::int64_t protocolVersion = 3;
+inline constexpr std::int64_t protocolVersion = 4;
 
 /// The first message of either. Nothing that comes before it is looked at.
 struct Hello {

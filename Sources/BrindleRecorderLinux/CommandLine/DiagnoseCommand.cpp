@@ -1,5 +1,6 @@
 #include "BrindleRecorderLinux/CommandLine/DiagnoseCommand.hpp"
 
+#include "BrindleRecorderApp/Calls/ProgramName.hpp"
 #include "BrindleRecorderApp/Words/Diagnosis.hpp"
 #include "BrindleRecorderCore/Base/ByteCount.hpp"
 #include "BrindleRecorderCore/Base/FileManager.hpp"
@@ -14,7 +15,7 @@
 #include "BrindleRecorderLinux/PipeWire/AudioServerStateText.hpp"
 #include "BrindleRecorderLinux/PipeWire/PipeWireOnLoop.hpp"
 #include "BrindleRecorderLinux/Portal/Sandbox.hpp"
-#include "BrindleRecorderLinux/Processes/FileHolders.hpp"
+#include "BrindleRecorderLinux/Processes/FileUsers.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
 #include "BrindleRecorderLinux/Processes/ProgramOutput.hpp"
 #include "BrindleRecorderLinux/Windows/DesktopWindowList.hpp"
@@ -207,9 +208,9 @@ holdersOf(const NodeRecord& camera, const AudioGraph& graph, const ProcProcessRe
         }
     }
     if (const auto device = property(camera.properties, "api.v4l2.path"); !device.empty()) {
-        for (const auto pid : processesThatHold(device)) {
-            const auto program = processes.executablePath(pid);
-            names.insert(program ? program->filename().string() : fmt::format("process {}", pid));
+        for (const FileUser& user : FileUsers::of(device)) {
+            const auto name = ProgramName::of(user.pid, processes);
+            names.insert(name.value_or(fmt::format("process {}", user.pid)));
         }
     }
     return fmt::format("{}", fmt::join(names, ", "));
