@@ -34,6 +34,16 @@ Expected<struct stat, FileError> statusOf(const Path& path) {
     return status;
 }
 
+/// When the contents were last changed: systems give the same field one of two names.
+template <class Status>
+const timespec& modificationTime(const Status& status) {
+    if constexpr (requires { status.st_mtim; }) {
+        return status.st_mtim;
+    } else {
+        return status.st_mtimespec;
+    }
+}
+
 /// Refuses folders, devices, pipes and the like.
 Expected<void, FileError> requireRegular(const struct stat& status, const Path& path) {
     if (S_ISDIR(status.st_mode)) {
@@ -149,9 +159,8 @@ Expected<Date, FileError> PosixFileManager::modificationDate(const Path& path) c
     if (!status) {
         return unexpected{status.error()};
     }
-    return Date{
-        std::chrono::seconds{status->st_mtim.tv_sec} +
-        std::chrono::nanoseconds{status->st_mtim.tv_nsec}};
+    const timespec& time = modificationTime(*status);
+    return Date{std::chrono::seconds{time.tv_sec} + std::chrono::nanoseconds{time.tv_nsec}};
 }
 
 Expected<std::string, FileError>
