@@ -8,7 +8,7 @@ CALLS ?=
 COUNT ?=
 JOBS ?=
 
-.PHONY: help demo pictures run test test-long test-machine simulate mutate coverage bench lint analyze format install-dependencies clean
+.PHONY: help demo pictures run mac mac-tests test test-long test-machine simulate mutate coverage bench lint analyze format install-dependencies clean
 
 help:
 	@echo 'make demo [SCENE=crash]    watch a call being recorded, in a private desktop session; with'
@@ -17,6 +17,8 @@ help:
 	@echo 'make test-long             the tests that take minutes, or need Firefox and Plasma beside them'
 	@echo 'make test-machine          the built program with real kernel devices, in a virtual machine (minutes)'
 	@echo 'make run                   run the recorder here, in this desktop session'
+	@echo 'make mac                    build the macOS application here, without a Mac, and check what came out'
+	@echo 'make mac-tests              the tests of the macOS adapters, over GNUstep and stand-ins'
 	@echo 'make simulate [CALLS=10000] [SEED=7]  live through calls, crashes and power failures; with SEED'
 	@echo '                            alone repeat that one world; with SURVEY=1 tell every broken rule'
 	@echo 'make mutate [COUNT=200] [SEED=1] [JOBS=1]  plant so many single faults into the rules, each alone, and'
@@ -60,6 +62,14 @@ test-machine:
 	@scripts/install-dependencies build machine
 	@scripts/build $(PRESET) brindle-recorder
 	@scripts/run-tests $(PRESET) --machine
+
+mac:
+	@scripts/install-dependencies build mac
+	@scripts/mac
+
+mac-tests:
+	@scripts/install-dependencies build lint mac
+	@scripts/mac-tests
 
 simulate:
 	@scripts/install-dependencies build test
