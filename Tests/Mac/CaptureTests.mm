@@ -429,6 +429,7 @@ TEST_F(ExportTest, AFileThatCannotBeSyncedIsNotDone) {
     const auto session = begin();
     EXPECT_TRUE(eventually([&] { return completions_ == 1; }));
     EXPECT_EQ(session->status(), ExportSession::Status::failed);
+    ASSERT_TRUE(session->error());
     EXPECT_EQ(session->error()->domain, "POSIX");
     EXPECT_EQ(session->error()->code, ENOENT);
 }

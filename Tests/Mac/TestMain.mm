@@ -1,6 +1,9 @@
 // The tests of the macOS adapters.
+#include "Support/TemporaryFolder.hpp"
+
 #import <AppKit/AppKit.h>
 
+#include <cstdlib>
 #include <gtest/gtest.h>
 
 #if __has_feature(address_sanitizer)
@@ -29,6 +32,9 @@ class PoolForEachTest : public testing::EmptyTestEventListener {
 
 int main(int argumentCount, char** arguments) {
     testing::InitGoogleTest(&argumentCount, arguments);
+    // Whatever a test records, keeps or removes, it is never the user's.
+    const brindle::test::TemporaryFolder home;
+    setenv("HOME", home.path().c_str(), 1);
     @autoreleasepool {
         {
             // What GNUstep makes once and for all.

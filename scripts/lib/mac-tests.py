@@ -10,16 +10,9 @@ ROOT = Path(__file__).resolve().parent.parent.parent
 ADAPTERS = ROOT / "Sources/BrindleRecorderMac"
 TESTS = ROOT / "Tests/Mac"
 
-# What of core and application the adapters and their tests call.
-SHARED = [
-    "Sources/BrindleRecorderCore/Base/FileDescriptor.cpp",
-    "Sources/BrindleRecorderCore/Base/FileManager.cpp",
-    "Sources/BrindleRecorderCore/Base/PosixFileManager.cpp",
-    "Sources/BrindleRecorderCore/Recordings/MenuBarIconState.cpp",
-    "Sources/BrindleRecorderApp/Shell/MenuBarIconRenderer.cpp",
-    "Sources/BrindleRecorderApp/Words/StatusText.cpp",
-    "Tests/Support/TemporaryFolder.cpp",
-]
+SUPPORT = ROOT / "Tests/Support/TemporaryFolder.cpp"
+# Core and application as Linux's own tests are linked with them: they are tried with sanitizers there.
+LIBRARIES = [ROOT / f"build/dev/Sources/{name}/lib{name}.a" for name in ("BrindleRecorderApp", "BrindleRecorderCore")]
 
 OBJECTIVE_C = " ".join([
     "-fobjc-runtime=gcc", "-fblocks", "-fexceptions", "-fobjc-exceptions",
@@ -38,8 +31,8 @@ def main():
     common = (f"-gline-tables-only -O0 -fPIC -fno-omit-frame-pointer -pthread {sanitize} -DBRINDLE_STAND_IN "
               f"-I{ROOT}/Sources -I{ROOT}/Tests -I{TESTS} -I{TESTS}/GNUstep -isystem {TESTS}/Declarations/Shared/System")
     sources = [*ADAPTERS.rglob("*.mm"), *ADAPTERS.rglob("*.m"), *ADAPTERS.rglob("*.cpp"),
-               *TESTS.glob("*.mm"), *(TESTS / "GNUstep").glob("*.mm"), *(ROOT / name for name in SHARED)]
-    sources = sorted(source for source in sources if source.name != "main.mm" and "/Program/" not in str(source))
+               *TESTS.glob("*.mm"), *(TESTS / "GNUstep").glob("*.mm"), SUPPORT]
+    sources = sorted(source for source in sources if source.name != "main.mm")
     launcher = os.environ.get("BRINDLE_LAUNCHER", "")
     with open(folder / "build.ninja", "w", encoding="utf-8") as out:
         def rule(name, command):
@@ -58,7 +51,7 @@ def main():
             kind = {".mm": "objectivecxx", ".m": "objectivec", ".cpp": "cxx"}[source.suffix]
             out.write(f"build {name}: {kind} {source}{' | prefix.pch' if kind == 'objectivecxx' else ''}\n")
             objects.append(name)
-        out.write(f"build MacTests: link {' '.join(objects)}\n"
+        out.write(f"build MacTests: link {' '.join(objects)} {' '.join(map(str, LIBRARIES))}\n"
                   "  libraries = -lgtest -lgmock -lfmt -lBlocksRuntime -lgnustep-gui -lgnustep-base -lobjc\n")
 
 

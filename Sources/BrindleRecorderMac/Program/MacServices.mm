@@ -33,15 +33,15 @@ class MacServices::Implementation {
     Implementation& operator=(const Implementation&) = delete;
 
     DispatchMainLoop mainLoop;
-    const SystemDateProvider wallClock;
+    const SystemDateProvider wallClock{};
     SteadyDateProvider clock{wallClock, timeSinceBoot};
     VolumeFileManager files;
     DiagnosticLog& diagnosticLog = DiagnosticLog::shared();
     UnifiedSystemLog systemLog{std::string{AppInfo::bundleIdentifier}.c_str()};
     const EventLog log{diagnosticLog, systemLog, clock};
-    const RunningProcessRegistry processes;
+    const RunningProcessRegistry processes{};
     CoreAudioObjects audioObjects;
-    const QuartzWindowList windows;
+    const QuartzWindowList windows{};
     AVCaptureSystem captureSystem{[this](const std::string& line) {
         log.both(EventLog::Level::error, line);
     }};

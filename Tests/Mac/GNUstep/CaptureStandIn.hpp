@@ -44,6 +44,9 @@ struct CaptureStandIn {
     std::optional<std::string> exportWrites = "movie";
     bool exportWaits = false;                ///< until `endExport`
     std::map<std::string, CMTime> durations; ///< by path; a movie without one cannot be read
+    std::optional<CMTime> anyDuration;       ///< of every movie
+    /// A started movie is a file that grows with the time that it covers.
+    bool writesMovies = false;
 
     // --- What it was told ---
     std::vector<std::string> calls;

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <fstream>
+#include <mach/mach_time.h>
 #include <mutex>
 
 namespace brindle::test {
@@ -313,6 +314,7 @@ struct Output {
     id<AVCaptureFileOutputRecordingDelegate> delegate = nil; ///< not retained
     std::string path;
     double recorded = 1.5;
+    uint64_t startedAt = 0;
 };
 
 AVCaptureFileOutput* lastOutput = nil; // retained, between start and end
@@ -343,6 +345,10 @@ AVCaptureSession* lastSession = nil;   // not retained
     auto& output = recordOf<Output>(self);
     output.delegate = delegate;
     output.path = [[url path] UTF8String];
+    output.startedAt = mach_continuous_time();
+    if (captureStandIn.writesMovies) {
+        std::ofstream{output.path} << "captured";
+    }
     lastOutput = [self retain];
 }
 - (void)stopRecording {
@@ -354,6 +360,13 @@ AVCaptureSession* lastSession = nil;   // not retained
 - (CMTime)recordedDuration {
     const std::lock_guard lock{mutex};
     constexpr int perSecond = 10;
+    if (lastOutput == self && captureStandIn.writesMovies) {
+        constexpr uint64_t ticksPerTenth = 100'000'000 / 125 * 3;
+        const auto& output = recordOf<Output>(self);
+        const auto tenths = (mach_continuous_time() - output.startedAt) / ticksPerTenth;
+        std::ofstream{output.path, std::ios::app} << "more";
+        return CMTimeMake(static_cast<int64_t>(tenths), perSecond);
+    }
     return lastOutput == self
                ? CMTimeMake(
                      static_cast<int64_t>(recordOf<Output>(self).recorded * perSecond), perSecond)
@@ -481,7 +494,8 @@ void brindle::test::failSession(NSError* error) {
 }
 - (CMTime)duration {
     const std::lock_guard lock{mutex};
-    return captureStandIn.durations.at(recordOf<std::string>(self));
+    return captureStandIn.anyDuration ? *captureStandIn.anyDuration
+                                      : captureStandIn.durations.at(recordOf<std::string>(self));
 }
 - (void)loadValuesAsynchronouslyForKeys:(NSArray*)keys completionHandler:(void (^)(void))handler {
     note(std::string{"load "} + [[keys componentsJoinedByString:@","] UTF8String]);
@@ -496,8 +510,10 @@ void brindle::test::failSession(NSError* error) {
     static_cast<void>(error);
     const std::lock_guard lock{mutex};
     constexpr AVKeyValueStatus failed = 3;
-    return captureStandIn.durations.contains(recordOf<std::string>(self)) ? AVKeyValueStatusLoaded
-                                                                          : failed;
+    return captureStandIn.anyDuration ||
+                   captureStandIn.durations.contains(recordOf<std::string>(self))
+               ? AVKeyValueStatusLoaded
+               : failed;
 }
 @end
 
