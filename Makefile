@@ -10,7 +10,7 @@ JOBS ?=
 PREFIX ?= /usr/local
 DESTDIR ?=
 
-.PHONY: help demo pictures run install package test test-long test-machine simulate mutate coverage bench lint analyze format install-dependencies clean
+.PHONY: help demo pictures run install package mac mac-tests test test-long test-machine simulate mutate coverage bench lint analyze format install-dependencies clean
 
 help:
 	@echo 'make demo [SCENE=crash]    watch a call being recorded, in a private desktop session; with'
@@ -22,6 +22,8 @@ help:
 	@echo 'make install [PREFIX=/usr/local] [DESTDIR=]  build and install the programs, the desktop entry, icons, the'
 	@echo '                            manual page and all else that belongs to them'
 	@echo 'make package               build the Debian packages for the release that this machine runs'
+	@echo 'make mac                    build the macOS application here, without a Mac, and check what came out'
+	@echo 'make mac-tests              the tests of the macOS adapters, over GNUstep and stand-ins'
 	@echo 'make simulate [CALLS=10000] [SEED=7]  live through calls, crashes and power failures; with SEED'
 	@echo '                            alone repeat that one world; with SURVEY=1 tell every broken rule'
 	@echo 'make mutate [COUNT=200] [SEED=1] [JOBS=1]  plant so many single faults into the rules, each alone, and'
@@ -74,6 +76,14 @@ test-machine:
 	@scripts/install-dependencies build machine
 	@scripts/build $(PRESET) brindle-recorder
 	@scripts/run-tests $(PRESET) --machine
+
+mac:
+	@scripts/install-dependencies build mac
+	@scripts/mac
+
+mac-tests:
+	@scripts/install-dependencies build lint mac
+	@scripts/mac-tests
 
 simulate:
 	@scripts/install-dependencies build test

@@ -4,6 +4,7 @@
 #include "BrindleRecorderCore/Base/InternetDateTime.hpp"
 
 #include "Support/AppScene.hpp"
+#include "Support/NamedTimeZone.hpp"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -125,9 +126,7 @@ TEST_F(AppModelFailure, TheUserIsToldThatCaptureRestarts) {
 }
 
 TEST_F(AppModelFailure, TheTimeInTheWarningIsThatOfTheZone) {
-    const auto kathmandu = TimeZone::named("Asia/Kathmandu");
-    ASSERT_TRUE(kathmandu);
-    timeZone = *kathmandu;
+    timeZone = test::timeZoneNamed("Asia/Kathmandu");
     recordZoomCall();
     writingStops();
     settle();

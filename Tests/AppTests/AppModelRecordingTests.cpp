@@ -4,6 +4,7 @@
 #include "BrindleRecorderCore/Recordings/InterruptedScan.hpp"
 #include "BrindleRecorderCore/Recordings/SidecarStore.hpp"
 #include "Support/AppScene.hpp"
+#include "Support/NamedTimeZone.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -100,9 +101,7 @@ TEST_F(AppModelRecording, TheSidecarIsWrittenBeforeCaptureStarts) {
 }
 
 TEST_F(AppModelRecording, NamesAndTimesAreThoseOfTheZoneOfTheMoment) {
-    const auto kathmandu = TimeZone::named("Asia/Kathmandu");
-    ASSERT_TRUE(kathmandu);
-    timeZone = *kathmandu;
+    timeZone = test::timeZoneNamed("Asia/Kathmandu");
     recordZoomCall();
     EXPECT_THAT(folderContents(), ElementsAre("2026-03-14_1515.json", "2026-03-14_1515.mov"));
     EXPECT_EQ(sidecar("2026-03-14_1515").callName, "Zoom · Sat 15:15");

@@ -4,6 +4,7 @@
 #include "BrindleRecorderCore/Recordings/SidecarStore.hpp"
 #include "Support/AppScene.hpp"
 #include "Support/ExampleSidecar.hpp"
+#include "Support/NamedTimeZone.hpp"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -214,9 +215,7 @@ TEST_F(AppModelRepair, TheFolderSizeIsShownAnew) {
 }
 
 TEST_F(AppModelRepair, SidecarsAreWrittenInTheZoneOfTheMoment) {
-    const auto kathmandu = TimeZone::named("Asia/Kathmandu");
-    ASSERT_TRUE(kathmandu);
-    timeZone = *kathmandu;
+    timeZone = test::timeZoneNamed("Asia/Kathmandu");
     leaveInterrupted("b", true);
     launch();
     EXPECT_THAT(

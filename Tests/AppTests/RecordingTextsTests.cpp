@@ -1,6 +1,8 @@
 // The words that stay: in sidecars, in notifications, in the menu's warning.
 #include "BrindleRecorderApp/Words/RecordingTexts.hpp"
 
+#include "Support/NamedTimeZone.hpp"
+
 #include <gtest/gtest.h>
 
 #include <optional>
@@ -74,11 +76,10 @@ TEST(RecordingNotes, ACaptureFailureIsDatedInTheZoneOfTheDay) {
         RecordingNotes::captureFailure(
             moment, "The camera delivered no frames.", std::nullopt, TimeZone::utc()),
         "capture failed at 2026-03-14T09:30:12Z: The camera delivered no frames.");
-    const auto kathmandu = TimeZone::named("Asia/Kathmandu");
-    ASSERT_TRUE(kathmandu);
+    const TimeZone kathmandu = test::timeZoneNamed("Asia/Kathmandu");
     EXPECT_EQ(
         RecordingNotes::captureFailure(
-            moment, "Nothing was written for 10 s.", "2026-03-14_0930-2", *kathmandu),
+            moment, "Nothing was written for 10 s.", "2026-03-14_0930-2", kathmandu),
         "capture failed at 2026-03-14T15:15:12+05:45: Nothing was written for 10 s.; continued in "
         "2026-03-14_0930-2.mp4");
 }
@@ -155,9 +156,8 @@ TEST(RecordingMessages, ARepairCountsItsRecordings) {
 
 TEST(RecordingMessages, TheTimeOfDayIsThatOfTheZone) {
     EXPECT_EQ(RecordingMessages::timeOfDay(moment, TimeZone::utc()), "09:30");
-    const auto kathmandu = TimeZone::named("Asia/Kathmandu");
-    ASSERT_TRUE(kathmandu);
-    EXPECT_EQ(RecordingMessages::timeOfDay(moment, *kathmandu), "15:15");
+    const TimeZone kathmandu = test::timeZoneNamed("Asia/Kathmandu");
+    EXPECT_EQ(RecordingMessages::timeOfDay(moment, kathmandu), "15:15");
     EXPECT_EQ(RecordingMessages::timeOfDay(dateFromUnixSeconds(0), TimeZone::utc()), "00:00");
 }
 

@@ -3,6 +3,8 @@
 #include "BrindleRecorderCore/Base/InternetDateTime.hpp"
 #include "BrindleRecorderCore/Calls/CallCatalog.hpp"
 
+#include "Support/NamedTimeZone.hpp"
+
 #include <gtest/gtest.h>
 
 namespace brindle {
@@ -102,11 +104,11 @@ TEST(CallNaming, HasTwentyFourHoursThatBeginAtZero) {
 TEST(CallNaming, GoesByTheGivenTimeZone) {
     const Date lateOnTuesdayInUtc = date("2025-03-11T20:30:00Z");
     EXPECT_EQ(
-        CallNaming::name(std::nullopt, lateOnTuesdayInUtc, *TimeZone::named("Asia/Kathmandu")),
+        CallNaming::name(std::nullopt, lateOnTuesdayInUtc, test::timeZoneNamed("Asia/Kathmandu")),
         "Call · Wed 02:15");
     EXPECT_EQ(
         CallNaming::name(
-            std::nullopt, date("2025-03-11T03:00:00Z"), *TimeZone::named("America/Los_Angeles")),
+            std::nullopt, date("2025-03-11T03:00:00Z"), test::timeZoneNamed("America/Los_Angeles")),
         "Call · Mon 20:00");
 }
 

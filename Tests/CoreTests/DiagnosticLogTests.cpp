@@ -8,6 +8,7 @@
 #include "Support/ForwardingFileManager.hpp"
 #include "Support/InMemoryFileManager.hpp"
 #include "Support/ManualExecutor.hpp"
+#include "Support/NamedTimeZone.hpp"
 #include "Support/TemporaryFolder.hpp"
 
 #include <algorithm>
@@ -37,7 +38,7 @@ TEST(DiagnosticLogFormat, WritesTheTimeToTheMillisecondInTheZone) {
         DiagnosticLog::format("started", night, TimeZone::utc()),
         "2026-11-15T02:36:31.123Z started\n");
     EXPECT_EQ(
-        DiagnosticLog::format("started", night, *TimeZone::named("Europe/Berlin")),
+        DiagnosticLog::format("started", night, test::timeZoneNamed("Europe/Berlin")),
         "2026-11-15T03:36:31.123+01:00 started\n");
 }
 

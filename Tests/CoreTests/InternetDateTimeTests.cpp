@@ -1,5 +1,7 @@
 #include "BrindleRecorderCore/Base/InternetDateTime.hpp"
 
+#include "Support/NamedTimeZone.hpp"
+
 #include <gtest/gtest.h>
 
 namespace brindle {
@@ -11,16 +13,16 @@ TEST(InternetDateTime, WritesZOnlyForUtcItself) {
     EXPECT_EQ(InternetDateTime::format(piDay, TimeZone::utc()), "2025-03-14T09:30:12Z");
     // London in winter has UTC's offset without being UTC.
     EXPECT_EQ(
-        InternetDateTime::format(piDay, *TimeZone::named("Europe/London")),
+        InternetDateTime::format(piDay, test::timeZoneNamed("Europe/London")),
         "2025-03-14T09:30:12+00:00");
 }
 
 TEST(InternetDateTime, WritesOffsetsToTheMinute) {
     EXPECT_EQ(
-        InternetDateTime::format(piDay, *TimeZone::named("Asia/Kathmandu")),
+        InternetDateTime::format(piDay, test::timeZoneNamed("Asia/Kathmandu")),
         "2025-03-14T15:15:12+05:45");
     EXPECT_EQ(
-        InternetDateTime::format(piDay, *TimeZone::named("America/St_Johns")),
+        InternetDateTime::format(piDay, test::timeZoneNamed("America/St_Johns")),
         "2025-03-14T07:00:12-02:30");
 }
 
@@ -68,7 +70,7 @@ TEST(InternetDateTime, KeepsTheMomentInZonesThatWereOffBySeconds) {
     // Local mean time, as kept there until 1893 and 1920.
     for (const char* zone : {"Europe/Berlin", "Asia/Kathmandu", "America/New_York"}) {
         const Date date = *InternetDateTime::parse("1880-06-01T12:00:00Z");
-        const std::string text = InternetDateTime::format(date, *TimeZone::named(zone));
+        const std::string text = InternetDateTime::format(date, test::timeZoneNamed(zone));
         EXPECT_EQ(InternetDateTime::parse(text), date) << text;
     }
 }

@@ -5,6 +5,7 @@
 
 #include "Support/EnvironmentVariable.hpp"
 #include "Support/InMemoryFileManager.hpp"
+#include "Support/NamedTimeZone.hpp"
 #include "Support/TemporaryFolder.hpp"
 
 #include <array>
@@ -133,9 +134,9 @@ TEST(RecordingNaming, NamesByDateAndMinuteOfTheZone) {
     const Date morning = *InternetDateTime::parse("2026-01-03T09:05:59Z");
     EXPECT_EQ(RecordingNaming::baseName(morning, TimeZone::utc()), "2026-01-03_0905");
     EXPECT_EQ(
-        RecordingNaming::baseName(morning, *TimeZone::named("Asia/Tokyo")), "2026-01-03_1805");
+        RecordingNaming::baseName(morning, test::timeZoneNamed("Asia/Tokyo")), "2026-01-03_1805");
     EXPECT_EQ(
-        RecordingNaming::baseName(morning, *TimeZone::named("Pacific/Honolulu")),
+        RecordingNaming::baseName(morning, test::timeZoneNamed("Pacific/Honolulu")),
         "2026-01-02_2305");
 }
 

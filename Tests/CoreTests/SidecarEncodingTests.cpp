@@ -2,6 +2,7 @@
 #include "BrindleRecorderCore/Recordings/SidecarCoding.hpp"
 
 #include "Support/ExampleSidecar.hpp"
+#include "Support/NamedTimeZone.hpp"
 
 #include <fstream>
 #include <gtest/gtest.h>
@@ -20,8 +21,8 @@ std::string fixture(const std::string& name) {
     return contents.str();
 }
 
-TimeZone zone(std::string_view name) {
-    return *TimeZone::named(name);
+TimeZone zone(const std::string& name) {
+    return test::timeZoneNamed(name);
 }
 
 const TimeZone berlin = zone("Europe/Berlin");

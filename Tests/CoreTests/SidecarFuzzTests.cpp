@@ -3,6 +3,7 @@
 #include "BrindleRecorderCore/Recordings/SidecarCoding.hpp"
 
 #include "Support/ExampleSidecar.hpp"
+#include "Support/NamedTimeZone.hpp"
 #include "Support/RandomSource.hpp"
 
 #include <algorithm>
@@ -38,7 +39,7 @@ std::vector<std::string> validDocuments() {
     std::vector<std::string> documents;
     for (const Sidecar& sidecar : {exampleSidecar(), running, odd}) {
         for (const char* zone : {"UTC", "Asia/Kathmandu"}) {
-            documents.push_back(SidecarCoding::encode(sidecar, *TimeZone::named(zone)));
+            documents.push_back(SidecarCoding::encode(sidecar, test::timeZoneNamed(zone)));
         }
     }
     return documents;
@@ -123,7 +124,7 @@ TEST_F(SidecarFuzz, WhateverIsReadWritesAndReadsBackEqual) {
         }
         ++readable;
         const auto again = SidecarCoding::decode(
-            SidecarCoding::encode(*read, *TimeZone::named(random_.oneOf(zones))));
+            SidecarCoding::encode(*read, test::timeZoneNamed(random_.oneOf(zones))));
         ASSERT_TRUE(again) << again.error().message;
         EXPECT_TRUE(*again == *read);
     }

@@ -3,6 +3,7 @@
 #include "BrindleRecorderCore/Base/PosixFileManager.hpp"
 #include "Support/ExampleSidecar.hpp"
 #include "Support/InMemoryFileManager.hpp"
+#include "Support/NamedTimeZone.hpp"
 #include "Support/TemporaryFolder.hpp"
 
 #include <fstream>
@@ -57,7 +58,7 @@ TEST_F(SidecarStoreTest, ReadsWhatItWrote) {
 }
 
 TEST_F(SidecarStoreTest, WritesInTheZoneItIsGiven) {
-    const TimeZone kathmandu = *TimeZone::named("Asia/Kathmandu");
+    const TimeZone kathmandu = test::timeZoneNamed("Asia/Kathmandu");
     ASSERT_TRUE(SidecarStore::write(disk_, exampleSidecar(), path, kathmandu));
     EXPECT_NE(disk_.contents(path)->find("2025-03-14T14:15:12+05:45"), std::string::npos);
 }

@@ -41,6 +41,16 @@ bool areNamesOfOneFile(const Path& one, const Path& other) {
            first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
 
+/// When the contents were last changed: systems give the same field one of two names.
+template <class Status>
+const timespec& modificationTime(const Status& status) {
+    if constexpr (requires { status.st_mtim; }) {
+        return status.st_mtim;
+    } else {
+        return status.st_mtimespec;
+    }
+}
+
 /// Refuses folders, devices, pipes and the like.
 Expected<void, FileError> requireRegular(const struct stat& status, const Path& path) {
     if (S_ISDIR(status.st_mode)) {
@@ -156,9 +166,8 @@ Expected<Date, FileError> PosixFileManager::modificationDate(const Path& path) c
     if (!status) {
         return unexpected{status.error()};
     }
-    return Date{
-        std::chrono::seconds{status->st_mtim.tv_sec} +
-        std::chrono::nanoseconds{status->st_mtim.tv_nsec}};
+    const timespec& time = modificationTime(*status);
+    return Date{std::chrono::seconds{time.tv_sec} + std::chrono::nanoseconds{time.tv_nsec}};
 }
 
 Expected<std::string, FileError>

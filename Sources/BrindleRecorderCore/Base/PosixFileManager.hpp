@@ -8,7 +8,7 @@ namespace brindle {
 /// No state. Errors carry the system's error number in the generic category, so that they compare
 /// with std::errc. Modes are 0700 and 0600 whatever the umask; what was there already keeps its
 /// mode.
-class PosixFileManager final : public FileManager {
+class PosixFileManager : public FileManager {
   public:
     [[nodiscard]] Expected<std::vector<DirectoryEntry>, FileError>
     contentsOfDirectory(const std::filesystem::path& directory) const override;

@@ -2,25 +2,26 @@
 
 #include <future>
 #include <memory>
-#include <utility>
-
-#ifdef __linux__
 #include <pthread.h>
-#endif
+#include <utility>
 
 namespace brindle {
 
 namespace {
 
+// Some systems let a thread name any other, some only itself.
+[[maybe_unused]] void callNaming(int (*setName)(pthread_t, const char*), const char* name) {
+    setName(pthread_self(), name);
+}
+[[maybe_unused]] void callNaming(int (*setName)(const char*), const char* name) {
+    setName(name);
+}
+
 void nameCurrentThread(const std::string& label) {
-#ifdef __linux__
-    // The kernel keeps 15 characters; the end of a reverse-domain label tells more than its start.
+    // Linux keeps 15 characters; the end of a reverse-domain label tells more than its start.
     constexpr std::size_t longest = 15;
     const std::string name = label.size() <= longest ? label : label.substr(label.size() - longest);
-    pthread_setname_np(pthread_self(), name.c_str());
-#else
-    static_cast<void>(label);
-#endif
+    callNaming(pthread_setname_np, name.c_str());
 }
 
 } // namespace

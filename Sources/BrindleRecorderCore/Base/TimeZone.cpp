@@ -1,10 +1,8 @@
 #include "BrindleRecorderCore/Base/TimeZone.hpp"
 
 #include <ctime>
-#include <date/tz.h>
-#include <exception>
 #include <mutex>
-#include <string>
+#include <string_view>
 
 namespace brindle {
 
@@ -33,35 +31,12 @@ std::chrono::seconds localOffsetAt(Date date) {
 
 } // namespace
 
-TimeZone TimeZone::utc() {
-    return TimeZone{Source::utc};
-}
-
-std::optional<TimeZone> TimeZone::named(std::string_view name) {
-    if (isNameOfUtc(name)) {
-        return utc();
-    }
-    try {
-        return TimeZone{Source::database, date::locate_zone(std::string{name})};
-    } catch (const std::exception&) {
-        return std::nullopt;
-    }
-}
-
 TimeZone TimeZone::current() {
-    return isLocalTimeUtc() ? utc() : TimeZone{Source::cLibrary};
+    return isLocalTimeUtc() ? utc() : TimeZone{localOffsetAt};
 }
 
 std::chrono::seconds TimeZone::offsetAt(Date date) const {
-    switch (source_) {
-    case Source::utc:
-        break;
-    case Source::database:
-        return zone_->get_info(std::chrono::floor<std::chrono::seconds>(date)).offset;
-    case Source::cLibrary:
-        return localOffsetAt(date);
-    }
-    return std::chrono::seconds{0};
+    return rules_ ? rules_(date) : std::chrono::seconds{0};
 }
 
 LocalTime TimeZone::localTimeAt(Date date) const {

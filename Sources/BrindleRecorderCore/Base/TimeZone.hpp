@@ -4,12 +4,8 @@
 #include "BrindleRecorderCore/Base/Date.hpp"
 
 #include <chrono>
-#include <optional>
-#include <string_view>
-
-namespace date {
-class time_zone;
-} // namespace date
+#include <functional>
+#include <utility>
 
 namespace brindle {
 
@@ -30,31 +26,28 @@ struct LocalTime {
 /// A value; cheap to copy. All operations may be called from any thread.
 class TimeZone {
   public:
+    /// How far local time is ahead of UTC at a moment. Called on any thread.
+    using Rules = std::function<std::chrono::seconds(Date)>;
+
     /// Coordinated Universal Time.
-    static TimeZone utc();
-    /// The zone of that name in the IANA time-zone database ("Asia/Kathmandu"); nothing for an
-    /// unknown name or on a machine without the database.
-    static std::optional<TimeZone> named(std::string_view name);
+    static TimeZone utc() { return TimeZone{nullptr}; }
     /// The user's zone as the C library sees it, and so every other program: what the TZ variable
     /// says in any of its forms, else the machine's setting. The value follows later changes of
     /// either from the next call of this on.
     static TimeZone current();
+
+    /// A zone of these rules; without any it is UTC.
+    explicit TimeZone(Rules rules) : rules_{std::move(rules)} {}
 
     /// How far local time is ahead of UTC at that moment.
     [[nodiscard]] std::chrono::seconds offsetAt(Date date) const;
     /// What clock and calendar show at that moment.
     [[nodiscard]] LocalTime localTimeAt(Date date) const;
     /// True for a zone that never differs from UTC because it is UTC.
-    [[nodiscard]] bool isUtc() const { return source_ == Source::utc; }
+    [[nodiscard]] bool isUtc() const { return rules_ == nullptr; }
 
   private:
-    enum class Source { utc, database, cLibrary };
-
-    explicit TimeZone(Source source, const date::time_zone* zone = nullptr)
-        : source_{source}, zone_{zone} {}
-
-    Source source_;
-    const date::time_zone* zone_; // of the database, which lives as long as the process
+    Rules rules_;
 };
 
 } // namespace brindle

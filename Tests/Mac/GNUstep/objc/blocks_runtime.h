@@ -1,0 +1,4 @@
+// Where GNUstep looks for what blocks are made of.
+#pragma once
+
+#include <Block.h>
