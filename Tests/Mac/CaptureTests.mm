@@ -372,7 +372,7 @@ TEST_F(SessionTest, AnEndMayComeWhenTheOutputIsGone) {
 class ExportTest : public CaptureTest {
   protected:
     std::shared_ptr<ExportSession> begin() {
-        auto session = exporter_.makePassthroughExport(source_);
+        auto session = exporter_.makePassthroughExport(source_, MovieOrigin::found);
         session->setOutput(output_, MovieFileType::mpeg4);
         session->exportAsynchronously([this] {
             isMain_ = [NSThread isMainThread] != NO;
@@ -405,14 +405,14 @@ TEST_F(ExportTest, EndsOnTheMainThreadWithTheFileOnTheDisk) {
 
 TEST_F(ExportTest, SaysWhatItCanWrite) {
     EXPECT_THAT(
-        exporter_.makePassthroughExport(source_)->supportedFileTypes(),
+        exporter_.makePassthroughExport(source_, MovieOrigin::found)->supportedFileTypes(),
         ElementsAre(MovieFileType::quickTime, MovieFileType::mpeg4));
     captureStandIn.exportTypes = {"com.apple.m4v-video", "com.apple.quicktime-movie"};
     EXPECT_THAT(
-        exporter_.makePassthroughExport(source_)->supportedFileTypes(),
+        exporter_.makePassthroughExport(source_, MovieOrigin::found)->supportedFileTypes(),
         ElementsAre(MovieFileType::quickTime));
     captureStandIn.exportCanBeMade = false;
-    EXPECT_EQ(exporter_.makePassthroughExport(source_), nullptr);
+    EXPECT_EQ(exporter_.makePassthroughExport(source_, MovieOrigin::found), nullptr);
 }
 
 TEST_F(ExportTest, AFailureIsTold) {

@@ -23,6 +23,9 @@ class AVCaptureSessionHandle final : public CaptureSession {
     [[nodiscard]] std::unique_ptr<Observation>
     observeRuntimeErrors(RuntimeErrorListener listener) override;
     void startRunning() override;
+    /// Nobody needs it: the system shares cameras.
+    void releaseCamera() override {}
+    void retakeCamera() override {}
     void stopRunning() override;
 
   private:

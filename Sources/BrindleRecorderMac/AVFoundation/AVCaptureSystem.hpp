@@ -14,6 +14,19 @@ class AVCaptureSystem final : public CaptureSystem {
     [[nodiscard]] std::optional<CaptureDeviceInfo> defaultCamera() const override;
     [[nodiscard]] std::unique_ptr<Observation>
     observeDevices(std::function<void()> listener) override;
+    /// Nobody: the system shares cameras among all who ask.
+    [[nodiscard]] std::optional<CameraHolder>
+    holderOf(const std::string& /*cameraID*/) const override {
+        return std::nullopt;
+    }
+    [[nodiscard]] std::set<std::int32_t>
+    openersOf(const std::string& /*cameraID*/) const override {
+        return {};
+    }
+    [[nodiscard]] std::unique_ptr<Observation>
+    observeCameraUse(std::function<void()> /*listener*/) override {
+        return nullptr;
+    }
     [[nodiscard]] std::shared_ptr<CaptureDevice> device(const std::string& uniqueID) override;
     [[nodiscard]] std::shared_ptr<CaptureSession> makeSession() override;
     /// There is nothing to get ready here.

@@ -8,7 +8,7 @@ namespace brindle {
 class AVMovieExporter final : public MovieExporter {
   public:
     [[nodiscard]] std::shared_ptr<ExportSession>
-    makePassthroughExport(const std::filesystem::path& source) override;
+    makePassthroughExport(const std::filesystem::path& source, MovieOrigin origin) override;
     void loadDuration(
         const std::filesystem::path& movie,
         std::function<void(std::optional<Seconds>)> answer) override;

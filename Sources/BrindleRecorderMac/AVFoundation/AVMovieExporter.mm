@@ -146,7 +146,8 @@ std::optional<PlatformError> failure_;
 } // namespace
 
 std::shared_ptr<ExportSession>
-AVMovieExporter::makePassthroughExport(const std::filesystem::path& source) {
+AVMovieExporter::makePassthroughExport(
+    const std::filesystem::path& source, MovieOrigin /*origin*/) {
     @autoreleasepool {
         auto session =
             taking([[AVAssetExportSession alloc] initWithAsset:assetOf(source)
