@@ -100,6 +100,8 @@ class CaptureConnection::Implementation {
     std::vector<OfferedFormat> offersOf(std::uint32_t cameraID);
     std::optional<PlatformError> openCamera();
     std::optional<PlatformError> openMicrophone();
+    /// Waits until the stream runs, for some seconds at most; what has failed meanwhile.
+    std::optional<PlatformError> runs(const CaptureStream& stream);
     void watch(CaptureStream& stream);
 
     void added(std::uint32_t id, std::string_view type, const spa_dict* properties);
@@ -220,19 +222,19 @@ Expected<void, PlatformError> CaptureConnection::Implementation::start() {
     if (!connectToServer() || !askServer() || !askServer()) {
         return unexpected{captureError("PipeWire does not answer")};
     }
-    std::optional<PlatformError> error = devices_.microphone ? openMicrophone() : std::nullopt;
+    // One after the other: a camera that does not come must not keep sound from coming.
+    std::optional<PlatformError> error;
+    if (devices_.microphone) {
+        error = openMicrophone();
+        error = error ? error : runs(*microphone_);
+    }
     if (!error && devices_.camera) {
         error = openCamera();
+        if (!error && !microphone_) {
+            error = runs(*camera_);
+        }
     }
-    if (!error) {
-        // A camera that does not come must not keep sound waiting.
-        const CaptureStream& first =
-            microphone_ ? static_cast<CaptureStream&>(*microphone_) : *camera_;
-        waitFor(loop_.get(), devicesRunWithin, [this, &first] {
-            return failed_ || first.state() == PW_STREAM_STATE_STREAMING;
-        });
-        error = startError_;
-    }
+    error = error ? error : startError_;
     starting_ = false;
     if (error) {
         failed_ = true;
@@ -249,6 +251,13 @@ Expected<void, PlatformError> CaptureConnection::Implementation::start() {
     timespec second{.tv_sec = 1, .tv_nsec = 0};
     pw_loop_update_timer(loop, silenceTimer_.get(), &second, &second, false);
     return {};
+}
+
+std::optional<PlatformError> CaptureConnection::Implementation::runs(const CaptureStream& stream) {
+    waitFor(loop_.get(), devicesRunWithin, [this, &stream] {
+        return failed_ || stream.state() == PW_STREAM_STATE_STREAMING;
+    });
+    return startError_;
 }
 
 bool CaptureConnection::Implementation::connectToServer() {
