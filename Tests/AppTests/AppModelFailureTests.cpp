@@ -40,14 +40,6 @@ class AppModelFailure : public testing::Test, protected test::AppScene {
             settle();
         }
     }
-    /// The camera of each segment, in order.
-    [[nodiscard]] std::vector<std::string> camerasUsed() const {
-        std::vector<std::string> cameras;
-        for (const auto& path : captured) {
-            cameras.push_back(sidecar(path.stem().string()).videoDevice);
-        }
-        return cameras;
-    }
     [[nodiscard]] std::optional<std::string> decisionOfFailure(int number) const {
         const auto lines = linesAbout(fmt::format("capture failure #{} ", number));
         if (lines.size() != 1) {

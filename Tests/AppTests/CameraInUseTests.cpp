@@ -15,7 +15,6 @@ namespace {
 using namespace std::chrono_literals;
 using testing::Contains;
 using testing::ElementsAre;
-using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
@@ -54,13 +53,6 @@ class CameraInUse : public testing::Test, protected test::AppScene {
         capture.addCamera(builtInCamera);
         capture.fireDevicesChanged();
         settle();
-    }
-    [[nodiscard]] std::vector<std::string> camerasUsed() const {
-        std::vector<std::string> cameras;
-        for (const auto& path : captured) {
-            cameras.push_back(sidecar(path.stem().string()).videoDevice);
-        }
-        return cameras;
     }
 };
 

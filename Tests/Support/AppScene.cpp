@@ -144,6 +144,14 @@ Sidecar AppScene::sidecar(const std::string& baseName) const {
     return *std::move(read);
 }
 
+std::vector<std::string> AppScene::camerasUsed() const {
+    std::vector<std::string> cameras;
+    for (const auto& path : captured) {
+        cameras.push_back(sidecar(path.stem().string()).videoDevice);
+    }
+    return cameras;
+}
+
 std::vector<std::string> AppScene::folderContents() const {
     std::vector<std::string> names;
     for (const auto& path : files.files()) {

@@ -91,6 +91,8 @@ class AppScene : public FakeDesktop {
 
     /// Must be there and readable.
     [[nodiscard]] Sidecar sidecar(const std::string& baseName) const;
+    /// The camera of each segment that capture began, by its sidecar, in order.
+    [[nodiscard]] std::vector<std::string> camerasUsed() const;
     /// The names of all files in the recordings folder, hidden ones included, in order.
     [[nodiscard]] std::vector<std::string> folderContents() const;
     /// The texts of all plain notifications, in order.

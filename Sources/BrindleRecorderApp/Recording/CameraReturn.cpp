@@ -50,11 +50,9 @@ void CameraReturn::look() {
 }
 
 void CameraReturn::forgetAbsentCameras() {
-    std::erase_if(
-        refusedCameraIDs_, [&cameras = parts_.catalog.cameras().get()](const auto& refused) {
-            return std::ranges::find(cameras, refused, &CaptureDeviceInfo::uniqueID) ==
-                   cameras.end();
-        });
+    std::erase_if(refusedCameraIDs_, [this](const auto& refused) {
+        return !parts_.catalog.hasCamera(refused);
+    });
 }
 
 void CameraReturn::lookAgainAt(Date date) {

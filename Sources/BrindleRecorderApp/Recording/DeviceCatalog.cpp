@@ -28,6 +28,11 @@ void DeviceCatalog::refresh() {
     systemDefaultMicrophone_.set(deviceNamed(systemDefaultMicrophoneID(), microphones_.get()));
 }
 
+bool DeviceCatalog::hasCamera(const std::string& uniqueID) const {
+    const Devices& cameras = cameras_.get();
+    return std::ranges::find(cameras, uniqueID, &CaptureDeviceInfo::uniqueID) != cameras.end();
+}
+
 std::optional<std::string> DeviceCatalog::systemDefaultCameraID() const {
     const auto preferred = captureSystem_.systemPreferredCamera();
     if (preferred && !DeviceSelection::isDeskView(preferred->localizedName)) {

@@ -30,6 +30,7 @@ class DeviceCatalog {
 
     // All without desk views, which nobody wants to be seen through; in the system's order.
     [[nodiscard]] const Published<Devices>& cameras() const { return cameras_; }
+    [[nodiscard]] bool hasCamera(const std::string& uniqueID) const;
     [[nodiscard]] const Published<Devices>& microphones() const { return microphones_; }
     /// One of `cameras`, or nothing.
     [[nodiscard]] const Published<std::optional<CaptureDeviceInfo>>& systemDefaultCamera() const {

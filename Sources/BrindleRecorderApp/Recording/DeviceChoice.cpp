@@ -63,9 +63,8 @@ void DeviceChoice::blockCameraNamed(const std::string& localizedName) {
 
 void DeviceChoice::unblockAbsentCameras() {
     // What is plugged in again begins anew.
-    std::erase_if(blockedCameraIDs_, [&cameras = devices_.cameras().get()](const auto& blocked) {
-        return std::ranges::find(cameras, blocked, &CaptureDeviceInfo::uniqueID) == cameras.end();
-    });
+    std::erase_if(
+        blockedCameraIDs_, [this](const auto& blocked) { return !devices_.hasCamera(blocked); });
 }
 
 DeviceResolution
