@@ -19,8 +19,7 @@ class AVCaptureSystem final : public CaptureSystem {
     holderOf(const std::string& /*cameraID*/) const override {
         return std::nullopt;
     }
-    [[nodiscard]] std::set<std::int32_t>
-    openersOf(const std::string& /*cameraID*/) const override {
+    [[nodiscard]] std::set<std::int32_t> openersOf(const std::string& /*cameraID*/) const override {
         return {};
     }
     [[nodiscard]] std::unique_ptr<Observation>

@@ -145,8 +145,7 @@ std::optional<PlatformError> failure_;
 
 } // namespace
 
-std::shared_ptr<ExportSession>
-AVMovieExporter::makePassthroughExport(
+std::shared_ptr<ExportSession> AVMovieExporter::makePassthroughExport(
     const std::filesystem::path& source, MovieOrigin /*origin*/) {
     @autoreleasepool {
         auto session =
