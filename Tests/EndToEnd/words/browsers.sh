@@ -18,6 +18,46 @@ PAGE
     echo "$page"
 }
 
+# page_that_plays MOVIE PLACE...: goes to each place of the movie beside it, and then plays it from the beginning to the
+# end. Its title becomes "played: PICTURES END", or "failed: WHY". Prints its path.
+page_that_plays() {
+    local page=$BRINDLE_SESSION/page.html movie=$1
+    shift
+    cat >"$page" <<PAGE
+<!doctype html>
+<meta charset="utf-8">
+<title>Player</title>
+<video id="video" src="$movie" muted></video>
+<script>
+const places = [$(IFS=, && echo "$*")]
+const fail = why => { document.title = "failed: " + why }
+video.onerror = () => fail(video.error.message)
+const happens = name => new Promise(done => video.addEventListener(name, done, { once: true }))
+// The time of the picture that is shown, not the time that was asked for.
+const shown = () => new Promise(done => video.requestVideoFrameCallback((now, frame) => done(frame.mediaTime)))
+const watch = async () => {
+    if (video.readyState < 2) await happens("loadeddata")
+    for (const place of places) {
+        const picture = shown()
+        video.currentTime = place
+        const time = await picture
+        if (time > place + 0.001 || time < place - 0.04) return fail(\`the picture of \${time} s at \${place} s\`)
+    }
+    const first = shown()
+    video.currentTime = 0
+    await first
+    video.playbackRate = 2
+    const ended = happens("ended")
+    await video.play()
+    await ended
+    document.title = \`played: \${video.getVideoPlaybackQuality().totalVideoFrames} \${video.currentTime}\`
+}
+watch().catch(fail)
+</script>
+PAGE
+    echo "$page"
+}
+
 # No file and no word of the program holds these words of a title.
 expect_nowhere() {
     ! grep -rqF "$1" "$recordings" "$log" "$who_lines" "$messages" "$statuses" || fail "a title was written down: $1"
