@@ -47,7 +47,8 @@ int encode(const char* picturePath, const char* soundPath, const char* moviePath
             .height = height,
             .averageBitRate = 5'000'000,
             .expectedSourceFrameRate = frameRate,
-            .maxKeyFrameInterval = 60},
+            .maxKeyFrameInterval = 60,
+            .firstPictureWithin = brindle::Seconds{2}},
         AudioOutputSettings{.numberOfChannels = 1, .sampleRate = sampleRate, .bitRate = 96'000},
         std::chrono::seconds{5},
         [&writer](media::EncodedPacket packet) { check(writer->write(std::move(packet))); });

@@ -36,7 +36,8 @@ TEST_F(RecorderStart, TakesEveryStepInOrder) {
         "add output",
         "commit configuration",
         "connection video?",
-        "video settings 1920x1080 5000000 bit/s 30 fps key frame every 60",
+        "video settings 1920x1080 5000000 bit/s 30 fps key frame every 60 "
+        "first picture within 2 s",
         "connection audio?",
         "audio settings 1 channel 48000 Hz 96000 bit/s",
         "observe runtime errors"};

@@ -29,6 +29,7 @@ constexpr VideoOutputSettings video{
     .averageBitRate = 5'000'000,
     .expectedSourceFrameRate = 30,
     .maxKeyFrameInterval = 60,
+    .firstPictureWithin = Seconds{2},
     .mostWaitingBytes = 64'000'000};
 constexpr AudioOutputSettings audio{
     .numberOfChannels = 1, .sampleRate = 48'000, .bitRate = 96'000, .mostWaitingBytes = 16'000'000};

@@ -307,7 +307,8 @@ TEST_F(InPlaceCompletion, MakesAnMp4OfWhatWeRecord) {
             .height = 360,
             .averageBitRate = 2'000'000,
             .expectedSourceFrameRate = 30,
-            .maxKeyFrameInterval = 60};
+            .maxKeyFrameInterval = 60,
+            .firstPictureWithin = Seconds{2}};
         constexpr AudioOutputSettings audio{
             .numberOfChannels = 1, .sampleRate = 48'000, .bitRate = 96'000};
         auto file = capture::OutputFile::create(path);

@@ -27,7 +27,8 @@ constexpr VideoOutputSettings video{
     .height = 1080,
     .averageBitRate = 5'000'000,
     .expectedSourceFrameRate = 30,
-    .maxKeyFrameInterval = 60};
+    .maxKeyFrameInterval = 60,
+    .firstPictureWithin = Seconds{2}};
 constexpr AudioOutputSettings audio{.numberOfChannels = 1, .sampleRate = 48'000, .bitRate = 96'000};
 
 /// Any moment of the monotonic clock will do.
@@ -371,6 +372,20 @@ TEST_F(MediaEncoderTest, EndsWhereBothDevicesFellSilentHoweverLongAgo) {
         EXPECT_NEAR(test::trackFacts(movie_, "a")->duration, 2, 0.1) << silence.count();
         std::filesystem::remove(movie_);
     }
+}
+
+TEST_F(MediaEncoderTest, EndsBothTracksTogetherWhenPicturesCameBehindTheMomentOfTheEnd) {
+    open(true, true);
+    flashingAndBeeping(seconds{3});
+    for (int index = 90; index < 98; ++index) {
+        picture(momentOf(index), 16);
+    }
+    finish(seconds{3});
+    const auto pictures = test::trackFacts(movie_, "v");
+    const auto heard = test::trackFacts(movie_, "a");
+    ASSERT_TRUE(pictures && heard);
+    EXPECT_NEAR(pictures->duration, 98.0 / 30, 0.04);
+    EXPECT_NEAR(heard->duration, pictures->duration, 0.1);
 }
 
 TEST_F(MediaEncoderTest, GoesOnWithSilenceWhileOnlyPicturesDo) {

@@ -37,7 +37,8 @@ constexpr VideoOutputSettings video{
     .height = 360,
     .averageBitRate = 5'000'000,
     .expectedSourceFrameRate = 30,
-    .maxKeyFrameInterval = 60};
+    .maxKeyFrameInterval = 60,
+    .firstPictureWithin = Seconds{2}};
 constexpr AudioOutputSettings audio{.numberOfChannels = 1, .sampleRate = 48'000, .bitRate = 96'000};
 
 /// What the finish callback said, and how often.

@@ -103,8 +103,9 @@ bool ScriptedMovieFileOutput::hasConnection(MediaType mediaType) const {
 
 void ScriptedMovieFileOutput::setVideoSettings(const VideoOutputSettings& settings) {
     script_->journal.add(fmt::format(
-        "video settings {}x{} {} bit/s {} fps key frame every {}", settings.width, settings.height,
-        settings.averageBitRate, settings.expectedSourceFrameRate, settings.maxKeyFrameInterval));
+        "video settings {}x{} {} bit/s {} fps key frame every {} first picture within {:g} s",
+        settings.width, settings.height, settings.averageBitRate, settings.expectedSourceFrameRate,
+        settings.maxKeyFrameInterval, settings.firstPictureWithin.count()));
 }
 
 void ScriptedMovieFileOutput::setAudioSettings(const AudioOutputSettings& settings) {

@@ -64,6 +64,9 @@ struct VideoOutputSettings {
     std::int64_t averageBitRate = 0; ///< bits per second
     int expectedSourceFrameRate = 0; ///< frames per second
     int maxKeyFrameInterval = 0;     ///< frames
+    /// So long the movie waits for its first picture before it begins with sound, and black. Where
+    /// the system has no such choice it may wait for ever.
+    Seconds firstPictureWithin{0};
     /// Of pictures that were captured and have not been taken up yet; more are left out. One that
     /// is larger by itself waits alone.
     std::size_t mostWaitingBytes = 0;

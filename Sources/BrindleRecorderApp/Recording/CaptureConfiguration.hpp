@@ -26,6 +26,8 @@ struct CaptureConfiguration {
         .averageBitRate = 5'000'000,
         .expectedSourceFrameRate = frameRate,
         .maxKeyFrameInterval = 60,
+        // A camera that works is never so late, and nobody minds two seconds of black.
+        .firstPictureWithin = Seconds{2},
         // About twenty raw pictures: a device that goes on while nobody takes what it delivers
         // would fill the memory.
         .mostWaitingBytes = std::size_t{64} * 1024 * 1024};

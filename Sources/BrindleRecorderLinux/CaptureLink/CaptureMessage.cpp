@@ -93,6 +93,7 @@ void list(Parts& parts, VideoOutputSettings& video) {
     parts("bitRate", video.averageBitRate);
     parts("frameRate", video.expectedSourceFrameRate);
     parts("keyFrames", video.maxKeyFrameInterval);
+    parts("firstPictureWithin", video.firstPictureWithin);
     parts("mostWaitingBytes", video.mostWaitingBytes);
 }
 

@@ -15,7 +15,7 @@
 namespace brindle::capture {
 
 /// Rises with every change of the messages.
-inline constexpr std::int64_t protocolVersion = 4;
+inline constexpr std::int64_t protocolVersion = 5;
 
 /// The first message of either. Nothing that comes before it is looked at.
 struct Hello {

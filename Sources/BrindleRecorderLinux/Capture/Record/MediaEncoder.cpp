@@ -17,8 +17,6 @@ namespace {
 constexpr std::chrono::milliseconds holdAfter{500};
 /// A track that delivered nothing for so long counts as standing still.
 constexpr std::chrono::seconds standstill{1};
-/// So much sound waits for the first picture, to leave out what came before it.
-constexpr std::chrono::seconds firstPictureWithin{2};
 /// Sound is always a little behind; so much less of it than of pictures is no hole at the end.
 constexpr std::chrono::milliseconds usualLateness{100};
 
@@ -58,6 +56,7 @@ Expected<std::unique_ptr<MediaEncoder>, PlatformError> MediaEncoder::open(
             .encoder = std::move(*opened),
             .converter = PictureConverter{video->width, video->height},
             .pacer = FramePacer{video->expectedSourceFrameRate},
+            .firstPictureWithin = video->firstPictureWithin,
             .cuts = {}});
     }
     if (audio) {
@@ -129,8 +128,9 @@ MediaEncoder::Result MediaEncoder::addSound(CapturedSound sound) {
     }
     auto& early = audio_->early;
     early.push_back(std::move(sound));
-    return early.back().time - early.front().time > firstPictureWithin ? beginWithoutPicture()
-                                                                       : Result{};
+    return early.back().time - early.front().time > video_->firstPictureWithin
+               ? beginWithoutPicture()
+               : Result{};
 }
 
 MediaEncoder::Result MediaEncoder::passTime(Moment now) {
@@ -158,8 +158,9 @@ MediaEncoder::Result MediaEncoder::end(Moment now) {
     }
     if (video_ && audio_) {
         // What neither device has delivered is not made up: the movie ends with the last that came.
+        // Some may have come behind `now`, while whoever asked for the end was kept from saying so.
         const Moment last = std::max(video_->lastPictureAt, audio_->lastSoundAt);
-        now = now - last >= standstill ? last : now;
+        now = now - last >= standstill ? last : std::max(now, last);
     }
     if (origin_ && video_) {
         if (auto held = encodeHeld(video_->pacer.holdUntil(now - *origin_)); !held) {

@@ -31,9 +31,9 @@ class MediaEncoder {
     using Result = Expected<void, PlatformError>;
 
     /// With video settings the first track is the picture's and media time begins with the first
-    /// picture that can be shown; sound from before it is left out. When none comes within two
-    /// seconds of sound, media time begins with the first sound, and black stands until one comes.
-    /// Without video settings media time begins with the first sound.
+    /// picture that can be shown; sound from before it is left out. When none comes within
+    /// `firstPictureWithin` of sound, media time begins with the first sound, and black stands
+    /// until one comes. Without video settings media time begins with the first sound.
     static Expected<std::unique_ptr<MediaEncoder>, PlatformError> open(
         const std::optional<VideoOutputSettings>& video,
         const std::optional<AudioOutputSettings>& audio, std::chrono::nanoseconds fragmentInterval,
@@ -62,6 +62,7 @@ class MediaEncoder {
         VideoEncoder encoder;
         PictureConverter converter;
         FramePacer pacer;
+        Seconds firstPictureWithin{};
         AVFrame* held = nullptr; ///< the picture that is shown now
         bool isBlack = false;    ///< it stands for those that have not come yet
         Moment lastPictureAt{};
