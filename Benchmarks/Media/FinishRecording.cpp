@@ -43,7 +43,7 @@ int run(const char* program, const std::filesystem::path& mov, const std::filesy
     DiagnosticLog log{mov.parent_path(), "finish-recording.log", longestLog, files};
     NoSystemLog systemLog;
     capture::CaptureChildren children{loop, program};
-    ChildMovieExporter exporter{loop, children};
+    ChildMovieExporter exporter{loop, systemLog, children};
     Remuxer remuxer{exporter, loop, clock, files, log, systemLog};
     std::optional<Expected<void, RecorderError>> outcome;
     const auto begin = std::chrono::steady_clock::now();

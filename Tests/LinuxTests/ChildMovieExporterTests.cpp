@@ -6,6 +6,7 @@
 #include "LinuxTests/MovieFixtures.hpp"
 #include "LinuxTests/WaitOnLoop.hpp"
 #include "Support/EnvironmentVariable.hpp"
+#include "Support/RecordingSystemLog.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -35,7 +36,9 @@ namespace {
 
 using test::Bytes;
 using test::readPackets;
+using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsEmpty;
 using Status = ExportSession::Status;
 
 /// Whatever this process has started and what still runs.
@@ -117,7 +120,8 @@ class ChildMovieExport : public testing::Test {
 
     EventLoop loop;
     capture::CaptureChildren children{loop, BRINDLE_CAPTURE_PROGRAM};
-    ChildMovieExporter exporter{loop, children};
+    test::RecordingSystemLog systemLog;
+    ChildMovieExporter exporter{loop, systemLog, children};
 
   private:
     static test::MovieFolder& folder() {
@@ -158,6 +162,7 @@ TEST_F(ChildMovieExport, MakesARecordingOfOursTheOutputUnderASecondName) {
         EXPECT_EQ(fileOf(again), fileOf(source));
         std::filesystem::remove(source);
         expectSameSamples(readPackets(again), before);
+        EXPECT_THAT(systemLog.lines(), IsEmpty());
     }
 }
 
@@ -186,6 +191,12 @@ TEST_F(ChildMovieExport, CopiesWhatCannotHaveASecondName) {
         EXPECT_NE(fileOf(output), fileOf(source)) << what;
         EXPECT_EQ(test::readFile(source), before) << what;
         expectSameSamples(readPackets(output), readPackets(source));
+        EXPECT_THAT(
+            systemLog.lines(), ElementsAre(
+                                   "remux copies: " + source.filename().string() +
+                                   ": it cannot have a second name here"))
+            << what;
+        systemLog.clear();
     }
 }
 
@@ -201,6 +212,9 @@ TEST_F(ChildMovieExport, CopiesADamagedRecordingAndLeavesItAsItWas) {
     EXPECT_GT(session->damagedBytesLeftOut(), 0);
     EXPECT_NE(fileOf(output), fileOf(source));
     EXPECT_EQ(test::readFile(source), damaged);
+    EXPECT_THAT(
+        systemLog.lines(),
+        ElementsAre("remux copies: " + source.filename().string() + ": samples of it are damaged"));
 }
 
 TEST_F(ChildMovieExport, LosesNothingWheneverItIsKilled) {
@@ -357,7 +371,7 @@ TEST_F(ChildMovieExport, OutlivesNothingThatItHandedOut) {
     std::optional<std::optional<Seconds>> duration;
     bool completed = false;
     {
-        ChildMovieExporter shortLived{loop, children};
+        ChildMovieExporter shortLived{loop, systemLog, children};
         session = shortLived.makePassthroughExport(recording(), MovieOrigin::found);
         session->setOutput(fresh(".mp4"), MovieFileType::mpeg4);
         session->exportAsynchronously([&] { completed = true; });
@@ -387,7 +401,7 @@ TEST_F(ChildMovieExport, WaitsForAMovieThatIsStillBeingClosed) {
 
 TEST_F(ChildMovieExport, FailsWithTheReasonWhereThereIsNoCaptureProgram) {
     capture::CaptureChildren none{loop, "/nonexistent/brindle-recorder-capture"};
-    ChildMovieExporter without{loop, none};
+    ChildMovieExporter without{loop, systemLog, none};
     const auto output = fresh(".mp4");
     const auto session = without.makePassthroughExport(recording(), MovieOrigin::found);
     session->setOutput(output, MovieFileType::mpeg4);
@@ -401,6 +415,24 @@ TEST_F(ChildMovieExport, FailsWithTheReasonWhereThereIsNoCaptureProgram) {
     EXPECT_EQ(durationOf(recording(), without), std::nullopt);
 }
 
+TEST_F(ChildMovieExport, MeasuresAFileOnceUnderAllItsNamesUntilItIsChanged) {
+    const test::EnvironmentVariable chosen{"BRINDLE_ODDITY", "measures-anew"};
+    capture::CaptureChildren odd{loop, BRINDLE_ODD_CAPTURE_PROGRAM};
+    ChildMovieExporter by{loop, systemLog, odd};
+    const auto movie = recordingOfOurs();
+    const auto second = fresh(".mp4");
+    std::filesystem::create_hard_link(movie, second);
+    const auto measured = durationOf(movie, by);
+    ASSERT_TRUE(measured);
+    EXPECT_EQ(durationOf(second, by), measured);
+
+    const auto other = recordingOfOurs();
+    EXPECT_NE(durationOf(other, by), measured);
+    const auto again = durationOf(second, by);
+    std::ofstream{movie, std::ios::app} << "more";
+    EXPECT_NE(durationOf(second, by), again);
+}
+
 /// A capture program that misbehaves in one way each.
 class OddCaptureProgram : public ChildMovieExport,
                           public testing::WithParamInterface<std::pair<const char*, const char*>> {
@@ -410,7 +442,7 @@ TEST_P(OddCaptureProgram, IsAnErrorOfOneConversionAndSaysWhich) {
     const auto& [oddity, words] = GetParam();
     const test::EnvironmentVariable chosen{"BRINDLE_ODDITY", oddity};
     capture::CaptureChildren odd{loop, BRINDLE_ODD_CAPTURE_PROGRAM};
-    ChildMovieExporter by{loop, odd};
+    ChildMovieExporter by{loop, systemLog, odd};
     const auto output = fresh(".mp4");
     const auto session = by.makePassthroughExport(recording(), MovieOrigin::found);
     session->setOutput(output, MovieFileType::mpeg4);

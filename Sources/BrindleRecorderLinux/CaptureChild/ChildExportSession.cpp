@@ -49,10 +49,10 @@ struct ChildExportSession::State {
 };
 
 ChildExportSession::ChildExportSession(
-    MainLoop& mainLoop, capture::CaptureChildren& children, std::filesystem::path source,
-    MovieOrigin origin)
-    : mainLoop_{mainLoop}, children_{children}, source_{std::move(source)}, origin_{origin},
-      state_{std::make_shared<State>()} {}
+    MainLoop& mainLoop, SystemLog& systemLog, capture::CaptureChildren& children,
+    std::filesystem::path source, MovieOrigin origin)
+    : mainLoop_{mainLoop}, systemLog_{systemLog}, children_{children}, source_{std::move(source)},
+      origin_{origin}, state_{std::make_shared<State>()} {}
 
 ChildExportSession::~ChildExportSession() {
     // Nobody is told any more, and what was written by then is all.
@@ -95,7 +95,12 @@ void ChildExportSession::exportAsynchronously(std::function<void()> completion) 
         capture::MovieChild::Order{
             .source = source_,
             .destination = destination_,
-            .isAsWritten = origin_ == MovieOrigin::justRecorded},
+            .isAsWritten = origin_ == MovieOrigin::justRecorded,
+            .copies =
+                [&systemLog = systemLog_,
+                 name = source_.filename().string()](const std::string& why) {
+                    systemLog.write(SystemLog::Level::info, "remux copies: " + name + ": " + why);
+                }},
         answered);
 }
 

@@ -3,6 +3,7 @@
 
 #include "BrindleRecorderApp/Platform/MainLoop.hpp"
 #include "BrindleRecorderApp/Platform/MovieExporter.hpp"
+#include "BrindleRecorderApp/Platform/SystemLog.hpp"
 #include "BrindleRecorderLinux/CaptureChild/CaptureChildren.hpp"
 
 #include <memory>
@@ -15,10 +16,10 @@ class MovieChild;
 
 class ChildExportSession final : public ExportSession {
   public:
-    /// Both outlive the session.
+    /// All outlive the session. The system's log is told when the movie is copied, and why.
     ChildExportSession(
-        MainLoop& mainLoop, capture::CaptureChildren& children, std::filesystem::path source,
-        MovieOrigin origin);
+        MainLoop& mainLoop, SystemLog& systemLog, capture::CaptureChildren& children,
+        std::filesystem::path source, MovieOrigin origin);
     /// Cancels a running export and waits for it to end.
     ~ChildExportSession() override;
     ChildExportSession(const ChildExportSession&) = delete;
@@ -38,6 +39,7 @@ class ChildExportSession final : public ExportSession {
     struct State;
 
     MainLoop& mainLoop_;
+    SystemLog& systemLog_;
     capture::CaptureChildren& children_;
     std::filesystem::path source_;
     MovieOrigin origin_;

@@ -3,6 +3,7 @@
 
 #include "BrindleRecorderApp/Platform/MainLoop.hpp"
 #include "BrindleRecorderApp/Platform/MovieExporter.hpp"
+#include "BrindleRecorderApp/Platform/SystemLog.hpp"
 #include "BrindleRecorderLinux/CaptureChild/CaptureChildren.hpp"
 
 #include <memory>
@@ -19,8 +20,9 @@ class MovieChild;
 /// is an error of that one.
 class ChildMovieExporter final : public MovieExporter {
   public:
-    /// Both must outlive the exporter and its sessions.
-    ChildMovieExporter(MainLoop& mainLoop, capture::CaptureChildren& children);
+    /// All must outlive the exporter and its sessions.
+    ChildMovieExporter(
+        MainLoop& mainLoop, SystemLog& systemLog, capture::CaptureChildren& children);
     /// Ends running measurements, which then answer that nothing can be read. Sessions live on.
     ~ChildMovieExporter() override;
     ChildMovieExporter(const ChildMovieExporter&) = delete;
@@ -30,16 +32,21 @@ class ChildMovieExporter final : public MovieExporter {
     /// cancelled first: nothing is written any more, and its completion is not called.
     [[nodiscard]] std::shared_ptr<ExportSession>
     makePassthroughExport(const std::filesystem::path& source, MovieOrigin origin) override;
+    /// A file that has not been changed since it was measured, under whatever name, is not measured
+    /// again: a movie that was converted where it stands has two.
     void loadDuration(
         const std::filesystem::path& movie,
         std::function<void(std::optional<Seconds>)> answer) override;
 
   private:
     struct Measurement;
+    struct Measured;
 
     MainLoop& mainLoop_;
+    SystemLog& systemLog_;
     capture::CaptureChildren& children_;
     std::vector<std::shared_ptr<Measurement>> measurements_;
+    std::shared_ptr<std::optional<Measured>> lastMeasured_;
 };
 
 } // namespace brindle

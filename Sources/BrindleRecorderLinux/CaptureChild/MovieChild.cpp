@@ -80,6 +80,7 @@ struct MovieChild::State {
     std::optional<Expected<Message, PlatformError>> completeInPlace() {
         const auto second = SecondName::give(order.source, *order.destination);
         if (!second) {
+            tellOfACopy("it cannot have a second name here");
             return std::nullopt;
         }
         const auto outcome =
@@ -89,8 +90,23 @@ struct MovieChild::State {
             return Message{Converted{}};
         }
         second->takeBack();
-        const Lock lock{mutex};
-        return isCancelled ? std::optional{cancelled()} : std::nullopt;
+        {
+            const Lock lock{mutex};
+            if (isCancelled) {
+                return cancelled();
+            }
+        }
+        tellOfACopy(
+            completed != nullptr ? *completed->why
+            : outcome            ? "the capture program answers something else"
+                                 : outcome.error().description);
+        return std::nullopt;
+    }
+
+    void tellOfACopy(const std::string& why) const {
+        if (order.copies) {
+            order.copies(why);
+        }
     }
 
     Expected<Message, PlatformError> copy(const FileDescriptor& source) {

@@ -10,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <thread>
 
 namespace brindle::capture {
@@ -25,6 +26,8 @@ class MovieChild {
         std::filesystem::path source;
         std::optional<std::filesystem::path> destination;
         bool isAsWritten = false; ///< nothing can have happened to the source's samples
+        /// Told why the source is copied, on the child's thread; may be empty.
+        std::function<void(const std::string& why)> copies;
     };
     /// `Converted` or `Measured`, as was asked for; or an error, when there is no such answer.
     using Answer = std::function<void(Expected<Message, PlatformError> answer)>;

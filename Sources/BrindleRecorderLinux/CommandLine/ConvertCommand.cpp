@@ -38,7 +38,7 @@ bool ConvertCommand::run() const {
     const SystemDateProvider clock;
     SyslogSystemLog systemLog;
     DiagnosticLog& diagnosticLog = DiagnosticLog::shared();
-    ChildMovieExporter exporter{mainLoop, children};
+    ChildMovieExporter exporter{mainLoop, systemLog, children};
     Remuxer remuxer{exporter, mainLoop, clock, files, diagnosticLog, systemLog};
     MovieRescue rescue{files, remuxer};
     ProgressBar bar{errors};

@@ -69,7 +69,7 @@ class RecorderServices::Implementation {
                                         return audioServer.graph();
                                     }};
     LogindSystemEvents systemEvents{mainLoop};
-    ChildMovieExporter exporter{mainLoop, captureChildren};
+    ChildMovieExporter exporter{mainLoop, systemLog, captureChildren};
     JsonDefaultsStore defaults{
         files, JsonDefaultsStore::standardFile(), [this](std::string_view line) {
             log.diagnostic(line);

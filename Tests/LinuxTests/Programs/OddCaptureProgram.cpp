@@ -5,6 +5,7 @@
 #include "BrindleRecorderLinux/CaptureLink/MessageSocket.hpp"
 
 #include <array>
+#include <chrono>
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -33,12 +34,32 @@ void sendBytes(std::string_view bytes) {
     }
 }
 
+/// Never the same twice.
+[[noreturn]] void measureAnew(const MessageSocket& socket) {
+    for (;;) {
+        pollfd watched{.fd = socket.number(), .events = POLLIN, .revents = 0};
+        poll(&watched, 1, -1);
+        const auto received = socket.receive();
+        if (received.what == MessageSocket::Received::What::end) {
+            std::_Exit(0);
+        }
+        const auto message = decode(received.bytes);
+        if (message && std::holds_alternative<Measure>(*message)) {
+            sendBytes(
+                encode(Measured{.duration = std::chrono::steady_clock::now().time_since_epoch()}));
+        }
+    }
+}
+
 void behave(std::string_view oddity, const MessageSocket& socket) {
     if (oddity == "no-greeting") {
         sendBytes(encode(Beat{}));
         return;
     }
     sendBytes(encode(Hello{.version = oddity == "another-version" ? "0.0.1" : programVersion()}));
+    if (oddity == "measures-anew") {
+        measureAnew(socket);
+    }
     // What follows answers the order, which comes after the recorder's own greeting.
     for (bool isAsked = false; !isAsked;) {
         pollfd watched{.fd = socket.number(), .events = POLLIN, .revents = 0};
