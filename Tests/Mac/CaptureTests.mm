@@ -450,7 +450,6 @@ TEST_F(ExportTest, MayBeCancelled) {
     const auto session = begin();
     EXPECT_EQ(session->status(), ExportSession::Status::exporting);
     session->cancel();
-    test::endExport();
     EXPECT_TRUE(eventually([&] { return completions_ == 1; }));
     EXPECT_EQ(session->status(), ExportSession::Status::cancelled);
 }
@@ -458,7 +457,11 @@ TEST_F(ExportTest, MayBeCancelled) {
 TEST_F(ExportTest, NobodyIsToldWhoIsGone) {
     captureStandIn.exportWaits = true;
     begin().reset();
-    test::endExport();
+    test::endExports();
+    for (const char* refused : {"export as public.mpeg-4", "export"}) {
+        captureStandIn.raising = {refused};
+        begin().reset();
+    }
     EXPECT_TRUE(eventually([] { return test::captureObjects() == 0; }));
     test::drainMainQueue();
     EXPECT_EQ(completions_, 0);

@@ -9,6 +9,7 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parent.parent.parent
 ADAPTERS = ROOT / "Sources/BrindleRecorderMac"
 TESTS = ROOT / "Tests/Mac"
+CONTRACT = ROOT / "Tests/Contract"
 
 SUPPORT = ROOT / "Tests/Support/TemporaryFolder.cpp"
 # Core and application as Linux's own tests are linked with them: they are tried with sanitizers there.
@@ -31,7 +32,7 @@ def main():
     common = (f"-gline-tables-only -O0 -fPIC -fno-omit-frame-pointer -pthread {sanitize} -DBRINDLE_STAND_IN "
               f"-I{ROOT}/Sources -I{ROOT}/Tests -I{TESTS} -I{TESTS}/GNUstep -isystem {TESTS}/Declarations/Shared/System")
     sources = [*ADAPTERS.rglob("*.mm"), *ADAPTERS.rglob("*.m"), *ADAPTERS.rglob("*.cpp"),
-               *TESTS.glob("*.mm"), *(TESTS / "GNUstep").glob("*.mm"), SUPPORT]
+               *TESTS.glob("*.mm"), *(TESTS / "GNUstep").glob("*.mm"), *CONTRACT.glob("*.cpp"), SUPPORT]
     sources = sorted(source for source in sources if source.name != "main.mm")
     launcher = os.environ.get("BRINDLE_LAUNCHER", "")
     with open(folder / "build.ninja", "w", encoding="utf-8") as out:

@@ -87,8 +87,8 @@ struct AudioOutputSettings {
 /// that start and stop block and belong to the capture-session queue.
 class MovieFileOutput {
   public:
-    /// Called once per started recording, on any thread, when the file is closed: with the error
-    /// that ended it, or nothing. A file that no sample came into is gone by then.
+    /// Called once per started recording, on any thread and perhaps within its start, when the file
+    /// is closed: with the error that ended it, or nothing. A file without samples is gone by then.
     using FinishCallback =
         std::function<void(const std::filesystem::path& path, std::optional<PlatformError> error)>;
 
@@ -127,7 +127,7 @@ class CaptureSession {
     virtual void beginConfiguration() = 0;
     virtual void commitConfiguration() = 0;
 
-    /// Opens the device.
+    /// Opens the device, now or when the session runs; a failure then is a runtime error.
     [[nodiscard]] virtual Expected<std::shared_ptr<CaptureInput>, PlatformError>
     makeInput(const std::shared_ptr<CaptureDevice>& device) = 0;
     [[nodiscard]] virtual bool canAddInput(const std::shared_ptr<CaptureInput>& input) const = 0;
@@ -184,7 +184,7 @@ class CaptureSystem {
     /// and those that share cameras.
     [[nodiscard]] virtual std::set<std::int32_t> openersOf(const std::string& cameraID) const = 0;
     /// Calls the listener on the main thread whenever somebody else may have opened or closed a
-    /// camera.
+    /// camera. Nothing where that cannot be known.
     [[nodiscard]] virtual std::unique_ptr<Observation>
     observeCameraUse(std::function<void()> listener) = 0;
 
@@ -196,7 +196,7 @@ class CaptureSystem {
     virtual void expectRecording(bool isExpected) = 0;
 
     [[nodiscard]] virtual AuthorizationStatus authorizationStatus(MediaType mediaType) const = 0;
-    /// Asks the user for access; answers on the main thread.
+    /// Asks the user for access; answers once, on the main thread, from within or later.
     virtual void requestAccess(MediaType mediaType, std::function<void(bool granted)> answer) = 0;
 };
 

@@ -23,8 +23,8 @@ class MainLoop {
     /// May be called from any thread.
     virtual void post(Work work) = 0;
 
-    /// Runs the work once on the main thread when `delay` has passed, time asleep included. Main
-    /// thread only.
+    /// Runs the work once on the main thread when `delay` has passed, time asleep included; never
+    /// from within this call. Main thread only.
     [[nodiscard]] virtual std::unique_ptr<Timer>
     after(std::chrono::nanoseconds delay, Work work) = 0;
 };

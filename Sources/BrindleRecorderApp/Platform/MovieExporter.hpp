@@ -42,7 +42,7 @@ class ExportSession {
     /// Where to write, and what. The file must not exist yet.
     virtual void setOutput(const std::filesystem::path& path, MovieFileType fileType) = 0;
     /// Exports off the main thread, syncs the output to the disk and then calls `completion` on the
-    /// main thread. Main thread only; once per session.
+    /// main thread, unless the session is gone; never from within. Main thread only; once.
     virtual void exportAsynchronously(std::function<void()> completion) = 0;
     /// Ends a running export soon, with the status `cancelled`. Any thread.
     virtual void cancel() = 0;

@@ -42,7 +42,7 @@ struct NotificationResponse {
     std::string actionIdentifier;
 };
 
-/// Main thread only; the response handler is called on the main thread.
+/// Main thread only; the response handler and answers are called on the main thread.
 class UserNotifications {
   public:
     virtual ~UserNotifications() = default;

@@ -36,6 +36,15 @@ std::optional<PlatformError> syncFailure(const std::filesystem::path& path) {
         .domain = "POSIX", .code = synced.error().value(), .description = synced.error().message()};
 }
 
+/// Made out here: in a lambda that captures by reference it would hold references too.
+RetainedBlock<void (^)(void)> blockOf(const std::function<void()>& work) {
+    const auto kept = work;
+    void (^const block)(void) = ^{
+      kept();
+    };
+    return RetainedBlock<void (^)(void)>{block};
+}
+
 class AVExport final : public ExportSession, public std::enable_shared_from_this<AVExport> {
   public:
     explicit AVExport(Retained<AVAssetExportSession> session) : session_{std::move(session)} {}
@@ -68,79 +77,64 @@ class AVExport final : public ExportSession, public std::enable_shared_from_this
     }
 
     void exportAsynchronously(std::function<void()> completion) override {
+        // The export outlives whoever asked for it, but then nobody is told.
+        const auto tell = [weak = weak_from_this(), completion = std::move(completion)](
+                              const std::optional<PlatformError>& failure) {
+            DispatchMainLoop{}.post([weak, completion, failure] {
+                if (const auto alive = weak.lock()) {
+                    alive->isRunning_ = false;
+                    alive->failure_ = failure;
+                    completion();
+                }
+            });
+        };
         if (failure_) {
-            DispatchMainLoop{}.post(std::move(completion));
+            tell(failure_);
             return;
         }
         isRunning_ = true;
         @autoreleasepool {
-            // The export outlives whoever asked for it, but then nobody is told.
-            const std::weak_ptr<AVExport> weak = weak_from_this();
-            const Retained<AVAssetExportSession> session = session_;
-            const std::filesystem::path output = output_;
-            // Made out here: in the function below it would hold references to what is here.
-            const RetainedBlock ended{^{
-                std::optional<PlatformError> unsynced;
-            if ([session.get() status] == AVAssetExportSessionStatusCompleted) {
-                unsynced = syncFailure(output);
-            }
-            DispatchMainLoop{}.post([weak, unsynced, completion] {
-                if (const auto alive = weak.lock()) {
-                    alive->didEnd(unsynced);
-                    completion();
-                }
+            const auto ended = blockOf([session = session_, output = output_, tell] {
+                const bool isDone = [session.get() status] == AVAssetExportSessionStatusCompleted;
+                tell(isDone ? syncFailure(output) : std::nullopt);
             });
+            const auto raised = raisedBy(
+                [&] { [session_.get() exportAsynchronouslyWithCompletionHandler:ended.get()]; });
+            if (raised) {
+                tell(raised);
+            }
         }
-    };
-    auto raised =
-        raisedBy([&] { [session.get() exportAsynchronouslyWithCompletionHandler:ended.get()]; });
-    if (raised) {
-        didEnd(std::move(raised));
-        DispatchMainLoop{}.post(std::move(completion));
     }
-}
-}
 
-void cancel() override {
-    [session_.get() cancelExport];
-}
+    void cancel() override { [session_.get() cancelExport]; }
 
-[[nodiscard]] Status status() const override {
-    if (failure_) {
-        return Status::failed;
+    [[nodiscard]] Status status() const override {
+        if (failure_) {
+            return Status::failed;
+        }
+        const auto status = static_cast<Status>([session_.get() status]);
+        // Until the file is on the disk, it is not done.
+        return status == Status::completed && isRunning_ ? Status::exporting : status;
     }
-    const AVAssetExportSessionStatus status = [session_.get() status];
-    // Until the file is on the disk, it is not done.
-    const bool isDone = status == AVAssetExportSessionStatusCompleted && !isRunning_;
-    return status == AVAssetExportSessionStatusCompleted && !isDone ? Status::exporting
-                                                                    : static_cast<Status>(status);
-}
 
-[[nodiscard]] std::optional<PlatformError> error() const override {
-    @autoreleasepool {
-        return failure_ ? failure_ : optionalErrorOf([session_.get() error]);
+    [[nodiscard]] std::optional<PlatformError> error() const override {
+        @autoreleasepool {
+            return failure_ ? failure_ : optionalErrorOf([session_.get() error]);
+        }
     }
-}
 
-/// The system does not tell.
-[[nodiscard]] std::int64_t damagedBytesLeftOut() const override {
-    return 0;
-}
+    /// The system does not tell.
+    [[nodiscard]] std::int64_t damagedBytesLeftOut() const override { return 0; }
 
-[[nodiscard]] double progress() const override {
-    return static_cast<double>([session_.get() progress]);
-}
+    [[nodiscard]] double progress() const override {
+        return static_cast<double>([session_.get() progress]);
+    }
 
-private:
-void didEnd(std::optional<PlatformError> failure) {
-    isRunning_ = false;
-    failure_ = std::move(failure);
-}
-
-const Retained<AVAssetExportSession> session_;
-std::filesystem::path output_;
-bool isRunning_ = false;
-std::optional<PlatformError> failure_;
+  private:
+    const Retained<AVAssetExportSession> session_;
+    std::filesystem::path output_;
+    bool isRunning_ = false;
+    std::optional<PlatformError> failure_;
 };
 
 } // namespace

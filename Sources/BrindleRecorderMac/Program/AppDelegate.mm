@@ -11,6 +11,7 @@
 #include "BrindleRecorderMac/Foundation/Retained.hpp"
 #include "BrindleRecorderMac/Foundation/Text.hpp"
 #include "BrindleRecorderMac/Program/MacServices.hpp"
+#include "BrindleRecorderMac/Program/NoControl.hpp"
 
 #include <cstdlib>
 #include <memory>
@@ -42,7 +43,8 @@ class Application {
     AppKitWorkspace workspace{statusItem.button()};
     const AppEnvironment environment = services.environment(workspace);
     AppModel model{environment, RecordingsFolder{RecordingsFolder::defaultRoot()}};
-    AppShell shell{model, environment, statusItem};
+    NoControl control;
+    AppShell shell{model, environment, statusItem, control};
     Retained<NSObject> activity;
 
   private:

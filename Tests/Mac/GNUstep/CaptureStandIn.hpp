@@ -42,7 +42,7 @@ struct CaptureStandIn {
     std::optional<std::string> exportError;
     /// What an export writes; nothing leaves no file.
     std::optional<std::string> exportWrites = "movie";
-    bool exportWaits = false;                ///< until `endExport`
+    bool exportWaits = false;                ///< until `endExports`, or until it is cancelled
     std::map<std::string, CMTime> durations; ///< by path; a movie without one cannot be read
     std::optional<CMTime> anyDuration;       ///< of every movie
     /// A started movie is a file that grows with the time that it covers.
@@ -61,8 +61,8 @@ extern CaptureStandIn captureStandIn;
 void endMovie(NSError* error);
 /// The session that was made last says that something went wrong; nil when nobody knows what.
 void failSession(NSError* error);
-/// The export that waits ends.
-void endExport();
+/// The exports that wait end.
+void endExports();
 /// Objects of the framework that live.
 int captureObjects();
 

@@ -545,7 +545,23 @@ struct Export {
     }
 };
 
-AVAssetExportSession* waitingExport = nil; // retained
+std::vector<AVAssetExportSession*> waitingExports; // retained
+
+} // namespace
+
+@interface AVAssetExportSession (StandIn)
+- (void)end;
+@end
+
+namespace {
+
+/// One that is retained until then.
+void endOnForeignThread(AVAssetExportSession* session) {
+    onForeignThread([session] {
+        [session end];
+        [session release];
+    });
+}
 
 } // namespace
 
@@ -603,17 +619,17 @@ AVAssetExportSession* waitingExport = nil; // retained
     self_.status = 2;
     [self retain];
     if (captureStandIn.exportWaits) {
-        waitingExport = self;
+        waitingExports.push_back(self);
         return;
     }
-    onForeignThread([self] {
-        [self end];
-        [self release];
-    });
+    endOnForeignThread(self);
 }
 - (void)cancelExport {
     const std::lock_guard lock{mutex};
     recordOf<Export>(self).status = 5;
+    if (std::erase(waitingExports, self) != 0) {
+        endOnForeignThread(self);
+    }
 }
 - (AVAssetExportSessionStatus)status {
     const std::lock_guard lock{mutex};
@@ -628,10 +644,8 @@ AVAssetExportSession* waitingExport = nil; // retained
 }
 @end
 
-void brindle::test::endExport() {
-    AVAssetExportSession* const session = std::exchange(waitingExport, nil);
-    onForeignThread([session] {
-        [session end];
-        [session release];
-    });
+void brindle::test::endExports() {
+    for (AVAssetExportSession* const session : std::exchange(waitingExports, {})) {
+        endOnForeignThread(session);
+    }
 }

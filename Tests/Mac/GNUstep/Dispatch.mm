@@ -69,17 +69,13 @@ static BrindleMainQueue* mainQueueObject(void) {
 
 - (void)runDue {
     [NSObject cancelPreviousPerformRequestsWithTarget:self];
-    const auto isDue = [](const Due& due) {
-        return due.left() <= 0;
-    };
-    for (;;) {
-        const auto next = std::ranges::find_if(waiting, isDue);
-        if (next == waiting.end()) {
-            break;
-        }
-        const Due due = *next;
-        waiting.erase(next);
-        due.work(due.context);
+    // What becomes due meanwhile waits for its turn, or a slow machine would never be done.
+    const auto firstDue = std::stable_partition(
+        waiting.begin(), waiting.end(), [](const Due& one) { return one.left() > 0; });
+    const std::vector<Due> due(firstDue, waiting.end());
+    waiting.erase(firstDue, waiting.end());
+    for (const Due& one : due) {
+        one.work(one.context);
     }
     if (!waiting.empty()) {
         const std::int64_t soonest = std::ranges::min(waiting, {}, &Due::left).left();

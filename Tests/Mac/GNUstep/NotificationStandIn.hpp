@@ -25,6 +25,7 @@ struct NotificationStandIn {
     std::vector<Shown> shown;
     std::vector<std::string> categories; ///< "category: action title, …; options …"
     std::vector<long> authorizationOptions;
+    int refusedPosts = 0;
     int completedResponses = 0; ///< the program said that it has dealt with them
     long presentation = 0;      ///< how the last one was to be presented
 

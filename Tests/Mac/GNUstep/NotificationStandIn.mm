@@ -193,6 +193,7 @@ FORGETS
          withCompletionHandler:(void (^)(NSError*))handler {
     const Handler kept = Block_copy(handler);
     if (notificationStandIn.refusesPosts) {
+        ++notificationStandIn.refusedPosts;
         onForeignThread([kept] {
             kept([NSError errorWithDomain:@"UNErrorDomain" code:1 userInfo:nil]);
             Block_release(kept);
