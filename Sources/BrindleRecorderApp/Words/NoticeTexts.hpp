@@ -18,8 +18,8 @@ struct NoticeTexts {
 
     static constexpr const char* missingTrayTitle = "Brindle Recorder is running";
     static constexpr const char* missingTrayBody =
-        "This desktop shows no icon for it. In a terminal, brindle-recorder --menu shows what it "
-        "is doing, and brindle-recorder --pick \"Record now\" picks a line of that menu.";
+        "This desktop shows no icon for it. Launch it again to see what it is doing, and to steer "
+        "it.";
 
     static constexpr const char* recordingTitle = "Brindle Recorder is recording";
     /// `call` as people call it.
