@@ -31,6 +31,7 @@
 #include "BrindleRecorderLinux/Program/HeadlessControl.hpp"
 #include "BrindleRecorderLinux/Program/QuitRequests.hpp"
 #include "BrindleRecorderLinux/Program/RecorderServices.hpp"
+#include "BrindleRecorderLinux/Program/SecondLaunch.hpp"
 #include "BrindleRecorderLinux/Program/SiblingProgram.hpp"
 #include "BrindleRecorderLinux/Window/DesktopStatusItem.hpp"
 #include "BrindleRecorderLinux/Window/WindowPrograms.hpp"
@@ -116,6 +117,7 @@ std::optional<ExitStatus> runOnBus() {
         return std::nullopt;
     }
     if (SingleInstance::anotherCopyRuns(names, getpid(), ownIdentifier)) {
+        SecondLaunch::askForTheMenu(bus);
         return ExitStatus::success;
     }
     RecorderServices services{mainLoop};
@@ -138,7 +140,7 @@ std::optional<ExitStatus> runOnBus() {
          }}};
     DesktopStatusItem statusItem{mainLoop, windows};
     ControlObject control{bus};
-    AppShell shell{model, environment, statusItem, control};
+    AppShell shell{model, environment, statusItem, control, &statusItem};
     quitting.prepareWith(model);
     if (!statusItem.exportOn(bus) || !control.isExported()) {
         services.log().both(EventLog::Level::error, "tray: the session bus does not take the icon");

@@ -2,6 +2,7 @@
 
 #include "AppTests/ShellFixture.hpp"
 #include "Support/FakeControlPort.hpp"
+#include "Support/FakeMenuWindow.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -19,7 +20,9 @@ using testing::SizeIs;
 class AppShellTest : public test::ShellFixture {
   protected:
     test::FakeControlPort controlPort_;
-    std::optional<AppShell> shell_{std::in_place, model, environment, statusItem, controlPort_};
+    test::FakeMenuWindow menuWindow_{statusItem};
+    std::optional<AppShell> shell_{std::in_place, model,        environment,
+                                   statusItem,    controlPort_, &menuWindow_};
 
     /// Another launch on the same desktop, as far as the notice is concerned.
     void launchAgain() {
@@ -75,9 +78,8 @@ TEST_F(AppShellTest, TellsOnceHowToLiveWithoutATray) {
     EXPECT_EQ(notifications.posted[0].title, "Brindle Recorder is running");
     EXPECT_EQ(
         notifications.posted[0].body,
-        "This desktop shows no icon for it. In a terminal, brindle-recorder --menu shows what it "
-        "is "
-        "doing, and brindle-recorder --pick \"Record now\" picks a line of that menu.");
+        "This desktop shows no icon for it. Launch it again to see what it is doing, and to steer "
+        "it.");
 
     launchAgain();
     EXPECT_THAT(notifications.posted, SizeIs(1));
@@ -138,6 +140,50 @@ TEST_F(AppShellTest, SaysNothingOfATrayThatComesLate) {
     runFor(20);
     statusItem.hasTray = true;
     runFor(60);
+    EXPECT_THAT(notifications.posted, IsEmpty());
+}
+
+TEST_F(AppShellTest, AnotherLaunchShowsTheWindowWhereNoPanelShowsTheIcon) {
+    statusItem.hasTray = false;
+    EXPECT_TRUE(controlPort_.ask(ControlCommand::Kind::show));
+    EXPECT_EQ(menuWindow_.timesShown, 1);
+}
+
+TEST_F(AppShellTest, AnotherLaunchHasThePanelOpenTheMenu) {
+    EXPECT_TRUE(controlPort_.ask(ControlCommand::Kind::show));
+    EXPECT_EQ(menuWindow_.timesAsked, 1);
+    statusItem.openMenu();
+    runFor(60);
+    EXPECT_EQ(menuWindow_.timesShown, 0);
+}
+
+TEST_F(AppShellTest, WhereNoIconShowsANotificationSaysThatSomethingIsRecorded) {
+    statusItem.hasTray = false;
+    shell_->launch();
+    settle();
+    notifications.answerAuthorization(true);
+    runFor(10);
+    record();
+    ASSERT_THAT(notifications.posted, SizeIs(1));
+    const auto notice = notifications.posted[0];
+    EXPECT_TRUE(notice.isResident);
+    notifications.respond(
+        {.label = {},
+         .actionIdentifier = NotificationResponse::defaultAction,
+         .identifier = notice.identifier});
+    EXPECT_EQ(menuWindow_.timesShown, 1);
+    shell_.reset();
+    EXPECT_THAT(notifications.shown, IsEmpty());
+}
+
+TEST_F(AppShellTest, ADesktopThatAlwaysShowsTheIconHasNeitherWindowNorNotice) {
+    shell_.reset();
+    statusItem.hasTray = false;
+    AppShell shell{model, environment, statusItem, controlPort_};
+    EXPECT_FALSE(controlPort_.ask(ControlCommand::Kind::show));
+    runFor(10);
+    record();
+    runFor(3);
     EXPECT_THAT(notifications.posted, IsEmpty());
 }
 

@@ -127,6 +127,20 @@ TEST_F(ControlTest, OpensTheFolderAndQuits) {
     EXPECT_TRUE(isAsked);
 }
 
+TEST_F(ControlTest, ShowsTheMenuWhereThatCanBeDone) {
+    EXPECT_FALSE(port_.ask(Kind::show)) << "this one has nothing to show it with";
+    bool canBeShown = true;
+    int times = 0;
+    control_.emplace(model, menu_, loop, port_, [&] {
+        ++times;
+        return canBeShown;
+    });
+    EXPECT_TRUE(port_.ask(Kind::show));
+    canBeShown = false;
+    EXPECT_FALSE(port_.ask(Kind::show));
+    EXPECT_EQ(times, 2);
+}
+
 TEST_F(ControlTest, TakesNoCommandsOnceItIsGone) {
     control_.reset();
     EXPECT_FALSE(port_.ask(Kind::record));

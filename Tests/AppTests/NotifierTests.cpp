@@ -202,5 +202,83 @@ TEST_F(NotifierTest, DoesNothingAtAllWhereNotificationsCannotBeShown) {
     EXPECT_THAT(notifications_.removed, IsEmpty());
 }
 
+class NotifierOfARecordingTest : public NotifierTest {
+  protected:
+    using Answer = Notifier::RecordingAnswer;
+
+    void SetUp() override {
+        NotifierTest::SetUp();
+        beginAuthorization();
+        notifier_->onRecordingAnswer = [this](Answer answer) {
+            recordingAnswers_.push_back(answer);
+        };
+        notifier_->postRecording("zoom.us");
+    }
+    void respond(const std::string& action) {
+        notifications_.respond(
+            {.label = {},
+             .actionIdentifier = action,
+             .identifier = notifications_.posted.back().identifier});
+    }
+
+    std::vector<Answer> recordingAnswers_;
+};
+
+TEST_F(NotifierOfARecordingTest, SaysThatSomethingIsRecordedWithTwoButtons) {
+    ASSERT_THAT(notifications_.shown, SizeIs(1));
+    EXPECT_EQ(
+        notifications_.posted.back(), (NotificationRequest{
+                                          .identifier = notifications_.posted.back().identifier,
+                                          .title = "Brindle Recorder is recording",
+                                          .body = "zoom.us",
+                                          .categoryIdentifier = "brindle.recording",
+                                          .label = std::nullopt,
+                                          .isResident = true}));
+    ASSERT_THAT(notifications_.categories, SizeIs(2)) << "that of the question stays";
+    EXPECT_EQ(notifications_.categories[0].identifier, "brindle.ask-record");
+    EXPECT_EQ(
+        notifications_.categories[1],
+        (NotificationCategory{
+            .identifier = "brindle.recording",
+            .actions = {
+                {.identifier = "brindle.stop", .title = "Stop recording"},
+                {.identifier = "brindle.discard", .title = "Stop and Discard"}}}));
+}
+
+TEST_F(NotifierOfARecordingTest, HandsOnWhatTheUserDoesWithIt) {
+    for (const char* action :
+         {"brindle.stop", "brindle.discard", NotificationResponse::defaultAction,
+          NotificationResponse::dismissAction, "something else"}) {
+        respond(action);
+    }
+    EXPECT_THAT(
+        recordingAnswers_, ElementsAre(Answer::stop, Answer::discard, Answer::open, Answer::close));
+    EXPECT_THAT(answers_, IsEmpty());
+    notifier_->onRecordingAnswer = nullptr;
+    respond("brindle.stop");
+    EXPECT_THAT(recordingAnswers_, SizeIs(4));
+}
+
+TEST_F(NotifierOfARecordingTest, OneAtATimeAndAnAnswerToAnEarlierOneIsNone) {
+    const auto first = notifications_.posted.back().identifier;
+    notifier_->postRecording("meet.google.com");
+    EXPECT_THAT(notifications_.removed, ElementsAre(first));
+    EXPECT_THAT(notifications_.shown, SizeIs(1));
+    notifications_.respond(
+        {.label = {}, .actionIdentifier = "brindle.discard", .identifier = first});
+    notifier_->withdrawRecording();
+    EXPECT_THAT(notifications_.shown, IsEmpty());
+    respond("brindle.discard");
+    notifier_->withdrawRecording();
+    EXPECT_THAT(notifications_.removed, SizeIs(2));
+    EXPECT_THAT(recordingAnswers_, IsEmpty());
+}
+
+TEST_F(NotifierOfARecordingTest, SaysNothingWhereNothingCanBeShown) {
+    notifications_.available = false;
+    notifier_->postRecording("another");
+    EXPECT_THAT(notifications_.posted, SizeIs(1));
+}
+
 } // namespace
 } // namespace brindle

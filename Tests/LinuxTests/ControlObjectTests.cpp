@@ -9,6 +9,7 @@
 #include "BrindleRecorderLinux/CommandLine/SteerCommand.hpp"
 #include "BrindleRecorderLinux/Control/ControlDescription.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
+#include "BrindleRecorderLinux/Program/SecondLaunch.hpp"
 #include "LinuxTests/BareBus.hpp"
 #include "LinuxTests/BusVisitor.hpp"
 #include "LinuxTests/OutputCapture.hpp"
@@ -131,17 +132,18 @@ TEST_F(ControlObjectTest, TellsWhoeverFollowsWhatHasChanged) {
 }
 
 TEST_F(ControlObjectTest, CarriesOutWhatIsAskedFor) {
-    for (const char* method : {"Record", "Stop", "Discard", "OpenFolder", "Quit"}) {
+    for (const char* method : {"Show", "Record", "Stop", "Discard", "OpenFolder", "Quit"}) {
         EXPECT_EQ(errorOf(call(method, "")), "") << method;
     }
     EXPECT_EQ(errorOf(call("Answer", "sb", "us.zoom.xos#1", 1)), "");
     EXPECT_EQ(errorOf(call("Answer", "sb", "us.zoom.xos#2", 0)), "");
     EXPECT_THAT(
-        asked_, ElementsAre(
-                    ControlCommand{Kind::record}, ControlCommand{Kind::stop},
-                    ControlCommand{Kind::discard}, ControlCommand{Kind::openFolder},
-                    ControlCommand{Kind::quit}, ControlCommand{Kind::answerRecord, "us.zoom.xos#1"},
-                    ControlCommand{Kind::answerSkip, "us.zoom.xos#2"}));
+        asked_,
+        ElementsAre(
+            ControlCommand{Kind::show}, ControlCommand{Kind::record}, ControlCommand{Kind::stop},
+            ControlCommand{Kind::discard}, ControlCommand{Kind::openFolder},
+            ControlCommand{Kind::quit}, ControlCommand{Kind::answerRecord, "us.zoom.xos#1"},
+            ControlCommand{Kind::answerSkip, "us.zoom.xos#2"}));
 }
 
 TEST_F(ControlObjectTest, SaysWhatCannotBeDoneNow) {
@@ -242,6 +244,17 @@ TEST_F(ControlObjectTest, CommandsSayWhatWasRefused) {
     EXPECT_EQ(
         errors_.text(), "brindle-recorder: Nothing is being recorded.\n"
                         "brindle-recorder: there is no question to answer\n");
+}
+
+TEST_F(ControlObjectTest, ASecondLaunchAsksForTheMenuAndWaitsForNobody) {
+    {
+        // It leaves before it is answered.
+        EventLoop own;
+        BusOnLoop second{own, BusOnLoop::Which::session};
+        SecondLaunch::askForTheMenu(second);
+    }
+    EXPECT_TRUE(waitUntil(loop_, [this] { return !asked_.empty(); }));
+    EXPECT_THAT(asked_, ElementsAre(ControlCommand{Kind::show}));
 }
 
 TEST_F(ControlObjectTest, AnswersThatAreNotPropertiesAreNotRead) {

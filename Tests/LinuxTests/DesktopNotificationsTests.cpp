@@ -42,6 +42,16 @@ NotificationRequest news() {
         .identifier = "x", .title = "Title", .body = "Body", .categoryIdentifier = {}, .label = {}};
 }
 
+NotificationRequest residentNews() {
+    return {
+        .identifier = "r",
+        .title = "Title",
+        .body = "Body",
+        .categoryIdentifier = "brindle.recording",
+        .label = {},
+        .isResident = true};
+}
+
 class DesktopNotificationsTest : public testing::Test {
   protected:
     DesktopNotificationsTest() { startProgram(); }
@@ -49,9 +59,11 @@ class DesktopNotificationsTest : public testing::Test {
     void startProgram() {
         notifications_.emplace(program_);
         notifications_->setCategories(
-            {{"brindle.ask-record", {{"brindle.record", "Record"}, {"brindle.skip", "Skip"}}}});
+            {{"brindle.ask-record", {{"brindle.record", "Record"}, {"brindle.skip", "Skip"}}},
+             {"brindle.recording", {{"brindle.stop", "Stop recording"}}}});
         notifications_->setResponseHandler([this](const NotificationResponse& response) {
-            answers_.emplace_back(response.label.value_or("-"), response.actionIdentifier);
+            answers_.emplace_back(
+                response.label.value_or(response.identifier), response.actionIdentifier);
         });
         settle();
     }
@@ -148,6 +160,51 @@ TEST_F(DesktopNotificationsTest, PlainNotificationsHaveNoButtons) {
     ASSERT_TRUE(becomes([&] { return !server_->notified.empty(); }));
     EXPECT_THAT(server_->notified[0].actions, IsEmpty());
     EXPECT_EQ(server_->notified[0].expireTimeout, -1);
+}
+
+TEST_F(DesktopNotificationsTest, WhatIsResidentStaysQuietlyUntilItIsTakenBack) {
+    auto loud = everything;
+    loud.emplace_back("sound");
+    startServer(loud);
+    notifications_->post(residentNews());
+    ASSERT_TRUE(becomes([&] { return server_->notified.size() == 1; }));
+    settle();
+    const auto shown = server_->notified[0];
+    EXPECT_EQ(shown.expireTimeout, 0);
+    EXPECT_EQ(shown.hints.at("urgency"), "y 0");
+    EXPECT_EQ(shown.hints.at("resident"), "b 1");
+    EXPECT_FALSE(shown.hints.contains("sound-name"));
+    EXPECT_EQ(shown.actions, (Words{"default", "", "brindle.stop", "Stop recording"}));
+    for (const char* action : {"default", "brindle.stop"}) {
+        answers_.clear();
+        server_->invoke(shown.number, action);
+        ASSERT_TRUE(becomes([&] { return !answers_.empty(); }));
+        EXPECT_THAT(answers_, ElementsAre(Answer("r", action)));
+        settle();
+        EXPECT_FALSE(server_->hasClosed(shown.number));
+    }
+    notifications_->removeDelivered("r");
+    EXPECT_TRUE(becomes([&] { return server_->hasClosed(shown.number); }));
+}
+
+TEST_F(DesktopNotificationsTest, WhatIsResidentIsShownAgainOnTheNextServer) {
+    startServer();
+    notifications_->post(residentNews());
+    ASSERT_TRUE(becomes([&] { return server_->notified.size() == 1; }));
+    settle();
+    server_.reset();
+    settle();
+    startServer();
+    EXPECT_TRUE(becomes([&] { return server_->notified.size() == 1; }));
+}
+
+TEST_F(DesktopNotificationsTest, WhatIsResidentGoesWithTheProgram) {
+    startServer();
+    notifications_->post(residentNews());
+    ASSERT_TRUE(becomes([&] { return server_->notified.size() == 1; }));
+    settle();
+    notifications_.reset();
+    EXPECT_TRUE(becomes([&] { return server_->hasClosed(server_->notified[0].number); }));
 }
 
 TEST_F(DesktopNotificationsTest, EveryAnswerCarriesItsLabel) {

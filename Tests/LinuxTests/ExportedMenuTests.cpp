@@ -277,5 +277,20 @@ TEST_F(ExportedMenuTest, ItsPlaceCanBeTaken) {
     EXPECT_FALSE(another.exportOn(program_));
 }
 
+TEST_F(ExportedMenuTest, AsksThePanelToOpenIt) {
+    menu_.show({{"a", MenuItem::Text{"A"}}});
+    panel_.listenTo(place_);
+    menu_.askToOpen();
+    const auto signals = panel_.heard("ItemActivationRequested");
+    ASSERT_THAT(signals, SizeIs(1));
+    int number = -1;
+    ASSERT_GT(sd_bus_message_read(signals[0].get(), "i", &number), 0);
+    EXPECT_EQ(number, 0) << "the menu as a whole";
+}
+
+TEST(ExportedMenu, AsksNobodyBeforeItIsExported) {
+    ExportedMenu{}.askToOpen();
+}
+
 } // namespace
 } // namespace brindle

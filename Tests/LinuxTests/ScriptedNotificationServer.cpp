@@ -28,6 +28,11 @@ std::string readHint(sd_bus_message* message) {
         requireOfBus(sd_bus_message_read(message, "v", "y", &byte), "no hint");
         return "y " + std::to_string(byte);
     }
+    if (std::string_view{type} == "b") {
+        int flag = 0; // the wire's booleans have the size of an int
+        requireOfBus(sd_bus_message_read(message, "v", "b", &flag), "no hint");
+        return "b " + std::to_string(flag);
+    }
     const char* word = "";
     requireOfBus(sd_bus_message_read(message, "v", "s", &word), "no hint");
     return std::string{"s "} + word;

@@ -21,7 +21,8 @@ class ScriptedNotificationServer {
         std::string summary;
         std::string body;
         std::vector<std::string> actions;
-        std::map<std::string, std::string> hints; ///< each with its type before it: "y 1", "s word"
+        std::map<std::string, std::string>
+            hints; ///< each with its type before it: "y 1", "b 1", "s word"
         std::int32_t expireTimeout = 0;
     };
 

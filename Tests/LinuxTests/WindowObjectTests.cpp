@@ -6,6 +6,7 @@
 #include "BrindleRecorderLinux/Bus/BusOnLoop.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "LinuxTests/BareBus.hpp"
+#include "LinuxTests/BusVisitor.hpp"
 #include "LinuxTests/ScriptedBusObject.hpp"
 #include "LinuxTests/WaitOnLoop.hpp"
 
@@ -87,6 +88,9 @@ class WindowObjectTest : public testing::Test {
             if (token == "of the window") {
                 return WindowRole::setupWindow;
             }
+            if (token == "of the menu") {
+                return WindowRole::menuWindow;
+            }
             return token == "of the icon" ? std::optional{WindowRole::trayIcon} : std::nullopt;
         };
         object_.onSetupWindowClosed = [this] {
@@ -130,6 +134,17 @@ TEST_F(WindowObjectTest, WhoeverWasStartedForTheIconTellsOfIt) {
     EXPECT_EQ(icon.tellTrayIcon(true), "");
     EXPECT_EQ(icon.tellTrayIcon(false), "");
     EXPECT_THAT(told_, ElementsAre("shown", "not shown"));
+}
+
+TEST_F(WindowObjectTest, TheWindowWithTheMenuIsToldToComeToTheFront) {
+    test::BusVisitor visitor{loop_};
+    visitor.listenTo({recordersName(), WindowProtocol::path, WindowProtocol::interface});
+    object_.bringMenuWindowToFront();
+    EXPECT_THAT(visitor.heard("MenuWindowToFront"), testing::SizeIs(1));
+    // It reads the menu as panels do, and has no other window to look at.
+    Caller window{loop_, recordersName()};
+    ASSERT_EQ(window.attach("of the menu"), "");
+    EXPECT_EQ(window.call("GetSetupWindow"), refused);
 }
 
 TEST_F(WindowObjectTest, NobodyElseReadsOrTells) {

@@ -33,7 +33,7 @@ struct ProgramStatus {
 
 /// What can be asked of the program.
 struct ControlCommand {
-    enum class Kind { record, stop, discard, answerRecord, answerSkip, openFolder, quit };
+    enum class Kind { show, record, stop, discard, answerRecord, answerSkip, openFolder, quit };
 
     Kind kind = Kind::record;
     /// With an answer: the question that it is for.

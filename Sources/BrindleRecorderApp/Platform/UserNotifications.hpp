@@ -28,6 +28,8 @@ struct NotificationRequest {
     std::string body;
     std::optional<std::string> categoryIdentifier;
     std::optional<std::string> label; ///< carried unseen, handed back with the answer
+    /// Stays quietly until it is taken back: neither time nor one of its buttons ends it.
+    bool isResident = false;
     friend bool operator==(const NotificationRequest&, const NotificationRequest&) = default;
 };
 
@@ -40,6 +42,7 @@ struct NotificationResponse {
 
     std::optional<std::string> label;
     std::string actionIdentifier;
+    std::string identifier = {}; ///< of the request
 };
 
 /// Main thread only; the response handler and answers are called on the main thread.

@@ -5,22 +5,28 @@
 #include "BrindleRecorderApp/Shell/FirstRunWindow.hpp"
 #include "BrindleRecorderApp/Shell/MenuBarLabel.hpp"
 #include "BrindleRecorderApp/Shell/MenuContent.hpp"
+#include "BrindleRecorderApp/Shell/MenuOnRequest.hpp"
 #include "BrindleRecorderApp/Shell/MissingTrayNotice.hpp"
+#include "BrindleRecorderApp/Shell/RecordingNotice.hpp"
+
+#include <optional>
 
 namespace brindle {
 
 class AppModel;
 class ControlPort;
 struct AppEnvironment;
+class MenuWindow;
 class StatusItem;
 
 /// Main thread only.
 class AppShell {
   public:
-    /// Shows icon and menu, and to others what goes on. All must outlive the shell.
+    /// Shows icon and menu, and to others what goes on. There is no `menuWindow` on a desktop
+    /// that always shows the icon. All must outlive the shell.
     AppShell(
         AppModel& model, const AppEnvironment& environment, StatusItem& statusItem,
-        ControlPort& controlPort);
+        ControlPort& controlPort, MenuWindow* menuWindow = nullptr);
     ~AppShell();
     AppShell(const AppShell&) = delete;
     AppShell& operator=(const AppShell&) = delete;
@@ -33,9 +39,11 @@ class AppShell {
     StatusItem& statusItem_;
     MenuBarLabel label_;
     MenuContent menu_;
+    MenuOnRequest menuOnRequest_;
     Control control_;
     FirstRunWindow firstRunWindow_;
     MissingTrayNotice missingTrayNotice_;
+    std::optional<RecordingNotice> recordingNotice_;
 };
 
 } // namespace brindle

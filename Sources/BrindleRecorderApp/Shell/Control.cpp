@@ -5,6 +5,7 @@
 #include "BrindleRecorderApp/Shell/MenuContent.hpp"
 
 #include <string>
+#include <utility>
 
 namespace brindle {
 
@@ -14,6 +15,8 @@ namespace {
 std::string lineFor(const ControlCommand& command) {
     using Kind = ControlCommand::Kind;
     switch (command.kind) {
+    case Kind::show:
+        break; // is no line
     case Kind::record:
         return MenuLine::recordNow;
     case Kind::stop:
@@ -45,10 +48,13 @@ ProgramStatus::State stateOf(const AppModel& model) {
 
 } // namespace
 
-Control::Control(AppModel& model, MenuContent& menu, MainLoop& mainLoop, ControlPort& port)
-    : model_{model}, menu_{menu}, port_{port}, telling_{mainLoop, [this] {
-                                                            port_.showStatus(status());
-                                                        }} {
+Control::Control(
+    AppModel& model, MenuContent& menu, MainLoop& mainLoop, ControlPort& port,
+    std::function<bool()> showMenu)
+    : model_{model}, menu_{menu}, port_{port}, showMenu_{std::move(showMenu)},
+      telling_{mainLoop, [this] {
+                   port_.showStatus(status());
+               }} {
     follow(model.sessionState);
     follow(model.statusLine);
     follow(model.captureWarning);
@@ -62,12 +68,18 @@ Control::Control(AppModel& model, MenuContent& menu, MainLoop& mainLoop, Control
     follow(model.permissions.cameraAuthorized);
     follow(model.permissions.microphoneAuthorized);
     port.showStatus(status());
-    port.setCommandHandler(
-        [this](const ControlCommand& command) { return menu_.activate(lineFor(command)); });
+    port.setCommandHandler([this](const ControlCommand& command) { return carryOut(command); });
 }
 
 Control::~Control() {
     port_.setCommandHandler({});
+}
+
+bool Control::carryOut(const ControlCommand& command) {
+    if (command.kind == ControlCommand::Kind::show) {
+        return showMenu_ && showMenu_();
+    }
+    return menu_.activate(lineFor(command));
 }
 
 template <class Field>

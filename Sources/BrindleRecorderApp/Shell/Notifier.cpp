@@ -1,6 +1,7 @@
 #include "BrindleRecorderApp/Shell/Notifier.hpp"
 
 #include "BrindleRecorderApp/Async/Continuation.hpp"
+#include "BrindleRecorderApp/Words/MenuTexts.hpp"
 #include "BrindleRecorderApp/Words/NoticeTexts.hpp"
 #include "BrindleRecorderApp/Words/RecordingTexts.hpp"
 
@@ -29,18 +30,29 @@ Task<void> Notifier::requestAuthorization() {
                 (*self)->handleResponse(response);
             }
         });
-    std::vector<NotificationCategory> categories;
-    categories.push_back(
-        {.identifier = askCategory,
-         .actions = {
-             {.identifier = recordAction, .title = NoticeTexts::record},
-             {.identifier = skipAction, .title = NoticeTexts::skip}}});
-    notifications_.setCategories(std::move(categories));
+    notifications_.setCategories(categories(/*withRecording=*/false));
 
     // The notifier may be gone when the answer comes: nothing of it is used after this.
     const Continuation<bool> decision;
     notifications_.requestAuthorization([decision](bool granted) { decision.resume(granted); });
     co_await decision;
+}
+
+std::vector<NotificationCategory> Notifier::categories(bool withRecording) {
+    std::vector<NotificationCategory> all;
+    all.push_back(
+        {.identifier = askCategory,
+         .actions = {
+             {.identifier = recordAction, .title = NoticeTexts::record},
+             {.identifier = skipAction, .title = NoticeTexts::skip}}});
+    if (withRecording) {
+        all.push_back(
+            {.identifier = recordingCategory,
+             .actions = {
+                 {.identifier = stopAction, .title = MenuTexts::stopRecording},
+                 {.identifier = discardAction, .title = MenuTexts::stopAndDiscard}}});
+    }
+    return all;
 }
 
 void Notifier::postAsk(const std::string& label, const std::string& body) {
@@ -58,6 +70,29 @@ void Notifier::postAsk(const std::string& label, const std::string& body) {
 void Notifier::withdrawAsk(const std::string& label) {
     if (notifications_.isAvailable()) {
         notifications_.removeDelivered(askIdentifier(label));
+    }
+}
+
+void Notifier::postRecording(const std::string& body) {
+    if (!notifications_.isAvailable()) {
+        return;
+    }
+    withdrawRecording();
+    // Where the icon says the same, nobody ever needs these buttons.
+    notifications_.setCategories(categories(/*withRecording=*/true));
+    recording_ = makeIdentifier_();
+    notifications_.post(
+        {.identifier = *recording_,
+         .title = NoticeTexts::recordingTitle,
+         .body = body,
+         .categoryIdentifier = recordingCategory,
+         .label = {},
+         .isResident = true});
+}
+
+void Notifier::withdrawRecording() {
+    if (const auto identifier = std::exchange(recording_, std::nullopt)) {
+        notifications_.removeDelivered(*identifier);
     }
 }
 
@@ -80,12 +115,32 @@ void Notifier::tell(const std::string& body) {
 }
 
 void Notifier::handleResponse(const NotificationResponse& response) const {
+    if (recording_ && response.identifier == *recording_) {
+        handleRecordingResponse(response.actionIdentifier);
+        return;
+    }
     if (!response.label || response.actionIdentifier == NotificationResponse::dismissAction) {
         return;
     }
     // A copy, because the owner may replace the callback while it runs.
     if (const auto answer = onAskAnswer) {
         answer(*response.label, response.actionIdentifier != skipAction);
+    }
+}
+
+void Notifier::handleRecordingResponse(const std::string& action) const {
+    const auto answer = onRecordingAnswer; // a copy, likewise
+    if (!answer) {
+        return;
+    }
+    if (action == stopAction) {
+        answer(RecordingAnswer::stop);
+    } else if (action == discardAction) {
+        answer(RecordingAnswer::discard);
+    } else if (action == NotificationResponse::defaultAction) {
+        answer(RecordingAnswer::open);
+    } else if (action == NotificationResponse::dismissAction) {
+        answer(RecordingAnswer::close);
     }
 }
 

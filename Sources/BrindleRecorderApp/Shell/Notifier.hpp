@@ -1,5 +1,5 @@
-// The application's notifications: the question whether to record a call, its answer, and plain
-// information.
+// The application's notifications: the question whether to record a call, its answer, word of a
+// recording that goes on, and plain information.
 #pragma once
 
 #include "BrindleRecorderApp/Async/Task.hpp"
@@ -8,7 +8,9 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace brindle {
 
@@ -19,6 +21,9 @@ class Notifier {
     static constexpr const char* askCategory = "brindle.ask-record";
     static constexpr const char* recordAction = "brindle.record";
     static constexpr const char* skipAction = "brindle.skip";
+    static constexpr const char* recordingCategory = "brindle.recording";
+    static constexpr const char* stopAction = "brindle.stop";
+    static constexpr const char* discardAction = "brindle.discard";
 
     /// The notifications must outlive the notifier. `makeIdentifier` gives each plain notification
     /// an identifier of its own.
@@ -41,6 +46,15 @@ class Notifier {
     /// Takes the question for that label back.
     void withdrawAsk(const std::string& label);
 
+    /// What the user did with the notification of a recording; `open` is a click on it.
+    enum class RecordingAnswer { stop, discard, open, close };
+    /// Called for the notification that is posted now, and for no earlier one.
+    std::function<void(RecordingAnswer answer)> onRecordingAnswer;
+
+    /// Says that something is being recorded, until it is taken back. One at a time.
+    void postRecording(const std::string& body);
+    void withdrawRecording();
+
     /// Shows a notification without buttons, beside all others; `whenShown` is called when it is on
     /// the screen, which may never be.
     void
@@ -50,9 +64,12 @@ class Notifier {
 
   private:
     void handleResponse(const NotificationResponse& response) const;
+    void handleRecordingResponse(const std::string& action) const;
+    [[nodiscard]] static std::vector<NotificationCategory> categories(bool withRecording);
 
     UserNotifications& notifications_;
     std::function<std::string()> makeIdentifier_;
+    std::optional<std::string> recording_; ///< the identifier of the recording's notification
     /// Ends with the notifier: an answer that comes later finds nobody.
     std::shared_ptr<Notifier*> self_ = std::make_shared<Notifier*>(this);
 };

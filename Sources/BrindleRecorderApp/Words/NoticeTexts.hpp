@@ -1,5 +1,5 @@
-// The words of the notifications that are about no recording, and of the question whether to make
-// one.
+// The words of the notifications that stand beside recordings: that the program runs, the question
+// whether to record, and that it does.
 #pragma once
 
 #include <string>
@@ -18,8 +18,14 @@ struct NoticeTexts {
 
     static constexpr const char* missingTrayTitle = "Brindle Recorder is running";
     static constexpr const char* missingTrayBody =
-        "This desktop shows no icon for it. In a terminal, brindle-recorder --menu shows what it "
-        "is doing, and brindle-recorder --pick \"Record now\" picks a line of that menu.";
+        "This desktop shows no icon for it. Launch it again to see what it is doing, and to steer "
+        "it.";
+
+    static constexpr const char* recordingTitle = "Brindle Recorder is recording";
+    /// `call` as people call it.
+    static std::string recordingBody(const std::string& call) {
+        return call + ". To see more of it, launch Brindle Recorder again.";
+    }
 
     static constexpr const char* soundServerTitle = "Brindle Recorder";
     static constexpr const char* soundServerBody =

@@ -78,6 +78,13 @@ constexpr std::array answerArguments{
 
 constexpr std::array allMethods{
     ControlDescription::Method{
+        "Show",
+        "Opens the menu, or where no panel can do that a window that shows the same, as launching "
+        "the program once more does.",
+        "This copy has no user interface.",
+        {},
+        Kind::show},
+    ControlDescription::Method{
         "Record",
         "Begins a recording by hand, as \"Record now\" in the menu does.",
         "Something is being recorded already.",

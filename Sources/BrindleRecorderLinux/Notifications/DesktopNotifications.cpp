@@ -45,12 +45,20 @@ void addActions(sd_bus_message* call, const std::vector<NotificationAction>* act
     sd_bus_message_close_container(call);
 }
 
-void addHints(sd_bus_message* call, bool withSound) {
+/// Whether only the program or the user ends it.
+bool stays(const NotificationRequest& request) {
+    return request.label || request.isResident;
+}
+
+void addHints(sd_bus_message* call, const NotificationRequest& request, bool canSound) {
+    constexpr int low = 0;
     constexpr int normal = 1;
     sd_bus_message_open_container(call, 'a', "{sv}");
     sd_bus_message_append(call, "{sv}", "desktop-entry", "s", "com.tamsworth.brindlerecorder");
-    sd_bus_message_append(call, "{sv}", "urgency", "y", normal);
-    if (withSound) {
+    sd_bus_message_append(call, "{sv}", "urgency", "y", request.isResident ? low : normal);
+    if (request.isResident) {
+        sd_bus_message_append(call, "{sv}", "resident", "b", 1);
+    } else if (canSound) {
         sd_bus_message_append(call, "{sv}", "sound-name", "s", "message-new-instant");
     }
     sd_bus_message_close_container(call);
@@ -89,7 +97,7 @@ DesktopNotifications::DesktopNotifications(Bus& bus)
 
 DesktopNotifications::~DesktopNotifications() {
     for (const auto& [identifier, shown] : shown_) {
-        if (shown->number != 0 && shown->request.label) {
+        if (shown->number != 0 && stays(shown->request)) {
             close(*shown);
         }
     }
@@ -193,7 +201,7 @@ BusMessage DesktopNotifications::makeNotify(
         text.body.c_str());
     addActions(
         call.get(), category != nullptr && capabilities.actions ? &category->actions : nullptr);
-    addHints(call.get(), capabilities.sound);
+    addHints(call.get(), request, capabilities.sound);
     sd_bus_message_append(call.get(), "i", category != nullptr ? neverExpires : serverDecides);
     return call;
 }
@@ -220,7 +228,7 @@ void DesktopNotifications::settleFailure(const ShownHandle& shown, int serversSe
     if (!shown->isWanted || serversSeen_ != serversSeenThen) {
         shown->isCurrent = false;
         advance(shown);
-    } else if (!shown->request.label) {
+    } else if (!stays(shown->request)) {
         forget(shown);
     }
 }
@@ -256,7 +264,7 @@ void DesktopNotifications::serverHasChanged() {
         if (shown->isBusy) {
             continue; // whoever waits for the answer sees to it
         }
-        if (!shown->request.label) {
+        if (!stays(shown->request)) {
             forget(shown);
             continue;
         }
@@ -296,8 +304,10 @@ void DesktopNotifications::takeAction(const ShownHandle& shown, const std::strin
         return;
     }
     const Shown answered = *shown;
-    // Some servers leave a notification on the screen that has been answered.
-    removeDelivered(answered.request.identifier);
+    if (!answered.request.isResident) {
+        // Some servers leave a notification on the screen that has been answered.
+        removeDelivered(answered.request.identifier);
+    }
     respond(answered, action);
 }
 
@@ -336,7 +346,10 @@ DesktopNotifications::categoryOf(const NotificationRequest& request) const {
 
 void DesktopNotifications::respond(const Shown& shown, const std::string& action) {
     if (const auto handler = handler_) {
-        handler({.label = shown.request.label, .actionIdentifier = action});
+        handler(
+            {.label = shown.request.label,
+             .actionIdentifier = action,
+             .identifier = shown.request.identifier});
     }
 }
 

@@ -20,12 +20,13 @@ namespace brindle {
 
 /// Main thread only. Nothing here waits: a server may be slow, absent, or replaced by another at
 /// any moment. What it can do is asked before each notification, because some change their answer
-/// while they run. A question that a server takes to its grave is shown again on the next one.
+/// while they run. What a server takes to its grave and is still to stay, such as a question, is
+/// shown again on the next one.
 class DesktopNotifications final : public UserNotifications {
   public:
     /// The bus must be connected and outlive this.
     explicit DesktopNotifications(Bus& bus);
-    /// Takes back the questions that are still shown.
+    /// Takes back what is still shown and would stay.
     ~DesktopNotifications() override;
     DesktopNotifications(const DesktopNotifications&) = delete;
     DesktopNotifications& operator=(const DesktopNotifications&) = delete;

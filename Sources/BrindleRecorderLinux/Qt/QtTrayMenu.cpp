@@ -1,5 +1,7 @@
 #include "BrindleRecorderLinux/Qt/QtTrayMenu.hpp"
 
+#include "BrindleRecorderLinux/Qt/QtLabel.hpp"
+
 #include <QAction>
 #include <QCursor>
 #include <QGuiApplication>
@@ -12,14 +14,6 @@
 namespace brindle {
 
 namespace {
-
-/// In a label of Qt an ampersand marks the key that picks the line, and a tabulator begins the
-/// shortcut; ours mean neither.
-QString label(const std::string& text) {
-    return QString::fromStdString(text)
-        .replace(QLatin1Char('&'), QLatin1String("&&"))
-        .replace(QLatin1Char('\t'), QLatin1Char(' '));
-}
 
 /// A line is known by its name and, since an action cannot become one of another sort, by its sort.
 QAction* actionOf(const MenuItem& item, const QMenu& menu) {
@@ -57,11 +51,11 @@ struct Say {
     QAction& action;
 
     void operator()(const MenuItem::Text& text) const {
-        action.setText(label(text.text));
+        action.setText(labelOf(text.text));
         action.setEnabled(false);
     }
     void operator()(const MenuItem::Button& button) const {
-        action.setText(label(button.title));
+        action.setText(labelOf(button.title));
         action.setShortcut(
             button.shortcut
                 ? QKeySequence{QStringLiteral("Ctrl+%1").arg(QLatin1Char(button.shortcut->key))}
@@ -69,12 +63,12 @@ struct Say {
         action.setShortcutVisibleInContextMenu(true);
     }
     void operator()(const MenuItem::Toggle& toggle) const {
-        action.setText(label(toggle.title));
+        action.setText(labelOf(toggle.title));
         action.setCheckable(true);
         action.setChecked(toggle.isOn);
     }
     void operator()(const MenuItem::Submenu& submenu) const {
-        action.setText(label(submenu.title));
+        action.setText(labelOf(submenu.title));
         fill(*action.menu(), submenu.items);
     }
     void operator()(const MenuItem::Divider& /*divider*/) const { action.setSeparator(true); }

@@ -21,13 +21,8 @@ RecorderLink::RecorderLink(Bus& bus, const std::string& token, std::function<voi
               lost_();
           }},
       calls_{bus} {
-    static_cast<void>(recorder_.follow(
-        WindowProtocol::path, WindowProtocol::interface, "SetupWindowChanged",
-        [this](sd_bus_message*) {
-            if (onSetupWindowChange) {
-                onSetupWindowChange();
-            }
-        }));
+    follow("SetupWindowChanged", onSetupWindowChange);
+    follow("MenuWindowToFront", onMenuWindowToFront);
     auto call = makeCall("Attach");
     sd_bus_message_append(call.get(), "s", token.c_str());
     const bool isSent = calls_.send(std::move(call), [this](sd_bus_message* answer) {
@@ -38,6 +33,16 @@ RecorderLink::RecorderLink(Bus& bus, const std::string& token, std::function<voi
     if (!isSent) {
         lost_();
     }
+}
+
+/// Whatever the handler, a member of this, is at that time.
+void RecorderLink::follow(const char* signal, const std::function<void()>& handler) {
+    static_cast<void>(recorder_.follow(
+        WindowProtocol::path, WindowProtocol::interface, signal, [&handler](sd_bus_message*) {
+            if (handler) {
+                handler();
+            }
+        }));
 }
 
 void RecorderLink::askForSetupWindow(std::function<void(sd_bus_message* answer)> take) {

@@ -23,6 +23,8 @@ class RecorderLink {
 
     /// Called when the setup window is to show something else.
     std::function<void()> onSetupWindowChange;
+    /// Called when the window with the menu is to come before all others.
+    std::function<void()> onMenuWindowToFront;
 
     /// `take` gets the answer, which may be an error.
     void askForSetupWindow(std::function<void(sd_bus_message* answer)> take);
@@ -30,6 +32,7 @@ class RecorderLink {
     void tellTrayIconShown(bool isShown);
 
   private:
+    void follow(const char* signal, const std::function<void()>& handler);
     [[nodiscard]] BusMessage makeCall(const char* method) const;
 
     const std::function<void()> lost_;

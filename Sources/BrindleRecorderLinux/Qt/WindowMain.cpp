@@ -4,6 +4,7 @@
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
 #include "BrindleRecorderLinux/Qt/AccessibilityBus.hpp"
 #include "BrindleRecorderLinux/Qt/BusInQt.hpp"
+#include "BrindleRecorderLinux/Qt/QtMenuWindow.hpp"
 #include "BrindleRecorderLinux/Qt/QtSetupWindow.hpp"
 #include "BrindleRecorderLinux/Qt/QtTrayIcon.hpp"
 #include "BrindleRecorderLinux/Qt/QtTrayMenu.hpp"
@@ -116,20 +117,21 @@ class SetupWindowRole {
     std::optional<std::uint32_t> fronts_;
 };
 
-/// The menu as the recorder has it on the bus.
+/// The menu as the recorder has it on the bus, shown by a `View`.
+template <class View>
 class MenuOnBus {
   public:
     MenuOnBus(Bus& bus, const std::string& owner) : reader_{bus, owner, menuPath} {
         reader_.onMenu = [this](const Menu& read) {
-            menu_.show(read);
+            view_.show(read);
             if (onRead) {
                 onRead();
             }
         };
-        menu_.onOpening = [this] {
+        view_.onOpening = [this] {
             reader_.tellOpening();
         };
-        menu_.onActivation = [this](const std::string& line) {
+        view_.onActivation = [this](const std::string& line) {
             ++picks_;
             reader_.tellPicked(line, [this] {
                 --picks_;
@@ -140,14 +142,14 @@ class MenuOnBus {
         };
     }
 
-    [[nodiscard]] QtTrayMenu& menu() { return menu_; }
+    [[nodiscard]] View& view() { return view_; }
     [[nodiscard]] bool isTelling() const { return picks_ > 0; }
 
     std::function<void()> onRead;
     std::function<void()> onTold;
 
   private:
-    QtTrayMenu menu_;
+    View view_;
     MenuReader reader_;
     int picks_ = 0;
 };
@@ -156,7 +158,7 @@ class MenuOnBus {
 class TrayIconRole {
   public:
     TrayIconRole(Bus& bus, RecorderLink& recorder, const std::string& owner)
-        : menu_{bus, owner}, icon_{menu_.menu()}, reader_{bus, owner, iconPath} {
+        : menu_{bus, owner}, icon_{menu_.view()}, reader_{bus, owner, iconPath} {
         icon_.onShownChange = [&recorder](bool isShown) {
             recorder.tellTrayIconShown(isShown);
         };
@@ -166,7 +168,7 @@ class TrayIconRole {
     }
 
   private:
-    MenuOnBus menu_;
+    MenuOnBus<QtTrayMenu> menu_;
     QtTrayIcon icon_;
     IconReader reader_;
 };
@@ -178,7 +180,7 @@ class MenuRole {
         menu_.onRead = [this] {
             if (!isOpened_) {
                 isOpened_ = true;
-                menu_.menu().open();
+                menu_.view().open();
             }
         };
         menu_.onTold = [this] {
@@ -186,19 +188,55 @@ class MenuRole {
         };
         // A menu closes before it tells what was picked.
         QObject::connect(
-            &menu_.menu().widget(), &QMenu::aboutToHide, &menu_.menu().widget(),
+            &menu_.view().widget(), &QMenu::aboutToHide, &menu_.view().widget(),
             [this] { endWhenOver(); }, Qt::QueuedConnection);
     }
 
   private:
     void endWhenOver() {
-        if (!menu_.isTelling() && !menu_.menu().widget().isVisible()) {
+        if (!menu_.isTelling() && !menu_.view().widget().isVisible()) {
             leave(exitDone);
         }
     }
 
-    MenuOnBus menu_;
+    MenuOnBus<QtTrayMenu> menu_;
     bool isOpened_ = false;
+};
+
+/// The menu in a window until the user closes it.
+class MenuWindowRole {
+  public:
+    MenuWindowRole(Bus& bus, RecorderLink& recorder, const std::string& owner) : menu_{bus, owner} {
+        menu_.onRead = [this] {
+            if (!isShown_) {
+                isShown_ = true;
+                menu_.view().bringToFront();
+            }
+        };
+        recorder.onMenuWindowToFront = [this] {
+            if (isShown_) {
+                menu_.view().bringToFront();
+            }
+        };
+        menu_.onTold = [this] {
+            endWhenOver();
+        };
+        menu_.view().onClosed = [this] {
+            isOver_ = true;
+            endWhenOver();
+        };
+    }
+
+  private:
+    void endWhenOver() {
+        if (isOver_ && !menu_.isTelling()) {
+            leave(exitDone);
+        }
+    }
+
+    MenuOnBus<QtMenuWindow> menu_;
+    bool isShown_ = false;
+    bool isOver_ = false;
 };
 
 /// Takes a variable out of the environment.
@@ -228,7 +266,7 @@ int run(WindowRole role, const std::string& owner, int& argumentCount, char** ar
     QApplication::setDesktopFileName(QStringLiteral("com.tamsworth.brindlerecorder"));
     QApplication::setQuitOnLastWindowClosed(false);
     const QApplication application{argumentCount, arguments};
-    if (role != WindowRole::setupWindow && !isOnX11()) {
+    if ((role == WindowRole::trayIcon || role == WindowRole::menu) && !isOnX11()) {
         return exitDone; // there is nothing to do here
     }
     bus.serve();
@@ -246,6 +284,7 @@ int run(WindowRole role, const std::string& owner, int& argumentCount, char** ar
     std::optional<SetupWindowRole> setupWindow;
     std::optional<TrayIconRole> trayIcon;
     std::optional<MenuRole> menu;
+    std::optional<MenuWindowRole> menuWindow;
     switch (role) {
     case WindowRole::setupWindow:
         setupWindow.emplace(recorder);
@@ -255,6 +294,9 @@ int run(WindowRole role, const std::string& owner, int& argumentCount, char** ar
         break;
     case WindowRole::menu:
         menu.emplace(bus, owner);
+        break;
+    case WindowRole::menuWindow:
+        menuWindow.emplace(bus, recorder, owner);
         break;
     }
     return QApplication::exec();

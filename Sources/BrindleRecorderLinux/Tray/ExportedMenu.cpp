@@ -146,6 +146,14 @@ void ExportedMenu::show(const Menu& menu) {
     }
 }
 
+void ExportedMenu::askToOpen() {
+    if (bus_ != nullptr) {
+        sd_bus_emit_signal(
+            bus_->get(), path, interface, "ItemActivationRequested", "iu", MenuNumbers::root, 0U);
+        bus_->wake();
+    }
+}
+
 void ExportedMenu::announceLayout(int parent) {
     if (bus_ != nullptr) {
         sd_bus_emit_signal(bus_->get(), path, interface, "LayoutUpdated", "ui", revision_, parent);

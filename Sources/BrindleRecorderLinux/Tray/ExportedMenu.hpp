@@ -30,6 +30,8 @@ class ExportedMenu {
     bool exportOn(Bus& bus);
 
     void show(const Menu& menu);
+    /// Asks the panels that show the menu to open it. Those that do say that it opens.
+    void askToOpen();
 
     /// Called with the name of the line that the user picked.
     std::function<void(const std::string& name)> onActivation;

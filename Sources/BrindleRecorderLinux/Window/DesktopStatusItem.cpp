@@ -8,10 +8,18 @@ DesktopStatusItem::DesktopStatusItem(MainLoop& mainLoop, WindowPrograms& windows
     : windows_{windows}, icon_{mainLoop} {
     icon_.onTakenChange = [this] {
         windows_.offerTrayIcon(!icon_.isTaken());
+        look();
+    };
+    windows_.onTrayIconChange = [this] {
+        look();
     };
     icon_.onMenuRequest = [this] {
         windows_.openMenu();
     };
+}
+
+DesktopStatusItem::~DesktopStatusItem() {
+    windows_.onTrayIconChange = nullptr;
 }
 
 bool DesktopStatusItem::exportOn(Bus& bus) {
@@ -37,6 +45,23 @@ void DesktopStatusItem::setMenuOpeningHandler(std::function<void()> handler) {
 
 bool DesktopStatusItem::isShown() const {
     return icon_.isTaken() || windows_.showsTrayIcon();
+}
+
+std::unique_ptr<Observation> DesktopStatusItem::observeIcon(std::function<void()> changed) {
+    return iconListeners_.add(std::move(changed));
+}
+
+void DesktopStatusItem::look() {
+    if (std::exchange(wasShown_, isShown()) != isShown()) {
+        iconListeners_.call();
+    }
+}
+
+bool DesktopStatusItem::askThePanel() {
+    if (icon_.isTaken()) {
+        menu_.askToOpen();
+    }
+    return icon_.isTaken();
 }
 
 std::unique_ptr<SetupWindow> DesktopStatusItem::makeSetupWindow(const SetupWindowContent& content) {

@@ -22,7 +22,7 @@ WindowObject::WindowObject(Bus& bus) : bus_{bus} {
 }
 
 const sd_bus_vtable* WindowObject::table() {
-    static const std::array<sd_bus_vtable, 7> table{{
+    static const std::array<sd_bus_vtable, 8> table{{
         SD_BUS_VTABLE_START(0),
         SD_BUS_METHOD(
             "Attach", "s", "", &WindowObject::take<&WindowObject::attach>,
@@ -37,6 +37,7 @@ const sd_bus_vtable* WindowObject::table() {
             "TrayIconShown", "b", "", &WindowObject::take<&WindowObject::trayIconShown>,
             SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_SIGNAL("SetupWindowChanged", "", 0),
+        SD_BUS_SIGNAL("MenuWindowToFront", "", 0),
         SD_BUS_VTABLE_END,
     }};
     return table.data();
@@ -45,9 +46,12 @@ const sd_bus_vtable* WindowObject::table() {
 void WindowObject::show(const std::optional<SetupWindowContent>& content, unsigned fronts) {
     content_ = content;
     fronts_ = fronts;
+    tell("SetupWindowChanged");
+}
+
+void WindowObject::tell(const char* signal) {
     if (sd_bus_emit_signal(
-            bus_.get(), WindowProtocol::path, WindowProtocol::interface, "SetupWindowChanged",
-            "") >= 0) {
+            bus_.get(), WindowProtocol::path, WindowProtocol::interface, signal, "") >= 0) {
         bus_.wake();
     }
 }

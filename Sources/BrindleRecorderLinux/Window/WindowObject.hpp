@@ -29,6 +29,8 @@ class WindowObject {
     /// What the setup window is to show, or that there is none. It comes to the front whenever
     /// `fronts` is another number.
     void show(const std::optional<SetupWindowContent>& content, unsigned fronts);
+    /// Has the window with the menu come to the front, where it shows.
+    void bringMenuWindowToFront() { tell("MenuWindowToFront"); }
     /// Whoever spoke for that role does so no more.
     void forget(WindowRole role) { callers_.erase(role); }
 
@@ -47,6 +49,7 @@ class WindowObject {
     int getSetupWindow(sd_bus_message* call, sd_bus_error* error);
     int setupWindowClosed(sd_bus_message* call, sd_bus_error* error);
     int trayIconShown(sd_bus_message* call, sd_bus_error* error);
+    void tell(const char* signal);
     [[nodiscard]] bool speaksFor(WindowRole role, sd_bus_message* call) const;
 
     Bus& bus_;

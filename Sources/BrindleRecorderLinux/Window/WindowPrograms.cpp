@@ -56,22 +56,26 @@ WindowPrograms::WindowPrograms(const Means& means)
     : programs_{means.mainLoop}, object_{means.bus},
       setupWindow_{WindowRole::setupWindow, meansOf(means, programs_, aScreenListens)},
       trayIcon_{WindowRole::trayIcon, meansOf(means, programs_, anXServerListens)},
-      menu_{WindowRole::menu, meansOf(means, programs_, anXServerListens)} {
+      menu_{WindowRole::menu, meansOf(means, programs_, anXServerListens)},
+      menuWindow_{WindowRole::menuWindow, meansOf(means, programs_, aScreenListens)} {
     object_.roleOfToken = [this](std::string_view token) {
         return roleOfToken(token);
     };
     object_.onTrayIconShown = [this](bool isShown) {
-        showsTrayIcon_ = isShown;
+        setShowsTrayIcon(isShown);
     };
     setupWindow_.onEnd = [this] {
         object_.forget(WindowRole::setupWindow);
     };
     trayIcon_.onEnd = [this] {
         object_.forget(WindowRole::trayIcon);
-        showsTrayIcon_ = false;
+        setShowsTrayIcon(false);
     };
     menu_.onEnd = [this] {
         object_.forget(WindowRole::menu);
+    };
+    menuWindow_.onEnd = [this] {
+        object_.forget(WindowRole::menuWindow);
     };
     if (!object_.isExported()) {
         means.log("window: the session bus does not take the object of the windows");
@@ -82,6 +86,17 @@ std::unique_ptr<SetupWindow> WindowPrograms::makeSetupWindow(const SetupWindowCo
     return std::make_unique<OfferedSetupWindow>(*this, content);
 }
 
+void WindowPrograms::showMenuWindow() {
+    menuWindow_.setWanted(true);
+    object_.bringMenuWindowToFront();
+}
+
+void WindowPrograms::setShowsTrayIcon(bool showsTrayIcon) {
+    if (std::exchange(showsTrayIcon_, showsTrayIcon) != showsTrayIcon && onTrayIconChange) {
+        onTrayIconChange();
+    }
+}
+
 std::optional<WindowRole> WindowPrograms::roleOfToken(std::string_view token) const {
     const struct {
         WindowRole role;
@@ -89,7 +104,8 @@ std::optional<WindowRole> WindowPrograms::roleOfToken(std::string_view token) co
     } programs[] = {
         {WindowRole::setupWindow, setupWindow_},
         {WindowRole::trayIcon, trayIcon_},
-        {WindowRole::menu, menu_}};
+        {WindowRole::menu, menu_},
+        {WindowRole::menuWindow, menuWindow_}};
     for (const auto& [role, program] : programs) {
         if (!token.empty() && token == program.token()) {
             return role;

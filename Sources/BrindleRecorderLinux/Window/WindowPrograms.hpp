@@ -1,5 +1,6 @@
 // What the recorder shows that needs a window toolkit, in processes that may die: the setup window,
-// the icon in the older tray of X11, and the menu where a panel leaves it to us.
+// the icon in the older tray of X11, the menu where a panel leaves it to us, and a window with the
+// menu.
 #pragma once
 
 #include "BrindleRecorderLinux/Bus/Bus.hpp"
@@ -41,21 +42,28 @@ class WindowPrograms {
     void offerTrayIcon(bool isOffered) { trayIcon_.setWanted(isOffered); }
     /// Whether there is a tray that shows it.
     [[nodiscard]] bool showsTrayIcon() const { return showsTrayIcon_; }
+    /// Called when that has changed.
+    std::function<void()> onTrayIconChange;
 
     /// Opens the menu at the pointer, on X11: a Wayland compositor lets nobody open a menu without
     /// a window of their own.
     void openMenu() { menu_.runOnce(); }
 
+    /// Shows the window with the menu before all others until the user closes it.
+    void showMenuWindow();
+
   private:
     class OfferedSetupWindow;
 
     [[nodiscard]] std::optional<WindowRole> roleOfToken(std::string_view token) const;
+    void setShowsTrayIcon(bool showsTrayIcon);
 
     StartedPrograms programs_;
     WindowObject object_;
     WindowProgram setupWindow_;
     WindowProgram trayIcon_;
     WindowProgram menu_;
+    WindowProgram menuWindow_;
     bool showsTrayIcon_ = false;
 };
 

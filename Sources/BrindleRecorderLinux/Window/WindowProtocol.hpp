@@ -18,6 +18,7 @@ enum class WindowRole {
     setupWindow, ///< the window of the first launch, until it is closed
     trayIcon,    ///< the icon in the older tray of X11, with its menu
     menu,        ///< the menu alone, at the pointer, until it is closed
+    menuWindow,  ///< a window with the menu, until it is closed
 };
 
 struct WindowProtocol {
@@ -30,9 +31,9 @@ struct WindowProtocol {
     static constexpr const char* tokenVariable = "BRINDLE_WINDOW_TOKEN";
 
     static constexpr std::array roles{
-        WindowRole::setupWindow, WindowRole::trayIcon, WindowRole::menu};
+        WindowRole::setupWindow, WindowRole::trayIcon, WindowRole::menu, WindowRole::menuWindow};
     static constexpr const char* nameOf(WindowRole role) {
-        constexpr std::array names{"setup-window", "tray-icon", "menu"};
+        constexpr std::array names{"setup-window", "tray-icon", "menu", "menu-window"};
         return names.at(static_cast<std::size_t>(role));
     }
     static std::optional<WindowRole> roleOfName(std::string_view name);

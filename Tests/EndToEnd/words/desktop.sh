@@ -17,6 +17,13 @@ close_setup_window() {
 }
 setup_window_shows() { xdotool search --onlyvisible --name '^Brindle Recorder Setup$'; }
 
+# The window with the menu, which another launch opens.
+menu_window_shows() { xdotool search --onlyvisible --name '^Brindle Recorder$'; }
+launch_again() {
+    timeout $((30 * patience)) "$program" >"$BRINDLE_SESSION/logs/launched-again" 2>&1 || fail 'another launch failed'
+    [ ! -s "$BRINDLE_SESSION/logs/launched-again" ] || fail 'another launch was not silent'
+}
+
 menu_is_open() { [ -n "$(open_menus)" ]; }
 open_menus() { open_menus_of --classname wrapper-2.0; }
 # open_menus_of OPTION NAME: of the windows that xdotool finds so.
@@ -149,6 +156,19 @@ click_on() {
     # shellcheck disable=SC2086
     xdotool mousemove $place click "${2:-1}"
 }
+
+# go_to WORDS [KEY]: with the keyboard alone, in the window that has it.
+go_to() {
+    local steps before
+    for steps in {1..40}; do
+        before=$("$reader" focused)
+        [ "$before" != "$1" ] || return 0
+        xdotool key "${2:-Tab}"
+        wait_for 20 "the focus to leave \"$before\"" focus_has_left "$before"
+    done
+    fail "the keyboard does not come to \"$1\" in $steps steps"
+}
+focus_has_left() { [ "$("$reader" focused)" != "$1" ]; }
 
 # Two looks that are alike: whatever moved has come to rest.
 screen_looks() { import -silent -window root rgb:- | md5sum; }
