@@ -23,6 +23,7 @@
 #include "BrindleRecorderLinux/Program/SiblingProgram.hpp"
 #include "BrindleRecorderLinux/Sound/PipeWireAudioObjects.hpp"
 #include "BrindleRecorderLinux/SystemLog/SyslogSystemLog.hpp"
+#include "BrindleRecorderLinux/Sound/PlaybackAsDefault.hpp"
 #include "BrindleRecorderLinux/Time/BootClock.hpp"
 #include "BrindleRecorderLinux/Windows/DesktopWindowList.hpp"
 
@@ -30,7 +31,9 @@
 #include <memory>
 #include <optional>
 #include <string_view>
+#include <string>
 
+#include <utility>
 namespace brindle {
 
 class RecorderServices::Implementation {
@@ -66,6 +69,9 @@ class RecorderServices::Implementation {
         mainLoop, audioServer, systemLog, captureChildren, cameraPortal.get()};
     PipeWireAudioObjects audioObjects{audioServer, processes};
     const DesktopWindowList windows{processes, mainLoop, [this] {
+    std::optional<std::string> loudspeakerAsDefault;
+    const std::unique_ptr<Observation> defaultObservation =
+        audioServer.observe([this] { noticeDefaultMicrophone(); });
                                         return audioServer.graph();
                                     }};
     LogindSystemEvents systemEvents{mainLoop};
@@ -91,6 +97,19 @@ class RecorderServices::Implementation {
 
     void noticeSound(pipewire::AudioServerState state) {
         if (soundNotice) {
+    /// Why the microphone that the desktop calls the default is not recorded.
+    void noticeDefaultMicrophone() {
+        const auto graph = audioServer.graph();
+        auto found = graph ? pipewire::playbackAsDefault(*graph) : std::nullopt;
+        if (found && found != loudspeakerAsDefault) {
+            log.both(
+                EventLog::Level::info,
+                fmt::format(
+                    "the default microphone is what {} plays, which is never recorded", *found));
+        }
+        loudspeakerAsDefault = std::move(found);
+    }
+
             soundNotice->soundGoesElsewhere(
                 state == pipewire::AudioServerState::pulseAudio ||
                 state == pipewire::AudioServerState::withoutAudio);
