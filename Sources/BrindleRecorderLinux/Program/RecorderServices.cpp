@@ -10,6 +10,7 @@
 #include "BrindleRecorderCore/Recordings/RecordingsFolder.hpp"
 #include "BrindleRecorderLinux/CaptureChild/CaptureChildren.hpp"
 #include "BrindleRecorderLinux/CaptureChild/ChildMovieExporter.hpp"
+#include "BrindleRecorderLinux/CaptureChild/ChildVideoEncoders.hpp"
 #include "BrindleRecorderLinux/Devices/PipeWireCaptureSystem.hpp"
 #include "BrindleRecorderLinux/Files/JsonDefaultsStore.hpp"
 #include "BrindleRecorderLinux/Logind/LogindSystemEvents.hpp"
@@ -22,18 +23,18 @@
 #include "BrindleRecorderLinux/Program/LinuxWords.hpp"
 #include "BrindleRecorderLinux/Program/SiblingProgram.hpp"
 #include "BrindleRecorderLinux/Sound/PipeWireAudioObjects.hpp"
-#include "BrindleRecorderLinux/SystemLog/SyslogSystemLog.hpp"
 #include "BrindleRecorderLinux/Sound/PlaybackAsDefault.hpp"
+#include "BrindleRecorderLinux/SystemLog/SyslogSystemLog.hpp"
 #include "BrindleRecorderLinux/Time/BootClock.hpp"
 #include "BrindleRecorderLinux/Windows/DesktopWindowList.hpp"
 
 #include <fmt/format.h>
 #include <memory>
 #include <optional>
-#include <string_view>
 #include <string>
-
+#include <string_view>
 #include <utility>
+
 namespace brindle {
 
 class RecorderServices::Implementation {
@@ -68,14 +69,15 @@ class RecorderServices::Implementation {
     PipeWireCaptureSystem captureSystem{
         mainLoop, audioServer, systemLog, captureChildren, cameraPortal.get()};
     PipeWireAudioObjects audioObjects{audioServer, processes};
-    const DesktopWindowList windows{processes, mainLoop, [this] {
     std::optional<std::string> loudspeakerAsDefault;
     const std::unique_ptr<Observation> defaultObservation =
         audioServer.observe([this] { noticeDefaultMicrophone(); });
+    const DesktopWindowList windows{processes, mainLoop, [this] {
                                         return audioServer.graph();
                                     }};
     LogindSystemEvents systemEvents{mainLoop};
     ChildMovieExporter exporter{mainLoop, captureChildren};
+    ChildVideoEncoders encoders{mainLoop, captureChildren};
     JsonDefaultsStore defaults{
         files, JsonDefaultsStore::standardFile(), [this](std::string_view line) {
             log.diagnostic(line);
@@ -95,8 +97,6 @@ class RecorderServices::Implementation {
             mainLoop, [this](std::string_view line) { log.both(EventLog::Level::info, line); });
     }
 
-    void noticeSound(pipewire::AudioServerState state) {
-        if (soundNotice) {
     /// Why the microphone that the desktop calls the default is not recorded.
     void noticeDefaultMicrophone() {
         const auto graph = audioServer.graph();
@@ -110,6 +110,8 @@ class RecorderServices::Implementation {
         loudspeakerAsDefault = std::move(found);
     }
 
+    void noticeSound(pipewire::AudioServerState state) {
+        if (soundNotice) {
             soundNotice->soundGoesElsewhere(
                 state == pipewire::AudioServerState::pulseAudio ||
                 state == pipewire::AudioServerState::withoutAudio);
@@ -150,6 +152,7 @@ AppEnvironment RecorderServices::environment(
         .loginItems = loginItems,
         .workspace = workspace,
         .systemEvents = &own.systemEvents,
+        .videoEncoders = own.captureChildren.isUsable() ? &own.encoders : nullptr,
         .takeOverWallTime = [&clock = own.clock] { clock.takeOverWallTime(); },
         .words = linuxWords(),
     };
