@@ -2,7 +2,6 @@
 #pragma once
 
 #include <array>
-#include <span>
 #include <string_view>
 
 namespace brindle {
