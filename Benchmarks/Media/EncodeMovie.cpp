@@ -1,5 +1,5 @@
 // Encodes raw pictures and sound into a movie as a recording does, as fast as it can.
-// Usage: encode-movie PICTURES SOUND MOVIE
+// Usage: encode-movie PICTURES SOUND MOVIE [ENCODER]
 //        encode-movie --settings     how the encoder is set, in words for ffmpeg
 // Pictures: 1920x1080, planar YUV 4:2:0, 30 a second. Sound: 32-bit float, mono, 48 kHz.
 #include "BrindleRecorderLinux/Capture/Record/FragmentedMovieWriter.hpp"
@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <exception>
 #include <fstream>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -37,7 +38,9 @@ void readInto(std::ifstream& file, std::vector<std::uint8_t>& bytes, std::size_t
     bytes.resize(static_cast<std::size_t>(file.gcount()));
 }
 
-int encode(const char* picturePath, const char* soundPath, const char* moviePath) {
+int encode(
+    const char* picturePath, const char* soundPath, const char* moviePath,
+    const std::optional<std::string>& encoderName) {
     std::ifstream pictures{picturePath, std::ios::binary};
     std::ifstream sounds{soundPath, std::ios::binary};
     std::unique_ptr<media::FragmentedMovieWriter> writer;
@@ -51,7 +54,8 @@ int encode(const char* picturePath, const char* soundPath, const char* moviePath
             .firstPictureWithin = brindle::Seconds{2}},
         AudioOutputSettings{.numberOfChannels = 1, .sampleRate = sampleRate, .bitRate = 96'000},
         std::chrono::seconds{5},
-        [&writer](media::EncodedPacket packet) { check(writer->write(std::move(packet))); });
+        [&writer](media::EncodedPacket packet) { check(writer->write(std::move(packet))); },
+        encoderName);
     check(encoder);
     auto file = capture::OutputFile::create(moviePath);
     check(file);
@@ -102,12 +106,16 @@ int main(int argumentCount, char** arguments) {
             VideoEncoder::parameters);
         return 0;
     }
-    if (argumentCount != 4) {
-        std::fputs("Usage: encode-movie PICTURES SOUND MOVIE | --settings\n", stderr);
+    constexpr int withoutEncoder = 4;
+    constexpr int withEncoder = 5;
+    if (argumentCount != withoutEncoder && argumentCount != withEncoder) {
+        std::fputs("Usage: encode-movie PICTURES SOUND MOVIE [ENCODER] | --settings\n", stderr);
         return 2;
     }
     try {
-        return brindle::encode(arguments[1], arguments[2], arguments[3]);
+        return brindle::encode(
+            arguments[1], arguments[2], arguments[3],
+            argumentCount == withEncoder ? std::optional<std::string>{arguments[4]} : std::nullopt);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "encode-movie: %s\n", error.what());
         return 1;

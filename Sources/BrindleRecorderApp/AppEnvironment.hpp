@@ -22,6 +22,7 @@ class ProcessRegistry;
 class SystemEvents;
 class SystemLog;
 class UserNotifications;
+class VideoEncoders;
 class WindowList;
 class Workspace;
 
@@ -46,6 +47,8 @@ struct AppEnvironment {
     Workspace& workspace;
     /// Absent where the desktop announces neither sleep nor the end of the session.
     SystemEvents* systemEvents = nullptr;
+    /// Absent where the desktop has one encoder of pictures, which is always there.
+    VideoEncoders* videoEncoders = nullptr;
     /// The user's time zone at the moment.
     std::function<TimeZone()> currentTimeZone = TimeZone::current;
     /// Lets the clock follow corrections of the wall time. Called only while no call is going on,

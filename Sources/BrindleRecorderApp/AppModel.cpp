@@ -15,7 +15,8 @@ AppModel::AppModel(const AppEnvironment& environment, RecordingsFolder folder)
       environment_{environment},
       log_{environment.diagnosticLog, environment.systemLog, environment.dateProvider},
       files_{environment, std::move(folder), log_}, session_{environment.dateProvider},
-      deviceChoice_{settings, devices, permissions},
+      encoder_{environment.videoEncoders, environment.mainLoop, log_, notifier},
+      deviceChoice_{settings, devices, permissions, encoder_},
       calls_{
           environment.mainLoop,
           environment.dateProvider,

@@ -12,6 +12,7 @@
 #include "BrindleRecorderApp/EventLog.hpp"
 #include "BrindleRecorderApp/Recording/DeviceCatalog.hpp"
 #include "BrindleRecorderApp/Recording/DeviceChoice.hpp"
+#include "BrindleRecorderApp/Recording/EncoderChoice.hpp"
 #include "BrindleRecorderApp/Recording/InterruptedRepair.hpp"
 #include "BrindleRecorderApp/Recording/RecordingFiles.hpp"
 #include "BrindleRecorderApp/Recording/RecordingLife.hpp"
@@ -52,6 +53,7 @@ class AppModel {
     EventLog log_;
     RecordingFiles files_;
     RecordingSession session_;
+    EncoderChoice encoder_;
     DeviceChoice deviceChoice_;
     CallWatch calls_;
     RecordingLife recordings_;
@@ -74,8 +76,12 @@ class AppModel {
 
     /// What the program does once it is up, in this order: asks for permission to notify, begins to
     /// watch for calls, repairs what an earlier run left, asks for camera and microphone. A
-    /// question about notifications that nobody answers holds the rest up for a while only. Once.
-    void launch() { lifetime_.launch(); }
+    /// question about notifications that nobody answers holds the rest up for a while only.
+    /// Meanwhile it chooses what compresses pictures. Once.
+    void launch() {
+        encoder_.choose();
+        lifetime_.launch();
+    }
 
     /// Begins to watch for calls; while the machine sleeps, as soon as it wakes. Does nothing when
     /// it has begun.

@@ -46,6 +46,19 @@ TEST(DeviceReport, SaysWhenThePickIsNotThere) {
             "microphone: gone was picked in the settings and is not there"));
 }
 
+TEST(DeviceReport, NamesThoseWhoUseADevice) {
+    EXPECT_THAT(
+        DeviceReport::lines(
+            {.kind = "camera",
+             .devices = {desk, builtIn},
+             .preferredID = {},
+             .defaultID = {},
+             .users = {{"usb-1", {"Discord", "Firefox"}}}}),
+        ElementsAre(
+            "camera: Desk Camera (usb-1, in use by Discord and Firefox)",
+            "camera: Integrated Camera (pci-0, built in, would be recorded)"));
+}
+
 TEST(DeviceReport, SaysWhenThereIsNothing) {
     EXPECT_THAT(
         DeviceReport::lines(

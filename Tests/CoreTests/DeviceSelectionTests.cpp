@@ -2,6 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
 namespace brindle {
 namespace {
 
@@ -25,6 +31,58 @@ DeviceResolution fallback(const CaptureDeviceInfo& device) {
 
 const DeviceResolution nothing{.device = std::nullopt, .fallbackUsed = false};
 const DeviceResolution nothingLeft{.device = std::nullopt, .fallbackUsed = true};
+
+CaptureDeviceInfo partOf(
+    const std::string& hardware, const std::string& name,
+    std::optional<std::set<PictureKind>> pictures) {
+    return {
+        .uniqueID = name,
+        .localizedName = name,
+        .pictures = std::move(pictures),
+        .hardware = hardware};
+}
+
+std::vector<std::string> idsOfSelectable(const std::vector<CaptureDeviceInfo>& devices) {
+    std::vector<std::string> ids;
+    for (const auto& device : DeviceSelection::selectable(devices)) {
+        ids.push_back(device.uniqueID);
+    }
+    return ids;
+}
+
+TEST(DeviceSelection, AnInfraredCameraIsNotOffered) {
+    using enum PictureKind;
+    const std::vector<CaptureDeviceInfo> devices{
+        partOf("laptop", "grey", {{grey}}),
+        partOf("laptop", "grey and packed", {{grey, compressed}}),
+        partOf("laptop", "colours", {{color}}),
+        partOf("laptop", "colours and packed", {{color, compressed}}),
+        partOf("laptop", "packed", {{compressed}}),
+        partOf("laptop", "also grey", {{grey, color}}),
+        partOf("laptop", "not told", std::nullopt)};
+    EXPECT_EQ(
+        idsOfSelectable(devices),
+        (std::vector<std::string>{
+            "colours", "colours and packed", "packed", "also grey", "not told"}));
+}
+
+TEST(DeviceSelection, WhatOffersNothingIsNotOfferedBesideAPartThatDoes) {
+    using enum PictureKind;
+    const std::set<PictureKind> nothingAtAll;
+    const CaptureDeviceInfo silent = partOf("laptop", "silent", nothingAtAll);
+    const CaptureDeviceInfo works = partOf("laptop", "works", {{color}});
+    const CaptureDeviceInfo unknown = partOf("laptop", "unknown", std::nullopt);
+    const CaptureDeviceInfo elsewhere = partOf("desk", "elsewhere", {{color}});
+    using IDs = std::vector<std::string>;
+    EXPECT_EQ(idsOfSelectable({silent, works}), IDs{"works"});
+    EXPECT_EQ(idsOfSelectable({silent}), IDs{"silent"});
+    EXPECT_EQ(idsOfSelectable({silent, unknown}), (IDs{"silent", "unknown"}));
+    EXPECT_EQ(idsOfSelectable({silent, elsewhere}), (IDs{"silent", "elsewhere"}));
+    // Two of which nobody knows what they are part of are not one.
+    EXPECT_EQ(
+        idsOfSelectable({partOf("", "silent", nothingAtAll), partOf("", "works", {{color}})}),
+        (IDs{"silent", "works"}));
+}
 
 struct ResolutionCase {
     const char* name;

@@ -61,12 +61,18 @@ std::vector<Message> everyKind() {
             .camera = everyByte(), .microphone = std::nullopt, .video = video, .audio = audio},
         OpenDevices{.camera = std::nullopt, .microphone = "", .video = video, .audio = audio},
         BeginMovie{.video = video, .audio = std::nullopt, .fragmentInterval = Seconds{5}},
+        BeginMovie{
+            .video = video,
+            .audio = audio,
+            .fragmentInterval = Seconds{5},
+            .encoder = "libopenh264"},
         ReleaseCamera{},
         RetakeCamera{},
         FinishMovie{},
         Complete{.isAsWritten = true},
         Convert{},
         Measure{},
+        TryEncoder{.encoder = "libx264", .video = video},
         Cancel{},
         Opened{.error = std::nullopt},
         Opened{.error = fullError()},
@@ -79,7 +85,9 @@ std::vector<Message> everyKind() {
         Completed{.why = "it is damaged"},
         Converted{.error = std::nullopt, .damagedBytes = 12'345'678'901},
         Measured{.duration = Seconds{30.03}},
-        Measured{.duration = std::nullopt}};
+        Measured{.duration = std::nullopt},
+        EncoderTried{.error = std::nullopt},
+        EncoderTried{.error = recordingError("there is no such encoder")}};
 }
 
 TEST(CaptureMessage, ComesBackAsItWasSaid) {

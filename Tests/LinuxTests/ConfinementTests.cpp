@@ -50,6 +50,21 @@ TEST_F(ConfinementTest, TheCaptureProgramReadsNothingOfTheUsersWritesNowhereAndS
         "");
 }
 
+TEST_F(ConfinementTest, GraphicsHardwareIsLeftToThoseRunsThatAreGivenIt) {
+    if (access("/dev/dri", F_OK) != 0) {
+        GTEST_SKIP() << "this machine has no graphics hardware";
+    }
+    const auto tryOpen = [this](const std::string& leave) {
+        return test::run(
+            std::string{BRINDLE_CAPTURE_PROGRAM} + " --try-what-is-forbidden" + leave +
+            " $(ls -d /dev/dri/card* /dev/dri/render* | head -n 1) " + newFile.string() +
+            " /bin/true");
+    };
+    EXPECT_THAT(tryOpen(""), HasSubstr("read: Permission denied"));
+    EXPECT_THAT(tryOpen("-with-graphics"), HasSubstr("read: done"));
+    EXPECT_THAT(tryOpen("-with-graphics"), HasSubstr("write: Permission denied"));
+}
+
 TEST_F(ConfinementTest, WithoutARecorderItDoesNothingButSayWhoseItIs) {
     EXPECT_THAT(
         test::run(std::string{BRINDLE_CAPTURE_PROGRAM} + " 3</dev/null"),

@@ -36,6 +36,7 @@ TEST_F(DevicesCommandTest, ListsTheSessionsDevices) {
     EXPECT_TRUE(list());
     EXPECT_THAT(output.text(), HasSubstr("camera: Desk Camera (virt-cam"));
     EXPECT_THAT(output.text(), HasSubstr("microphone: Studio Microphone (virt-mic"));
+    EXPECT_THAT(output.text(), HasSubstr("encoder: libx264 (used)\n"));
     EXPECT_EQ(errors.text(), "");
 }
 

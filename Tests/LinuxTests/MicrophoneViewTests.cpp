@@ -1,5 +1,7 @@
 #include "BrindleRecorderLinux/Sound/MicrophoneView.hpp"
 
+#include "BrindleRecorderLinux/Sound/PlaybackAsDefault.hpp"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -130,6 +132,30 @@ TEST(MicrophoneView, TheDefaultDeviceIsTheMicrophoneOfThatName) {
     EXPECT_FALSE(viewOf(&graph, numbers).defaultDevice);
     graph.defaultSourceName = "unplugged";
     EXPECT_FALSE(viewOf(&graph, numbers).defaultDevice);
+}
+
+TEST(MicrophoneView, ALoudspeakersMonitorIsNoDefaultAndIsTold) {
+    AudioGraph graph;
+    graph.nodes = {
+        microphone,
+        {50,
+         50,
+         NodeState::running,
+         {{"media.class", "Audio/Sink"},
+          {"node.name", "auto_null"},
+          {"node.description", "Dummy Output"}}}};
+    for (const char* name : {"auto_null", "auto_null.monitor"}) {
+        graph.defaultSourceName = name;
+        ObjectNumbers numbers;
+        EXPECT_FALSE(viewOf(&graph, numbers).defaultDevice) << name;
+        EXPECT_EQ(playbackAsDefault(graph), "Dummy Output") << name;
+    }
+    graph.defaultSourceName = "mic";
+    EXPECT_EQ(playbackAsDefault(graph), std::nullopt);
+    graph.defaultSourceName = "gone";
+    EXPECT_EQ(playbackAsDefault(graph), std::nullopt);
+    graph.defaultSourceName.reset();
+    EXPECT_EQ(playbackAsDefault(graph), std::nullopt);
 }
 
 TEST(MicrophoneView, OfTwoMicrophonesOfOneNameTheFirstIsTheDefault) {

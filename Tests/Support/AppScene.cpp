@@ -25,6 +25,7 @@ struct AppScene::Process {
         environment.currentTimeZone = [&scene] {
             return scene.timeZone;
         };
+        environment.videoEncoders = scene.encoders;
         environment.takeOverWallTime = [&scene] {
             ++scene.wallTimesTakenOver;
         };

@@ -35,6 +35,9 @@ class AppScene : public FakeDesktop {
     // --- More of the desktop ---
 
     TimeZone timeZone = TimeZone::utc();
+    /// What the next start of the program finds; null where the desktop has one that is always
+    /// there.
+    VideoEncoders* encoders = nullptr;
     /// How often the program let its clock follow the wall time.
     int wallTimesTakenOver = 0;
     const RecordingsFolder folder{"/home/user/Movies/Brindle"};

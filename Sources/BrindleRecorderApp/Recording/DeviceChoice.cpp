@@ -1,6 +1,7 @@
 #include "BrindleRecorderApp/Recording/DeviceChoice.hpp"
 
 #include "BrindleRecorderApp/Recording/DeviceCatalog.hpp"
+#include "BrindleRecorderApp/Recording/EncoderChoice.hpp"
 #include "BrindleRecorderApp/Settings.hpp"
 #include "BrindleRecorderApp/Shell/Permissions.hpp"
 #include "BrindleRecorderApp/Words/StatusText.hpp"
@@ -11,8 +12,9 @@
 namespace brindle {
 
 DeviceChoice::DeviceChoice(
-    const Settings& settings, DeviceCatalog& devices, const PermissionsModel& permissions)
-    : settings_{settings}, devices_{devices}, permissions_{permissions},
+    const Settings& settings, DeviceCatalog& devices, const PermissionsModel& permissions,
+    const EncoderChoice& encoder)
+    : settings_{settings}, devices_{devices}, permissions_{permissions}, encoder_{encoder},
       camerasObserver_{devices.cameras().observe([this](const auto&) { unblockAbsentCameras(); })} {
 }
 
@@ -24,8 +26,10 @@ ChosenDevices DeviceChoice::choose(bool audioOnly) {
         .microphone = resolveMicrophone(),
         .cameraIsPreferred = settings_.preferredVideoDeviceID.get().has_value(),
         .microphoneIsPreferred = settings_.preferredAudioDeviceID.get().has_value(),
-        .cameraAllowed = !audioOnly && permissions_.cameraAuthorized.get(),
-        .cameraAccessDenied = !permissions_.cameraAuthorized.get()};
+        .cameraAllowed =
+            !audioOnly && permissions_.cameraAuthorized.get() && encoder_.canRecordPictures(),
+        .cameraAccessDenied = !permissions_.cameraAuthorized.get(),
+        .encoderMissing = !encoder_.canRecordPictures()};
     if (chosen.cameraAllowed) {
         chosen.camera = resolveCamera(chosen.cameraCandidates);
     }

@@ -1,5 +1,5 @@
-// Which camera and microphone the next recording uses, by the user's settings, the desktop's leave
-// and what has failed in this call.
+// Which camera and microphone the next recording uses, by the user's settings, the desktop's leave,
+// what can be made of pictures here, and what has failed in this call.
 #pragma once
 
 #include "BrindleRecorderApp/Platform/Observation.hpp"
@@ -13,6 +13,7 @@
 namespace brindle {
 
 class DeviceCatalog;
+class EncoderChoice;
 class PermissionsModel;
 class Settings;
 
@@ -25,6 +26,7 @@ struct ChosenDevices {
     bool microphoneIsPreferred = false;
     bool cameraAllowed = true; ///< false: one attempt, without a camera
     bool cameraAccessDenied = false;
+    bool encoderMissing = false; ///< nothing here can compress pictures
 };
 
 /// Main thread only.
@@ -32,7 +34,8 @@ class DeviceChoice {
   public:
     /// All must outlive the choice.
     DeviceChoice(
-        const Settings& settings, DeviceCatalog& devices, const PermissionsModel& permissions);
+        const Settings& settings, DeviceCatalog& devices, const PermissionsModel& permissions,
+        const EncoderChoice& encoder);
     DeviceChoice(const DeviceChoice&) = delete;
     DeviceChoice& operator=(const DeviceChoice&) = delete;
 
@@ -60,6 +63,7 @@ class DeviceChoice {
     const Settings& settings_;
     DeviceCatalog& devices_;
     const PermissionsModel& permissions_;
+    const EncoderChoice& encoder_;
     std::set<std::string> blockedCameraIDs_;
     std::unique_ptr<Observation> camerasObserver_;
 };

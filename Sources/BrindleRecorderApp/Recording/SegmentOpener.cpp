@@ -197,11 +197,15 @@ Segment SegmentOpener::didOpen(
     const bool isCameraTaken = opened.holder && !opened.camera;
     std::optional<std::string> cameraNote;
     if (!opened.camera || opened.camera != chosen.camera.device) {
-        cameraNote = isCameraTaken
-                         ? RecordingNotes::cameraInUse(
-                               ProgramName::of(*opened.holder, parts_.processRegistry))
-                         : RecordingNotes::cameraNote(
-                               chosen.camera.device, opened.camera, chosen.cameraAccessDenied);
+        if (isCameraTaken) {
+            cameraNote = RecordingNotes::cameraInUse(
+                ProgramName::of(*opened.holder, parts_.processRegistry));
+        } else if (chosen.encoderMissing) {
+            cameraNote = RecordingNotes::noEncoder;
+        } else {
+            cameraNote = RecordingNotes::cameraNote(
+                chosen.camera.device, opened.camera, chosen.cameraAccessDenied);
+        }
         sidecar = SidecarUpdate::noting(std::move(sidecar), *cameraNote);
         sidecar.videoDevice = nameOf(opened.camera);
         sidecar.fallbackUsed = true;

@@ -24,6 +24,9 @@ line(const DeviceReport::Choice& choice, const CaptureDeviceInfo& device, bool w
     if (wouldBeRecorded) {
         remarks.emplace_back("would be recorded");
     }
+    if (const auto users = choice.users.find(device.uniqueID); users != choice.users.end()) {
+        remarks.push_back(fmt::format("in use by {}", fmt::join(users->second, " and ")));
+    }
     return fmt::format("{}: {} ({})", choice.kind, device.localizedName, fmt::join(remarks, ", "));
 }
 

@@ -3,7 +3,9 @@
 
 #include "BrindleRecorderCore/Recordings/DeviceSelection.hpp"
 
+#include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -17,6 +19,8 @@ struct DeviceReport {
         std::vector<CaptureDeviceInfo> devices; ///< in the system's order
         std::optional<std::string> preferredID; ///< the user's wish
         std::optional<std::string> defaultID;   ///< the system's default
+        /// By identifier: the programs that use it at the moment, as far as that is known.
+        std::map<std::string, std::set<std::string>> users = {};
     };
 
     /// One line for each device; one more for a wish that cannot be met; one that says so when

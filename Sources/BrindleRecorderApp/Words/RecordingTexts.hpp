@@ -17,6 +17,7 @@ struct RecordingNotes {
         "No microphone was available; recorded without audio.";
     static constexpr const char* nothingOpened =
         "No camera or microphone could be opened; nothing was recorded.";
+    static constexpr const char* noEncoder = "No video encoder works here; recorded audio only.";
     static constexpr const char* noPartialFile = "No partial recording file was found.";
     static constexpr const char* partialConversionFailed =
         "Converting the partial recording to .mp4 failed; the .mov was left in place.";

@@ -24,6 +24,18 @@ deviceWithID(const std::optional<std::string>& id, const std::vector<CaptureDevi
     return firstWhere(devices, [&](const auto& device) { return device.uniqueID == id; });
 }
 
+bool offersPictures(const CaptureDeviceInfo& camera) {
+    return camera.pictures && !camera.pictures->empty();
+}
+
+/// A camera that offers nothing beside one of the same hardware that does.
+bool isIdlePart(const CaptureDeviceInfo& camera, const std::vector<CaptureDeviceInfo>& devices) {
+    return camera.pictures && camera.pictures->empty() && !camera.hardware.empty() &&
+           std::ranges::any_of(devices, [&camera](const CaptureDeviceInfo& other) {
+               return other.hardware == camera.hardware && offersPictures(other);
+           });
+}
+
 std::optional<CaptureDeviceInfo> fallbackAmong(const std::vector<CaptureDeviceInfo>& devices) {
     if (auto builtIn = firstWhere(devices, [](const auto& device) { return device.isBuiltIn; })) {
         return builtIn;
@@ -46,11 +58,18 @@ bool DeviceSelection::isDeskView(std::string_view name) {
            name.end();
 }
 
+bool DeviceSelection::isInfrared(const CaptureDeviceInfo& camera) {
+    // Some pack their grey pictures into compressed ones as well.
+    return camera.pictures && camera.pictures->contains(PictureKind::grey) &&
+           !camera.pictures->contains(PictureKind::color);
+}
+
 std::vector<CaptureDeviceInfo>
 DeviceSelection::selectable(const std::vector<CaptureDeviceInfo>& devices) {
     std::vector<CaptureDeviceInfo> candidates;
-    std::ranges::copy_if(devices, std::back_inserter(candidates), [](const auto& device) {
-        return !isDeskView(device.localizedName);
+    std::ranges::copy_if(devices, std::back_inserter(candidates), [&](const auto& device) {
+        return !isDeskView(device.localizedName) && !isInfrared(device) &&
+               !isIdlePart(device, devices);
     });
     return candidates;
 }

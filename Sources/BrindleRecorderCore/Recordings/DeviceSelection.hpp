@@ -3,17 +3,29 @@
 #pragma once
 
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace brindle {
 
+/// What pictures can be made of.
+enum class PictureKind {
+    color,
+    grey,
+    compressed ///< each for itself; whether in colours does not show
+};
+
 /// A camera or microphone, as far as choosing one goes.
 struct CaptureDeviceInfo {
     std::string uniqueID;      ///< the platform's stable identifier of the device
     std::string localizedName; ///< the name shown to the user
     bool isBuiltIn = false;    ///< part of the machine itself
+    /// What a camera offers; absent where that is not known.
+    std::optional<std::set<PictureKind>> pictures = {};
+    /// Alike for the cameras that are one piece of hardware; empty where that is not known.
+    std::string hardware = {};
 
     /// Devices are told apart by their unique identifier.
     [[nodiscard]] const std::string& id() const { return uniqueID; }
@@ -38,7 +50,11 @@ struct DeviceSelection {
     /// person. The letters A to Z compare without regard to case, whatever the locale.
     static bool isDeskView(std::string_view name);
 
-    /// The devices that may be chosen, in the order given: all but the desk views.
+    /// Whether a camera is one for recognising faces in the dark: its pictures are grey.
+    static bool isInfrared(const CaptureDeviceInfo& camera);
+
+    /// The devices that may be chosen, in the order given: all but desk views, infrared cameras,
+    /// and what offers no picture where another part of the same hardware offers some.
     static std::vector<CaptureDeviceInfo> selectable(const std::vector<CaptureDeviceInfo>& devices);
 
     /// Chooses among the selectable devices. Identifiers match exactly. A preference that cannot be

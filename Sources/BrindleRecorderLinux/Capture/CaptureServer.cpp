@@ -1,5 +1,6 @@
 #include "BrindleRecorderLinux/Capture/CaptureServer.hpp"
 
+#include "BrindleRecorderLinux/Capture/Record/EncoderTrial.hpp"
 #include "BrindleRecorderLinux/CaptureLink/CaptureErrors.hpp"
 #include "BrindleRecorderLinux/CaptureLink/CaptureLaunch.hpp"
 
@@ -156,6 +157,14 @@ CaptureServer::obey(const Message& message, std::vector<FileDescriptor> files) {
                 }
                 worker_.async([this, movie = shared(files[0])] {
                     tell(conversion_.measure(std::move(*movie)));
+                });
+                return std::nullopt;
+            },
+            [&](const TryEncoder& order) -> std::optional<std::string> {
+                worker_.async([this, order] {
+                    const auto tried = media::tryEncoder(order.encoder, order.video);
+                    tell(
+                        EncoderTried{.error = tried ? std::nullopt : std::optional{tried.error()}});
                 });
                 return std::nullopt;
             },

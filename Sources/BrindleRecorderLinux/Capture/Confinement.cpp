@@ -89,6 +89,42 @@ std::vector<std::filesystem::path> whereLibrariesRead() {
     return folders;
 }
 
+/// Whatever drivers of graphics hardware open.
+std::vector<std::filesystem::path> graphicsDevices() {
+    std::vector<std::filesystem::path> devices{"/dev/dri", "/dev/nvidia-caps"};
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator{"/dev", ignored}) {
+        if (entry.path().filename().string().starts_with("nvidia")) {
+            devices.push_back(entry.path());
+        }
+    }
+    return devices;
+}
+
+/// `files`: everything that is held back otherwise.
+int allowGraphics(int ruleset, std::uint64_t files) {
+    constexpr std::uint64_t read = LANDLOCK_ACCESS_FS_READ_FILE | LANDLOCK_ACCESS_FS_READ_DIR;
+    for (const char* folder :
+         {"/sys/dev/char", "/sys/devices", "/sys/class/drm", "/proc/driver/nvidia",
+          "/run/opengl-driver"}) {
+        if (const int error = allow(ruleset, folder, read); error != 0) {
+            return error;
+        }
+    }
+    for (const auto& device : graphicsDevices()) {
+        std::error_code ignored;
+        const std::uint64_t folder = std::filesystem::is_directory(device, ignored)
+                                         ? std::uint64_t{LANDLOCK_ACCESS_FS_READ_DIR}
+                                         : 0;
+        const std::uint64_t access = LANDLOCK_ACCESS_FS_READ_FILE | LANDLOCK_ACCESS_FS_WRITE_FILE |
+                                     folder | (files & controlDevices);
+        if (const int error = allow(ruleset, device, access); error != 0) {
+            return error;
+        }
+    }
+    return 0;
+}
+
 int allowWhatIsNeeded(int ruleset) {
     constexpr std::uint64_t read = LANDLOCK_ACCESS_FS_READ_FILE | LANDLOCK_ACCESS_FS_READ_DIR;
     for (const auto& folder : whereLibrariesRead()) {
@@ -113,7 +149,7 @@ int allowWhatIsNeeded(int ruleset) {
 
 } // namespace
 
-Expected<bool, std::error_code> confineThisProcess() {
+Expected<bool, std::error_code> confineThisProcess(Leave leave) {
     if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) {
         return unexpected{lastSystemError()};
     }
@@ -128,7 +164,11 @@ Expected<bool, std::error_code> confineThisProcess() {
     if (ruleset.number() < 0) {
         return unexpected{lastSystemError()};
     }
-    if (const int error = allowWhatIsNeeded(ruleset.number()); error != 0) {
+    int error = allowWhatIsNeeded(ruleset.number());
+    if (error == 0 && leave == Leave::graphics) {
+        error = allowGraphics(ruleset.number(), all.files);
+    }
+    if (error != 0) {
         return unexpected{std::error_code{error, std::generic_category()}};
     }
     if (syscall(SYS_landlock_restrict_self, ruleset.number(), 0) != 0) {

@@ -13,8 +13,12 @@ namespace brindle::capture {
 /// PipeWire's settings, and those for reading alone, and reach nothing over the network. The movies
 /// come to it opened.
 ///
+/// Graphics hardware is left to those runs alone that compress by it: its drivers are large, and
+/// their devices are the user's screen, too.
+///
 /// See landlock(7). For the calling thread and those that it starts: before any other is started.
 /// False where the kernel cannot do that, which then holds back privileges alone.
-Expected<bool, std::error_code> confineThisProcess();
+enum class Leave { nothingMore, graphics };
+Expected<bool, std::error_code> confineThisProcess(Leave leave);
 
 } // namespace brindle::capture

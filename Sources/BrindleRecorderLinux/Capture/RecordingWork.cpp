@@ -57,7 +57,10 @@ void RecordingWork::begin(const BeginMovie& order, FileDescriptor file) {
     auto recording = std::make_shared<media::MovieRecording>(
         OutputFile{std::move(file)},
         media::MovieRecording::Settings{
-            .video = order.video, .audio = order.audio, .fragmentInterval = order.fragmentInterval},
+            .video = order.video,
+            .audio = order.audio,
+            .fragmentInterval = order.fragmentInterval,
+            .videoEncoder = order.encoder},
         [this](std::optional<PlatformError> error) {
             MovieFinished report{.error = std::move(error), .recorded = recordedDuration()};
             if (const auto current = this->recording()) {

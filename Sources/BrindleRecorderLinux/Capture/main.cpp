@@ -13,6 +13,7 @@
 #include <cstring>
 #include <exception>
 #include <optional>
+#include <utility>
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -40,8 +41,8 @@ bool isASocket(int descriptor) {
 }
 
 /// Nothing, with a line about it, when the kernel could confine us and does not.
-std::optional<bool> confine() {
-    const auto confined = brindle::capture::confineThisProcess();
+std::optional<bool> confine(brindle::capture::Leave leave) {
+    const auto confined = brindle::capture::confineThisProcess(leave);
     if (!confined) {
         std::fprintf(
             stderr, "brindle-recorder-capture: it cannot be confined: %s\n",
@@ -57,8 +58,9 @@ void report(const char* what, bool succeeded) {
 
 /// Tries, confined as ever, what must not succeed, and prints how each ends: reading a file,
 /// writing a file, starting a program.
-int tryWhatIsForbidden(const char* readable, const char* writable, char* program) {
-    const auto isConfined = confine();
+int tryWhatIsForbidden(
+    brindle::capture::Leave leave, const char* readable, const char* writable, char* program) {
+    const auto isConfined = confine(leave);
     if (!isConfined) {
         return exitBrokenOff;
     }
@@ -76,14 +78,20 @@ int tryWhatIsForbidden(const char* readable, const char* writable, char* program
 int sayWhatItIs() {
     std::printf("brindle-recorder-capture %s\n", brindle::capture::programVersion().c_str());
     std::printf("FFmpeg %s\n", av_version_info());
-    for (const char* encoder : {"libx264", "aac"}) {
-        const bool isThere = avcodec_find_encoder_by_name(encoder) != nullptr;
-        std::printf("encoder %s: %s\n", encoder, isThere ? "there" : "missing");
+    for (const AVCodecID id : {AV_CODEC_ID_H264, AV_CODEC_ID_AAC}) {
+        std::printf("encoders of %s:", avcodec_get_name(id));
+        void* place = nullptr;
+        while (const AVCodec* const codec = av_codec_iterate(&place)) {
+            if (codec->id == id && av_codec_is_encoder(codec) != 0) {
+                std::printf(" %s", codec->name);
+            }
+        }
+        std::printf("\n");
     }
     return exitSuccess;
 }
 
-int run() {
+int run(brindle::capture::Leave leave) {
     using namespace brindle::capture;
     // What ends the whole session reaches us as well. The recorder decides when a movie ends; when
     // it goes, we close the movie and go too.
@@ -100,7 +108,7 @@ int run() {
         return exitBadUsage;
     }
     close_range(recordersSocket + 1, UINT_MAX, 0);
-    const auto isConfined = confine();
+    const auto isConfined = confine(leave);
     if (!isConfined) {
         return exitBrokenOff;
     }
@@ -114,18 +122,25 @@ int run() {
 
 } // namespace
 
-// With arguments it says what it is, or is a test of its own confinement.
+// With arguments it says what it is, may use graphics hardware, or is a test of its own
+// confinement.
 int main(int argumentCount, char** arguments) {
     try {
+        using brindle::capture::Leave;
         constexpr int wordsOfTheTest = 5;
-        if (argumentCount == wordsOfTheTest &&
-            std::strcmp(arguments[1], "--try-what-is-forbidden") == 0) {
-            return tryWhatIsForbidden(arguments[2], arguments[3], arguments[4]);
+        for (const auto& [test, leave] :
+             {std::pair{"--try-what-is-forbidden", Leave::nothingMore},
+              std::pair{"--try-what-is-forbidden-with-graphics", Leave::graphics}}) {
+            if (argumentCount == wordsOfTheTest && std::strcmp(arguments[1], test) == 0) {
+                return tryWhatIsForbidden(leave, arguments[2], arguments[3], arguments[4]);
+            }
         }
         if (argumentCount == 2 && std::strcmp(arguments[1], "--version") == 0) {
             return sayWhatItIs();
         }
-        return run();
+        const bool mayUseGraphics =
+            argumentCount == 2 && std::strcmp(arguments[1], brindle::capture::withGraphics) == 0;
+        return run(mayUseGraphics ? Leave::graphics : Leave::nothingMore);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "brindle-recorder-capture: %s\n", error.what());
         return exitBrokenOff;

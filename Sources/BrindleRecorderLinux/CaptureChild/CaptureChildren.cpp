@@ -23,12 +23,13 @@ CaptureChildren::CaptureChildren(MainLoop& mainLoop, std::filesystem::path progr
 
 CaptureChildren::~CaptureChildren() = default;
 
-Expected<std::shared_ptr<CaptureChild>, PlatformError> CaptureChildren::start() {
+Expected<std::shared_ptr<CaptureChild>, PlatformError>
+CaptureChildren::start(CaptureProcess::Leave leave) {
     if (!program_) {
         return unexpected{recordingError(
             fmt::format("{} is missing: {}", file_.string(), program_.error().message()))};
     }
-    auto started = CaptureProcess::start(program_->number(), file_.filename().string());
+    auto started = CaptureProcess::start(program_->number(), file_.filename().string(), leave);
     if (!started) {
         return unexpected{std::move(started.error())};
     }
@@ -46,9 +47,32 @@ Expected<std::shared_ptr<CaptureChild>, PlatformError> CaptureChildren::start() 
     return child;
 }
 
+void CaptureChildren::dismiss(std::shared_ptr<CaptureChild> child) {
+    child->kill();
+    const std::lock_guard lock{mutex_};
+    leaving_.push_back(std::move(child));
+}
+
+void CaptureChildren::useEncoder(std::string name, CaptureProcess::Leave leave) {
+    const std::lock_guard lock{mutex_};
+    encoder_ = std::move(name);
+    if (std::exchange(leave_, leave) != leave && ready_) {
+        // It could not use it.
+        ready_->letGo();
+        leaving_.push_back(std::exchange(ready_, nullptr));
+    }
+}
+
+std::optional<std::string> CaptureChildren::encoder() const {
+    const std::lock_guard lock{mutex_};
+    return encoder_;
+}
+
 void CaptureChildren::keepOneReady(bool isWanted) {
+    CaptureProcess::Leave leave{};
     {
         const std::lock_guard lock{mutex_};
+        leave = leave_;
         if (!isWanted && ready_) {
             ready_->letGo();
             leaving_.push_back(std::exchange(ready_, nullptr));
@@ -57,7 +81,7 @@ void CaptureChildren::keepOneReady(bool isWanted) {
             return;
         }
     }
-    if (auto child = start()) {
+    if (auto child = start(leave)) {
         const std::lock_guard lock{mutex_};
         ready_ = std::move(*child);
     }
@@ -65,14 +89,16 @@ void CaptureChildren::keepOneReady(bool isWanted) {
 
 Expected<std::shared_ptr<CaptureChild>, PlatformError> CaptureChildren::takeReady() {
     std::shared_ptr<CaptureChild> ready;
+    CaptureProcess::Leave leave{};
     {
         const std::lock_guard lock{mutex_};
         ready = std::exchange(ready_, nullptr);
+        leave = leave_;
     }
     if (ready && !ready->hasEnded()) {
         return ready;
     }
-    return start();
+    return start(leave);
 }
 
 void CaptureChildren::expectConversion() {

@@ -12,6 +12,8 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <system_error>
 #include <vector>
@@ -36,7 +38,15 @@ class CaptureChildren {
 
     /// A child that has nothing to do yet. From now on it is told twice a second, by the main loop,
     /// that the recorder is there. Any thread.
-    [[nodiscard]] Expected<std::shared_ptr<CaptureChild>, PlatformError> start();
+    [[nodiscard]] Expected<std::shared_ptr<CaptureChild>, PlatformError>
+    start(CaptureProcess::Leave leave = CaptureProcess::Leave::nothingMore);
+    /// Ends a child soon, whatever it does, without waiting for that.
+    void dismiss(std::shared_ptr<CaptureChild> child);
+
+    /// What recordings compress their pictures with, and what that takes. Any thread.
+    void useEncoder(std::string name, CaptureProcess::Leave leave);
+    /// Absent while nothing has been named. Any thread.
+    [[nodiscard]] std::optional<std::string> encoder() const;
 
     /// Has a child started before it is needed, or lets the one go that nobody has taken. One that
     /// cannot be started is not missed before it is needed.
@@ -73,7 +83,9 @@ class CaptureChildren {
     const Expected<FileDescriptor, std::error_code> program_;
     std::unique_ptr<MainLoop::Timer> nextBeat_; ///< while there are children
     bool saidThatUnconfined_ = false;
-    std::mutex mutex_; ///< guards what follows
+    mutable std::mutex mutex_; ///< guards what follows
+    std::optional<std::string> encoder_;
+    CaptureProcess::Leave leave_ = CaptureProcess::Leave::nothingMore; ///< of recordings
     std::vector<std::weak_ptr<CaptureChild>> children_;
     std::shared_ptr<CaptureChild> ready_;
     Kept forConversion_; ///< new

@@ -75,7 +75,7 @@ class Preparation {
 } // namespace
 
 Expected<CaptureProcess::Started, PlatformError>
-CaptureProcess::start(int program, const std::string& name) {
+CaptureProcess::start(int program, const std::string& name, Leave leave) {
     auto ends = MessageSocket::makePair();
     if (!ends) {
         return unexpected{cannotStart(ends.error().value())};
@@ -92,7 +92,9 @@ CaptureProcess::start(int program, const std::string& name) {
         return unexpected{cannotStart(error)};
     }
     std::string title = name;
-    std::array<char*, 2> arguments{title.data(), nullptr};
+    std::string graphics = withGraphics;
+    std::array<char*, 3> arguments{
+        title.data(), leave == Leave::graphics ? graphics.data() : nullptr, nullptr};
     // What was opened, whatever stands under its name by now.
     const std::string file = fmt::format("/proc/self/fd/{}", program);
     pid_t pid = -1;

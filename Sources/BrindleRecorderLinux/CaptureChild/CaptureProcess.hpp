@@ -16,9 +16,16 @@ class CaptureProcess {
   public:
     struct Started;
 
+    /// What it may use beyond what every run may.
+    enum class Leave { nothingMore, graphics };
+    static constexpr Leave leaveFor(bool graphics) {
+        return graphics ? Leave::graphics : Leave::nothingMore;
+    }
+
     /// Starts the program that is open there, under that name, with its end of the socket pair. It
     /// is in a process group of its own, so that Ctrl-C in a terminal is the recorder's alone.
-    static Expected<Started, PlatformError> start(int program, const std::string& name);
+    static Expected<Started, PlatformError>
+    start(int program, const std::string& name, Leave leave = Leave::nothingMore);
 
     CaptureProcess(CaptureProcess&&) noexcept = default;
     CaptureProcess& operator=(CaptureProcess&&) noexcept = default;

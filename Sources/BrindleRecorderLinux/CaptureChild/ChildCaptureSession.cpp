@@ -36,7 +36,8 @@ void ChildMovieFileOutput::startRecording(
         path,
         {.video = hasConnection(MediaType::video) ? std::optional{video_} : std::nullopt,
          .audio = hasConnection(MediaType::audio) ? std::optional{audio_} : std::nullopt,
-         .fragmentInterval = fragmentInterval_},
+         .fragmentInterval = fragmentInterval_,
+         .encoder = session->encoder()},
         std::move(onFinish));
 }
 

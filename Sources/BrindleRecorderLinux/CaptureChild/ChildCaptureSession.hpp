@@ -130,6 +130,7 @@ class ChildCaptureSession final : public CaptureSession,
     [[nodiscard]] bool hasInput(MediaType mediaType) const {
         return deviceName(mediaType).has_value();
     }
+    [[nodiscard]] std::optional<std::string> encoder() const { return children_.encoder(); }
     /// What is recorded is about to be closed.
     void expectConversion() { children_.expectConversion(); }
     /// While the session runs. Capture-session queue.

@@ -12,4 +12,7 @@ const std::string& programVersion();
 /// three.
 inline constexpr int recordersSocket = 3;
 
+/// The argument of a run that may use graphics hardware.
+inline constexpr const char* withGraphics = "--with-graphics";
+
 } // namespace brindle::capture

@@ -131,6 +131,7 @@ void list(Parts& parts, BeginMovie& message) {
     parts("video", message.video);
     parts("audio", message.audio);
     parts("fragments", message.fragmentInterval);
+    parts("encoder", message.encoder);
 }
 
 template <class Parts>
@@ -152,6 +153,12 @@ void list(Parts& /*parts*/, Convert& /*message*/) {}
 
 template <class Parts>
 void list(Parts& /*parts*/, Measure& /*message*/) {}
+
+template <class Parts>
+void list(Parts& parts, TryEncoder& message) {
+    parts("encoder", message.encoder);
+    parts("video", message.video);
+}
 
 template <class Parts>
 void list(Parts& /*parts*/, Cancel& /*message*/) {}
@@ -202,11 +209,16 @@ void list(Parts& parts, Measured& message) {
     parts("duration", message.duration);
 }
 
+template <class Parts>
+void list(Parts& parts, EncoderTried& message) {
+    parts("error", message.error);
+}
+
 /// What the messages themselves are called, in the order of their kinds.
 constexpr std::array<std::string_view, std::variant_size_v<Message>> names{
-    "hello",    "beat",    "open",      "begin",     "release", "retake", "finish",
-    "complete", "convert", "measure",   "cancel",    "opened",  "agreed", "failed",
-    "finished", "dropped", "completed", "converted", "measured"};
+    "hello",    "beat",     "open",    "begin",     "release",   "retake",   "finish",
+    "complete", "convert",  "measure", "try",       "cancel",    "opened",   "agreed",
+    "failed",   "finished", "dropped", "completed", "converted", "measured", "tried"};
 
 class Writer {
   public:

@@ -15,7 +15,7 @@
 namespace brindle::capture {
 
 /// Rises with every change of the messages.
-inline constexpr std::int64_t protocolVersion = 5;
+inline constexpr std::int64_t protocolVersion = 6;
 
 /// The first message of either. Nothing that comes before it is looked at.
 struct Hello {
@@ -50,6 +50,8 @@ struct BeginMovie {
     std::optional<VideoOutputSettings> video; ///< absent: no picture track
     std::optional<AudioOutputSettings> audio; ///< absent: no sound track
     Seconds fragmentInterval{5};              ///< more than zero
+    /// FFmpeg's name of what compresses the pictures; absent: what it prefers.
+    std::optional<std::string> encoder = std::nullopt;
     friend bool operator==(const BeginMovie&, const BeginMovie&) = default;
 };
 
@@ -83,6 +85,13 @@ struct Convert {
 /// Finds out how long the readable part of the file plays that comes along. Answered by `Measured`.
 struct Measure {
     friend bool operator==(const Measure&, const Measure&) = default;
+};
+
+/// Has that encoder compress one picture. Answered by `EncoderTried`.
+struct TryEncoder {
+    std::string encoder; ///< as FFmpeg calls it
+    VideoOutputSettings video;
+    friend bool operator==(const TryEncoder&, const TryEncoder&) = default;
 };
 
 /// Ends a conversion or a measurement soon; its answer comes all the same.
@@ -142,10 +151,15 @@ struct Measured {
     friend bool operator==(const Measured&, const Measured&) = default;
 };
 
+struct EncoderTried {
+    std::optional<PlatformError> error; ///< absent where it has made a picture of a movie
+    friend bool operator==(const EncoderTried&, const EncoderTried&) = default;
+};
+
 using Message = std::variant<
     Hello, Beat, OpenDevices, BeginMovie, ReleaseCamera, RetakeCamera, FinishMovie, Complete,
-    Convert, Measure, Cancel, Opened, CameraAgreed, CaptureFailed, MovieFinished, PicturesDropped,
-    Completed, Converted, Measured>;
+    Convert, Measure, TryEncoder, Cancel, Opened, CameraAgreed, CaptureFailed, MovieFinished,
+    PicturesDropped, Completed, Converted, Measured, EncoderTried>;
 
 /// Never longer than `MessageSocket::longestMessage`: texts that are too long are cut.
 std::string encode(const Message& message);

@@ -154,7 +154,8 @@ constexpr std::array table{
         Argument::none,
         false,
         "list cameras and microphones, and which would be recorded",
-        "No device is opened.",
+        "Says who uses a camera at the moment, where that is known, and what compresses pictures "
+        "here, for which encoders are tried. No device is opened.",
         {},
         devicesExamples},
     CommandTable::Entry{

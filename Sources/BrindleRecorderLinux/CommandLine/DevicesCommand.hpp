@@ -1,4 +1,5 @@
-// The command that lists cameras and microphones, as the program sees them.
+// The command that lists cameras, microphones and what would compress pictures, as the program sees
+// them.
 #pragma once
 
 #include <cstdio>
@@ -12,7 +13,7 @@ namespace capture {
 class CaptureChildren;
 }
 
-/// Opens no device, and starts no capture program.
+/// Opens no device; of the capture program it has encoders tried.
 struct DevicesCommand {
     EventLoop& mainLoop;
     FileManager& files;
@@ -20,9 +21,14 @@ struct DevicesCommand {
     std::FILE* output = stdout;
     std::FILE* errors = stderr;
 
-    /// Runs the loop until the server has told what is there, and prints it. False, with a line on
+    /// Runs the loop until the server has told what is there and the encoders have been tried, and
+    /// prints it. False, with a line on
     /// `errors`, when no server answers.
     [[nodiscard]] bool run() const;
+
+  private:
+    /// False when it was interrupted.
+    [[nodiscard]] bool printEncoders() const;
 };
 
 } // namespace brindle

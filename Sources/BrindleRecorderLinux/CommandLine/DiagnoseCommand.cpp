@@ -7,6 +7,7 @@
 #include "BrindleRecorderCore/Base/HomeDirectory.hpp"
 #include "BrindleRecorderCore/Recordings/RecordingsFolder.hpp"
 #include "BrindleRecorderLinux/Bus/Bus.hpp"
+#include "BrindleRecorderLinux/Cameras/CameraStreams.hpp"
 #include "BrindleRecorderLinux/CaptureLink/CaptureLaunch.hpp"
 #include "BrindleRecorderLinux/CommandLine/RunningCopy.hpp"
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
@@ -196,17 +197,7 @@ std::string sessionManager(const AudioGraph& graph) {
 /// Programs that get its pictures from the sound server, and such that hold the device themselves.
 std::string
 holdersOf(const NodeRecord& camera, const AudioGraph& graph, const ProcProcessRegistry& processes) {
-    std::set<std::string> names;
-    for (const auto& link : graph.links) {
-        if (link.outputNode != camera.id) {
-            continue;
-        }
-        if (const auto* const user = pipewire::nodeWithID(graph, link.inputNode)) {
-            const auto name = property(user->properties, "application.name");
-            names.insert(
-                std::string{name.empty() ? property(user->properties, "node.name") : name});
-        }
-    }
+    std::set<std::string> names = pipewire::programsThatWatch(camera, graph);
     if (const auto device = property(camera.properties, "api.v4l2.path"); !device.empty()) {
         for (const FileUser& user : FileUsers::of(device)) {
             const auto name = ProgramName::of(user.pid, processes);

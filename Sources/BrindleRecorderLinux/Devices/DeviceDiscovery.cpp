@@ -85,13 +85,13 @@ bool isBuiltIn(const Properties& properties, const FixedHardware& isFixed) {
 }
 
 CaptureDeviceInfo
-deviceInfo(const NodeRecord& node, const AudioGraph& graph, const FixedHardware& isFixed) {
+deviceInfo(const NodeRecord& node, const Properties& properties, const FixedHardware& isFixed) {
     const Properties& own = node.properties;
     return CaptureDeviceInfo{
         .uniqueID = std::string{property(own, "node.name")},
         .localizedName =
             readableName(firstPresent(own, {"node.description", "node.nick", "node.name"})),
-        .isBuiltIn = isBuiltIn(withHardware(node, graph), isFixed),
+        .isBuiltIn = isBuiltIn(properties, isFixed),
     };
 }
 
@@ -113,11 +113,63 @@ std::set<std::string, std::less<>> hardwareOf(const Properties& properties) {
     return marks;
 }
 
+/// The folder below /sys of the hardware that a camera of the kernel's is a part of.
+std::string_view folderOfHardware(std::string_view sysfsPath) {
+    if (sysfsPath.starts_with("/devices/virtual/")) {
+        return {}; // nobody's hardware
+    }
+    auto folder = sysfsPath.substr(0, sysfsPath.find("/video4linux/"));
+    // Each camera of a USB device is an interface of its own, such as 3-8:1.2.
+    const auto slash = folder.rfind('/');
+    const auto name = slash == std::string_view::npos ? folder : folder.substr(slash + 1);
+    const auto colon = name.find(':');
+    if (colon != std::string_view::npos && name.substr(0, colon).find('-') < colon) {
+        folder = folder.substr(0, slash);
+    }
+    return folder;
+}
+
+/// By the camera's own place, or by that of a node of the kernel's from which its pictures come.
+std::string partOf(const Properties& properties, const AudioGraph& graph) {
+    if (const auto path = property(properties, "device.sysfs.path"); !path.empty()) {
+        return std::string{folderOfHardware(path)};
+    }
+    const auto marks = hardwareOf(properties);
+    for (const DeviceRecord& device : graph.devices) {
+        const auto path = property(device.properties, "device.sysfs.path");
+        const auto shared = [&marks](const std::string& mark) {
+            return marks.contains(mark);
+        };
+        if (!path.empty() && std::ranges::any_of(hardwareOf(device.properties), shared)) {
+            return std::string{folderOfHardware(path)};
+        }
+    }
+    return {};
+}
+
+/// A camera of the kernel's that takes no pictures tells of those that another one takes.
+bool isMetadata(const Properties& properties) {
+    const auto capabilities = property(properties, "device.capabilities");
+    return !capabilities.empty() && capabilities.find(":capture:") == std::string_view::npos;
+}
+
+CaptureDeviceInfo
+cameraInfo(const NodeRecord& node, const AudioGraph& graph, const FixedHardware& isFixed) {
+    const Properties properties = withHardware(node, graph);
+    auto info = deviceInfo(node, properties, isFixed);
+    info.pictures = isMetadata(properties) ? std::set<PictureKind>{} : node.pictures;
+    info.hardware = partOf(properties, graph);
+    return info;
+}
+
+bool isLibcameras(const Properties& properties) {
+    return property(properties, "device.api") == "libcamera";
+}
+
 /// The kernel's nodes of a laptop's own camera may deliver raw sensor data, or nothing, where
 /// libcamera makes pictures of it. A camera on USB makes its pictures itself.
 bool isByTheBetterInterface(const Properties& properties) {
-    const bool isLibcameras = property(properties, "device.api") == "libcamera";
-    return isLibcameras != (property(properties, "device.bus") == "usb");
+    return isLibcameras(properties) != (property(properties, "device.bus") == "usb");
 }
 
 int sessionPriority(const NodeRecord& node) {
@@ -131,12 +183,16 @@ std::vector<const NodeRecord*> camerasOf(const AudioGraph& graph) {
     struct Camera {
         const NodeRecord* node;
         std::set<std::string, std::less<>> hardware;
-        bool isBetter; ///< offered by the interface that knows how to use this hardware
+        std::string place; ///< of the hardware; empty where nothing tells
+        bool isBetter;     ///< offered by the interface that knows how to use this hardware
+        bool isLibcameras;
     };
     std::vector<Camera> cameras;
     for (const NodeRecord* node : devicesOf(graph, isCamera)) {
         const Properties properties = withHardware(*node, graph);
-        Camera camera{node, hardwareOf(properties), isByTheBetterInterface(properties)};
+        Camera camera{
+            node, hardwareOf(properties), partOf(properties, graph),
+            isByTheBetterInterface(properties), isLibcameras(properties)};
         const auto twin = std::ranges::find_if(cameras, [&camera](const Camera& other) {
             return std::ranges::any_of(camera.hardware, [&other](const std::string& mark) {
                 return other.hardware.contains(mark);
@@ -148,20 +204,21 @@ std::vector<const NodeRecord*> camerasOf(const AudioGraph& graph) {
             *twin = std::move(camera);
         }
     }
+    // A sensor's chip has dozens of the kernel's nodes, of which libcamera names some.
+    std::set<std::string, std::less<>> understood;
+    for (const Camera& camera : cameras) {
+        if (camera.isLibcameras && camera.isBetter) {
+            understood.insert(camera.place);
+        }
+    }
+    std::erase_if(cameras, [&understood](const Camera& camera) {
+        return !camera.isBetter && !camera.place.empty() && understood.contains(camera.place);
+    });
     std::vector<const NodeRecord*> nodes;
     for (const Camera& camera : cameras) {
         nodes.push_back(camera.node);
     }
     return nodes;
-}
-
-/// Null when there is none.
-const NodeRecord* cameraWithID(const AudioGraph& graph, std::string_view cameraID) {
-    const auto cameras = devicesOf(graph, isCamera);
-    const auto found = std::ranges::find_if(cameras, [cameraID](const NodeRecord* camera) {
-        return property(camera->properties, "node.name") == cameraID;
-    });
-    return found == cameras.end() ? nullptr : *found;
 }
 
 std::optional<std::string>
@@ -202,13 +259,22 @@ DiscoveredDevices discoverDevices(const AudioGraph& graph, const FixedHardware& 
     DiscoveredDevices devices;
     const auto cameras = camerasOf(graph);
     for (const NodeRecord* camera : cameras) {
-        devices.cameras.push_back(deviceInfo(*camera, graph, isFixed));
+        devices.cameras.push_back(cameraInfo(*camera, graph, isFixed));
     }
     devices.defaultCameraID = defaultCameraID(graph, cameras);
     for (const NodeRecord* microphone : devicesOf(graph, isMicrophone)) {
-        devices.microphones.push_back(deviceInfo(*microphone, graph, isFixed));
+        devices.microphones.push_back(
+            deviceInfo(*microphone, withHardware(*microphone, graph), isFixed));
     }
     return devices;
+}
+
+const NodeRecord* cameraWithID(const AudioGraph& graph, std::string_view cameraID) {
+    const auto cameras = devicesOf(graph, isCamera);
+    const auto found = std::ranges::find_if(cameras, [cameraID](const NodeRecord* camera) {
+        return property(camera->properties, "node.name") == cameraID;
+    });
+    return found == cameras.end() ? nullptr : *found;
 }
 
 std::set<std::string> kernelCameras(const AudioGraph& graph) {

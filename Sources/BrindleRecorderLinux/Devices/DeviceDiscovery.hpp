@@ -37,6 +37,9 @@ std::optional<bool> isFixedHardware(std::string_view sysfsPath);
 DiscoveredDevices
 discoverDevices(const AudioGraph& graph, const FixedHardware& isFixed = isFixedHardware);
 
+/// The node of that camera; null when there is none.
+const NodeRecord* cameraWithID(const AudioGraph& graph, std::string_view cameraID);
+
 /// The kernel's names of all cameras that are the kernel's.
 std::set<std::string> kernelCameras(const AudioGraph& graph);
 

@@ -2,9 +2,12 @@
 // and what is connected to what (links).
 #pragma once
 
+#include "BrindleRecorderCore/Recordings/DeviceSelection.hpp"
+
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,6 +29,8 @@ struct NodeRecord {
     std::uint32_t id = 0;     ///< what links refer to; used again for later objects
     NodeState state = NodeState::creating;
     Properties properties;
+    /// What a camera offers; absent for others, and until it has told.
+    std::optional<std::set<PictureKind>> pictures = {};
 
     friend bool operator==(const NodeRecord&, const NodeRecord&) = default;
 };

@@ -33,6 +33,11 @@ bind(pw_registry* registry, std::uint32_t id, const char* type, std::uint32_t ve
     return static_cast<pw_proxy*>(pw_registry_bind(registry, id, type, version, 0));
 }
 
+/// Asks for all of a node's parameters of one kind, which come as events.
+inline void enumerate(pw_proxy* node, std::uint32_t parameter) {
+    pw_node_enum_params(reinterpret_cast<pw_node*>(node), 0, parameter, 0, UINT32_MAX, nullptr);
+}
+
 // A loop that another one drives.
 
 inline int descriptorOf(pw_loop* loop) {

@@ -1,11 +1,13 @@
 #include "BrindleRecorderLinux/PipeWire/MirroredObjects.hpp"
 
 #include "BrindleRecorderLinux/PipeWire/Calls.hpp"
+#include "BrindleRecorderLinux/PipeWire/PictureKinds.hpp"
 #include "BrindleRecorderLinux/PipeWire/PropertyReading.hpp"
 
 #include <pipewire/extensions/metadata.h>
 
 #include <algorithm>
+#include <span>
 #include <string_view>
 #include <utility>
 
@@ -46,15 +48,31 @@ MirroredNode::MirroredNode(MirrorSource source)
         callbacks.info = [](void* self, const pw_node_info* info) {
             static_cast<MirroredNode*>(self)->update(*info);
         };
+        callbacks.param = [](void* self, int /*sequence*/, std::uint32_t kind,
+                             std::uint32_t /*index*/, std::uint32_t /*next*/,
+                             const spa_pod* parameter) {
+            if (kind == SPA_PARAM_EnumFormat) {
+                static_cast<MirroredNode*>(self)->pictures_.merge(pictureKindsOf(parameter));
+            }
+        };
+        return callbacks;
+    }();
+    static const pw_proxy_events answers = [] {
+        pw_proxy_events callbacks{};
+        callbacks.version = PW_VERSION_PROXY_EVENTS;
+        callbacks.done = [](void* self, int answer) {
+            static_cast<MirroredNode*>(self)->takePictures(answer);
+        };
         return callbacks;
     }();
     if (proxy_ != nullptr) {
         pw_proxy_add_object_listener(proxy_.get(), listener_.get(), &events, this);
+        pw_proxy_add_listener(proxy_.get(), answers_.get(), &answers, this);
     }
 }
 
 void MirroredNode::update(const pw_node_info& info) {
-    NodeRecord updated = record_.value_or(NodeRecord{source_.serial, source_.id, {}, {}});
+    NodeRecord updated = record_.value_or(NodeRecord{source_.serial, source_.id, {}, {}, {}});
     if ((info.change_mask & PW_NODE_CHANGE_MASK_STATE) != 0) {
         updated.state = stateOf(info.state);
     }
@@ -63,6 +81,29 @@ void MirroredNode::update(const pw_node_info& info) {
     }
     if (updated != record_) {
         record_ = std::move(updated);
+        source_.changed();
+    }
+    if ((info.change_mask & PW_NODE_CHANGE_MASK_PARAMS) != 0 &&
+        property(record_->properties, "media.class") == "Video/Source") {
+        askForPictures(info);
+    }
+}
+
+void MirroredNode::askForPictures(const pw_node_info& info) {
+    const std::span parameters{info.params, info.n_params};
+    const auto formats = std::ranges::find(parameters, SPA_PARAM_EnumFormat, &spa_param_info::id);
+    const bool canBeRead =
+        formats != parameters.end() && (formats->flags & SPA_PARAM_INFO_READ) != 0;
+    if (canBeRead && std::exchange(formats_, formats->flags) != formats->flags) {
+        pictures_.clear();
+        enumerate(proxy_.get(), SPA_PARAM_EnumFormat);
+        question_ = pw_proxy_sync(proxy_.get(), 0);
+    }
+}
+
+void MirroredNode::takePictures(int answer) {
+    if (answer == question_ && record_->pictures != pictures_) {
+        record_->pictures = pictures_;
         source_.changed();
     }
 }

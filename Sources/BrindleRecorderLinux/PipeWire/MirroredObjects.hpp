@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 
 struct pw_client_info;
@@ -35,11 +36,17 @@ class MirroredNode {
 
   private:
     void update(const pw_node_info& info);
+    void askForPictures(const pw_node_info& info);
+    void takePictures(int answer);
 
     MirrorSource source_;
     std::optional<NodeRecord> record_;
+    std::optional<std::uint32_t> formats_; ///< by which the server tells that they have changed
+    std::optional<int> question_;          ///< about the formats
+    std::set<PictureKind> pictures_;       ///< of the answer so far
     ProxyHandle proxy_;
     Hook listener_;
+    Hook answers_;
 };
 
 class MirroredDevice {

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t longestValue = 1024;
 
-constexpr std::array<std::string_view, 39> usedKeys{
+constexpr std::array<std::string_view, 40> usedKeys{
     "api.libcamera.location",
     "api.libcamera.path",
     "api.v4l2.path",
@@ -27,6 +27,7 @@ constexpr std::array<std::string_view, 39> usedKeys{
     "config.name",
     "device.api",
     "device.bus",
+    "device.capabilities",
     "device.devids",
     "device.form-factor",
     "device.form_factor",

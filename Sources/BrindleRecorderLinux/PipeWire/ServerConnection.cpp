@@ -60,7 +60,7 @@ void ServerConnection::answered(int sequence) {
         return;
     }
     // By the first answer every object has been announced, by the second each has told its
-    // particulars.
+    // particulars, by the third each camera has told its formats.
     if (--answersMissing_ > 0) {
         awaitedAnswer_ = sync(core_.get());
     } else {

@@ -42,7 +42,7 @@ class ServerConnection {
     CoreHandle core_;
     RegistryMirror mirror_;
     int awaitedAnswer_ = 0;
-    int answersMissing_ = 2;
+    int answersMissing_ = 3;
     std::optional<int> defaultsQuestion_;
     Hook listener_;
 };

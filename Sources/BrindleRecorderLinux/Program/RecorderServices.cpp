@@ -10,6 +10,7 @@
 #include "BrindleRecorderCore/Recordings/RecordingsFolder.hpp"
 #include "BrindleRecorderLinux/CaptureChild/CaptureChildren.hpp"
 #include "BrindleRecorderLinux/CaptureChild/ChildMovieExporter.hpp"
+#include "BrindleRecorderLinux/CaptureChild/ChildVideoEncoders.hpp"
 #include "BrindleRecorderLinux/Devices/PipeWireCaptureSystem.hpp"
 #include "BrindleRecorderLinux/Files/JsonDefaultsStore.hpp"
 #include "BrindleRecorderLinux/Logind/LogindSystemEvents.hpp"
@@ -22,6 +23,7 @@
 #include "BrindleRecorderLinux/Program/LinuxWords.hpp"
 #include "BrindleRecorderLinux/Program/SiblingProgram.hpp"
 #include "BrindleRecorderLinux/Sound/PipeWireAudioObjects.hpp"
+#include "BrindleRecorderLinux/Sound/PlaybackAsDefault.hpp"
 #include "BrindleRecorderLinux/SystemLog/SyslogSystemLog.hpp"
 #include "BrindleRecorderLinux/Time/BootClock.hpp"
 #include "BrindleRecorderLinux/Windows/DesktopWindowList.hpp"
@@ -29,7 +31,9 @@
 #include <fmt/format.h>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <utility>
 
 namespace brindle {
 
@@ -65,11 +69,15 @@ class RecorderServices::Implementation {
     PipeWireCaptureSystem captureSystem{
         mainLoop, audioServer, systemLog, captureChildren, cameraPortal.get()};
     PipeWireAudioObjects audioObjects{audioServer, processes};
+    std::optional<std::string> loudspeakerAsDefault;
+    const std::unique_ptr<Observation> defaultObservation =
+        audioServer.observe([this] { noticeDefaultMicrophone(); });
     const DesktopWindowList windows{processes, mainLoop, [this] {
                                         return audioServer.graph();
                                     }};
     LogindSystemEvents systemEvents{mainLoop};
     ChildMovieExporter exporter{mainLoop, systemLog, captureChildren};
+    ChildVideoEncoders encoders{mainLoop, captureChildren};
     JsonDefaultsStore defaults{
         files, JsonDefaultsStore::standardFile(), [this](std::string_view line) {
             log.diagnostic(line);
@@ -87,6 +95,19 @@ class RecorderServices::Implementation {
         }
         return std::make_unique<CameraPortal>(
             mainLoop, [this](std::string_view line) { log.both(EventLog::Level::info, line); });
+    }
+
+    /// Why the microphone that the desktop calls the default is not recorded.
+    void noticeDefaultMicrophone() {
+        const auto graph = audioServer.graph();
+        auto found = graph ? pipewire::playbackAsDefault(*graph) : std::nullopt;
+        if (found && found != loudspeakerAsDefault) {
+            log.both(
+                EventLog::Level::info,
+                fmt::format(
+                    "the default microphone is what {} plays, which is never recorded", *found));
+        }
+        loudspeakerAsDefault = std::move(found);
     }
 
     void noticeSound(pipewire::AudioServerState state) {
@@ -131,6 +152,7 @@ AppEnvironment RecorderServices::environment(
         .loginItems = loginItems,
         .workspace = workspace,
         .systemEvents = &own.systemEvents,
+        .videoEncoders = own.captureChildren.isUsable() ? &own.encoders : nullptr,
         .takeOverWallTime = [&clock = own.clock] { clock.takeOverWallTime(); },
         .words = linuxWords(),
     };

@@ -21,6 +21,8 @@ kill_recorder() {
 }
 # The program that captures for the recorder, while there is one.
 capture_pid() { pgrep -P "$recorder_pid" -x brindle-capture; }
+# What compresses pictures has been chosen, for which one ran at the start.
+encoder_is_chosen() { log_has ' encoder: ' && ! capture_pid >/dev/null; }
 
 # A stand-in for a call program takes the microphone under its own name.
 start_call() { # [NODE]

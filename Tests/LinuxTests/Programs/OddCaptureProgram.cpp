@@ -66,7 +66,8 @@ void behave(std::string_view oddity, const MessageSocket& socket) {
         poll(&watched, 1, -1);
         const auto received = socket.receive();
         const auto message = decode(received.bytes);
-        isAsked = message && std::holds_alternative<Convert>(*message);
+        isAsked = message && (std::holds_alternative<Convert>(*message) ||
+                              std::holds_alternative<TryEncoder>(*message));
     }
     if (oddity == "ends-at-once") {
         std::_Exit(3);

@@ -4,6 +4,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/buffer.h>
 #include <libavutil/dict.h>
 #include <libavutil/frame.h>
 #include <libswresample/swresample.h>
@@ -42,6 +43,7 @@ struct IoReleaser {
 };
 
 using CodecHandle = std::unique_ptr<AVCodecContext, PointerReleaser<avcodec_free_context>>;
+using BufferHandle = std::unique_ptr<AVBufferRef, PointerReleaser<av_buffer_unref>>;
 using FrameHandle = std::unique_ptr<AVFrame, PointerReleaser<av_frame_free>>;
 using PacketHandle = std::unique_ptr<AVPacket, PointerReleaser<av_packet_free>>;
 using ResamplerHandle = std::unique_ptr<SwrContext, PointerReleaser<swr_free>>;

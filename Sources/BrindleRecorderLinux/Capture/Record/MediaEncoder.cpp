@@ -41,14 +41,14 @@ CapturedPicture blackPicture(Moment time) {
 Expected<std::unique_ptr<MediaEncoder>, PlatformError> MediaEncoder::open(
     const std::optional<VideoOutputSettings>& video,
     const std::optional<AudioOutputSettings>& audio, std::chrono::nanoseconds fragmentInterval,
-    Sink sink) {
+    Sink sink, const std::optional<std::string>& videoEncoder) {
     // What goes wrong comes back as values; the library would also tell it on our standard error,
     // with every damaged picture of a camera and the story of every encoder.
     av_log_set_level(AV_LOG_FATAL);
     // The constructor is private, which make_unique cannot reach.
     std::unique_ptr<MediaEncoder> encoder{new MediaEncoder{fragmentInterval, std::move(sink)}};
     if (video) {
-        auto opened = VideoEncoder::open(*video);
+        auto opened = VideoEncoder::open(*video, videoEncoder);
         if (!opened) {
             return unexpected{opened.error()};
         }

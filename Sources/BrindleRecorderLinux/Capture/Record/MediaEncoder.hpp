@@ -20,6 +20,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace brindle::media {
@@ -34,10 +35,11 @@ class MediaEncoder {
     /// picture that can be shown; sound from before it is left out. When none comes within
     /// `firstPictureWithin` of sound, media time begins with the first sound, and black stands
     /// until one comes. Without video settings media time begins with the first sound.
+    /// `videoEncoder` as `VideoEncoder::open` takes it.
     static Expected<std::unique_ptr<MediaEncoder>, PlatformError> open(
         const std::optional<VideoOutputSettings>& video,
         const std::optional<AudioOutputSettings>& audio, std::chrono::nanoseconds fragmentInterval,
-        Sink sink);
+        Sink sink, const std::optional<std::string>& videoEncoder = std::nullopt);
 
     /// In the order of the tracks.
     [[nodiscard]] std::vector<const AVCodecContext*> encoders() const;

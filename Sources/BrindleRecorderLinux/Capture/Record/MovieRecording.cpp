@@ -198,7 +198,7 @@ bool MovieRecording::Job::open() {
         std::chrono::duration_cast<std::chrono::nanoseconds>(settings_.fragmentInterval);
     auto encoder = MediaEncoder::open(
         settings_.video, settings_.audio, interval,
-        [this](EncodedPacket packet) { deliver(std::move(packet)); });
+        [this](EncodedPacket packet) { deliver(std::move(packet)); }, settings_.videoEncoder);
     std::optional<PlatformError> error;
     std::shared_ptr<FragmentedMovieWriter> writer;
     if (encoder) {

@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <thread>
 
 namespace brindle::media {
@@ -27,6 +28,8 @@ class MovieRecording {
         std::optional<VideoOutputSettings> video; ///< absent: no picture track
         std::optional<AudioOutputSettings> audio; ///< absent: no sound track
         Seconds fragmentInterval{5};              ///< more than zero
+        /// FFmpeg's name of what compresses the pictures; absent: what it prefers.
+        std::optional<std::string> videoEncoder = std::nullopt;
         /// How long the stop waits for the encoder, and then again for the disk.
         std::chrono::milliseconds patience{5000};
         /// The clock that the devices' moments are on.

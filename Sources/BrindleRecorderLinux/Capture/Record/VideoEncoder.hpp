@@ -5,14 +5,18 @@
 #include "BrindleRecorderApp/Platform/PlatformError.hpp"
 #include "BrindleRecorderCore/Base/Expected.hpp"
 #include "BrindleRecorderLinux/Capture/Media/Handles.hpp"
+#include "BrindleRecorderLinux/Capture/Record/EncoderInput.hpp"
 
 #include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace brindle::media {
 
-/// Made for live pictures: every frame that goes in comes out at once, in order. One thread at a
-/// time.
+/// Made for live pictures: every frame that goes in comes out in order, at once where the encoder
+/// can do that. One thread at a time.
 class VideoEncoder {
   public:
     /// How x264 is set, in its own words: of its fastest preset, with the tools that make a
@@ -21,7 +25,9 @@ class VideoEncoder {
     static constexpr const char* tune = "zerolatency";
     static constexpr const char* parameters = "cabac=1:no-deblock=0:8x8dct=1:partitions=i8x8";
 
-    static Expected<VideoEncoder, PlatformError> open(const VideoOutputSettings& settings);
+    /// The encoder of that name, or where none is named the one that FFmpeg prefers.
+    static Expected<VideoEncoder, PlatformError>
+    open(const VideoOutputSettings& settings, const std::optional<std::string>& name);
 
     /// Frames of the settings' size, planar 4:2:0, with rising numbers. A key frame starts anew:
     /// nothing after it refers to anything before it. The packets' times are frame numbers.
@@ -34,9 +40,11 @@ class VideoEncoder {
     [[nodiscard]] const AVCodecContext& context() const { return *context_; }
 
   private:
-    explicit VideoEncoder(CodecHandle context) : context_{std::move(context)} {}
+    VideoEncoder(CodecHandle context, EncoderInput input)
+        : context_{std::move(context)}, input_{std::move(input)} {}
 
     CodecHandle context_;
+    EncoderInput input_;
 };
 
 } // namespace brindle::media
