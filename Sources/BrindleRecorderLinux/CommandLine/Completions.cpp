@@ -28,7 +28,7 @@ std::string optionsOf(const Entry& entry) {
 }
 
 /// Between two single quotes, with which no words of the table would go well otherwise.
-std::string quoted(std::string_view words) {
+std::string inSingleQuotes(std::string_view words) {
     std::string text = "'";
     for (const char character : words) {
         if (character == '\'') {
@@ -58,7 +58,7 @@ std::string forBash() {
         } else {
             cases += fmt::format(
                 "        {}) words={} ;;\n", patterns,
-                quoted(choicesOf(entry).append(" ").append(optionsOf(entry))));
+                inSingleQuotes(choicesOf(entry).append(" ").append(optionsOf(entry))));
         }
     }
     return fmt::format(
@@ -73,7 +73,7 @@ std::string forBash() {
         "    mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$current\")\n"
         "}}\n"
         "complete -F _brindle_recorder brindle-recorder\n",
-        quoted(fmt::format(
+        inSingleQuotes(fmt::format(
             "{}{} {} {}", commands, CommandTable::headless, CommandTable::help,
             CommandTable::version)),
         cases);
@@ -85,7 +85,7 @@ std::string pairForZsh(std::string_view name, std::string_view words) {
     for (const char character : words) {
         text += character == ':' ? "\\:" : std::string(1, character);
     }
-    return quoted(fmt::format("{}:{}", name, text));
+    return inSingleQuotes(fmt::format("{}:{}", name, text));
 }
 
 std::string forZsh() {
@@ -138,8 +138,8 @@ std::string forFish() {
     const auto option = [](std::string_view condition, std::string_view name,
                            std::string_view words) {
         return fmt::format(
-            "complete -c brindle-recorder -n {} -l {} -d {}\n", quoted(condition), name.substr(2),
-            quoted(words));
+            "complete -c brindle-recorder -n {} -l {} -d {}\n", inSingleQuotes(condition),
+            name.substr(2), inSingleQuotes(words));
     };
     constexpr std::string_view noCommand = "__fish_use_subcommand";
     std::string text = "# How fish completes the commands of brindle-recorder.\n"
@@ -148,20 +148,20 @@ std::string forFish() {
     text += option(noCommand, CommandTable::version, "show the version");
     text += fmt::format(
         "complete -c brindle-recorder -s h -l {} -d {}\n", CommandTable::help.substr(2),
-        quoted("say what there is"));
+        inSingleQuotes("say what there is"));
     for (const Entry& entry : CommandTable::entries()) {
         const auto condition = fmt::format("__fish_seen_subcommand_from {}", entry.name);
         text += fmt::format(
             "complete -c brindle-recorder -n {} -a {} -d {}\n", noCommand, entry.name,
-            quoted(entry.summary));
+            inSingleQuotes(entry.summary));
         for (const auto& each : entry.options) {
             text += option(condition, each.name, each.words);
         }
         const auto choices = choicesOf(entry);
         if (!choices.empty() || entry.argument == Argument::movie) {
             text += fmt::format(
-                "complete -c brindle-recorder -n {} -a {}\n", quoted(condition),
-                quoted(choices.empty() ? "(__fish_complete_suffix .mov)" : choices));
+                "complete -c brindle-recorder -n {} -a {}\n", inSingleQuotes(condition),
+                inSingleQuotes(choices.empty() ? "(__fish_complete_suffix .mov)" : choices));
         }
     }
     return text;
