@@ -39,8 +39,11 @@ struct Searched {
     std::vector<std::string> lines;
 };
 
-Searched searchAmong(std::set<std::string> working, Extent extent = Extent::untilOneIsChosen) {
+Searched searchAmong(
+    std::set<std::string> working, Extent extent = Extent::untilOneIsChosen,
+    std::set<std::string> silent = {}) {
     test::ScriptedVideoEncoders encoders{std::move(working)};
+    encoders.thatAreSilent = std::move(silent);
     std::optional<EncoderSearch::Outcome> outcome;
     startDetached(search(encoders, extent, outcome));
     encoders.answerAll();
@@ -88,6 +91,22 @@ TEST(EncoderSearch, NamesWhatWorksAndIsNotTakenWhereThatIsAskedFor) {
     EXPECT_THAT(
         found.lines,
         ElementsAre("encoder: libx264 (used)", "encoder: h264_vaapi (works, is not used)"));
+}
+
+TEST(EncoderSearch, TakesNothingWorseWhereTheProcessorsOwnGivesNoAnswer) {
+    const auto found =
+        searchAmong({"libopenh264", "h264_nvenc"}, Extent::untilOneIsChosen, {"libx264"});
+    EXPECT_EQ(found.chosen, "none");
+    EXPECT_THAT(found.tried, ElementsAre("libx264"));
+    EXPECT_THAT(
+        found.lines, ElementsAre(
+                         "encoder: libx264 gave no answer: 10 s have passed",
+                         "encoder: not decided; each recording takes what it finds"));
+}
+
+TEST(EncoderSearch, PassesOverHardwareThatGivesNoAnswer) {
+    const auto found = searchAmong({"h264_qsv"}, Extent::untilOneIsChosen, {"h264_nvenc"});
+    EXPECT_EQ(found.chosen, "h264_qsv");
 }
 
 TEST(EncoderSelection, OnlyWhatIsNoGraphicsHardwareComesFirst) {
@@ -142,6 +161,16 @@ TEST_F(EncoderChoiceTest, TellsTheUserOnceWhereThereIsNone) {
     EXPECT_EQ(
         notifications.posted.front().body,
         "No video encoder works on this system, so calls are recorded without a picture.");
+}
+
+TEST_F(EncoderChoiceTest, RecordsPicturesWhereNothingIsKnown) {
+    test::ScriptedVideoEncoders encoders{{}};
+    encoders.thatAreSilent = {"libx264"};
+    choose(&encoders);
+    encoders.answerAll();
+    EXPECT_TRUE(choice->canRecordPictures());
+    EXPECT_THAT(encoders.used, IsEmpty());
+    EXPECT_THAT(notifications.posted, IsEmpty());
 }
 
 TEST_F(EncoderChoiceTest, HasNothingToChooseWhereTheDesktopHasOneEncoder) {

@@ -18,16 +18,18 @@
 namespace brindle {
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::StartsWith;
 
 constexpr const char* works = "works";
+constexpr const char* noAnswer = "no answer: ";
 
 /// The capture program, asked as at launch. What this machine's FFmpeg has not is named by names
 /// that it does not know.
 class ChildVideoEncodersTest : public testing::Test {
   protected:
-    /// "works", or why not.
+    /// "works", or why not, after "no answer: " where nothing is known.
     std::string trialOf(
         std::string_view encoder, bool usesGraphics = false,
         const char* program = BRINDLE_CAPTURE_PROGRAM) {
@@ -36,12 +38,12 @@ class ChildVideoEncodersTest : public testing::Test {
         std::optional<std::string> answer;
         encoders.tryOut(
             {.name = encoder, .usesGraphics = usesGraphics}, CaptureConfiguration::videoSettings,
-            [&answer](const std::optional<std::string>& whyNot) {
-                answer = whyNot.value_or(works);
+            [&answer](const std::optional<EncoderRefusal>& refusal) {
+                answer = refusal ? (refusal->isCertain ? "" : noAnswer) + refusal->why : works;
             });
         EXPECT_FALSE(answer);
         EXPECT_TRUE(waitUntil(loop, [&answer] { return answer.has_value(); }));
-        return answer.value_or("no answer");
+        return answer.value_or("none came");
     }
 
     EventLoop loop;
@@ -73,13 +75,13 @@ TEST_F(ChildVideoEncodersTest, AProgramThatCrashesCostsTheTrialAlone) {
     const test::EnvironmentVariable oddity{"BRINDLE_ODDITY", "crashes"};
     EXPECT_THAT(
         trialOf("libx264", false, BRINDLE_ODD_CAPTURE_PROGRAM),
-        StartsWith("the capture program stopped unexpectedly"));
+        StartsWith("no answer: the capture program stopped unexpectedly"));
 }
 
 TEST_F(ChildVideoEncodersTest, AProgramThatIsMissingIsNoEncoder) {
     EXPECT_THAT(
         trialOf("libx264", false, "/nonexistent/brindle-recorder-capture"),
-        HasSubstr("is missing"));
+        AllOf(StartsWith(noAnswer), HasSubstr("is missing")));
 }
 
 TEST_F(ChildVideoEncodersTest, MayGoBeforeTheAnswerComes) {
@@ -89,7 +91,7 @@ TEST_F(ChildVideoEncodersTest, MayGoBeforeTheAnswerComes) {
         ChildVideoEncoders encoders{loop, children};
         encoders.tryOut(
             {.name = "libx264"}, CaptureConfiguration::videoSettings,
-            [&isAnswered](const std::optional<std::string>&) { isAnswered = true; });
+            [&isAnswered](const std::optional<EncoderRefusal>&) { isAnswered = true; });
     }
     bool hasPassed = false;
     loop.post([&hasPassed] { hasPassed = true; });

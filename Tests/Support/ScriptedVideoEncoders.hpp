@@ -16,7 +16,8 @@ class ScriptedVideoEncoders final : public VideoEncoders {
     explicit ScriptedVideoEncoders(std::set<std::string> thatWork)
         : working_{std::move(thatWork)} {}
 
-    std::vector<std::string> tried; ///< in order
+    std::vector<std::string> tried;      ///< in order
+    std::set<std::string> thatAreSilent; ///< nothing is known of them
     std::vector<std::string> used;
 
     void tryOut(
@@ -32,7 +33,13 @@ class ScriptedVideoEncoders final : public VideoEncoders {
         while (!waiting_.empty()) {
             const auto [name, answer] = std::move(waiting_.front());
             waiting_.pop_front();
-            answer(working_.contains(name) ? std::nullopt : std::optional{"there is none"});
+            if (working_.contains(name)) {
+                answer(std::nullopt);
+            } else if (thatAreSilent.contains(name)) {
+                answer(EncoderRefusal{.why = "10 s have passed", .isCertain = false});
+            } else {
+                answer(EncoderRefusal{.why = "there is none"});
+            }
         }
     }
 

@@ -10,11 +10,19 @@
 
 namespace brindle {
 
+/// Why an encoder has made no picture.
+struct EncoderRefusal {
+    std::string why; ///< in words
+    /// The encoder itself has refused; otherwise nothing has answered, be it for want of time.
+    bool isCertain = true;
+    friend bool operator==(const EncoderRefusal&, const EncoderRefusal&) = default;
+};
+
 /// Main thread only.
 class VideoEncoders {
   public:
-    /// Nothing when the encoder has made a picture of a movie; else, in words, why it has not.
-    using Answer = std::function<void(std::optional<std::string> whyNot)>;
+    /// Nothing when the encoder has made a picture of a movie.
+    using Answer = std::function<void(std::optional<EncoderRefusal> refusal)>;
 
     virtual ~VideoEncoders() = default;
 

@@ -22,10 +22,10 @@ Task<void> EncoderChoice::search() {
     for (const std::string& line : EncoderTexts::lines(outcome)) {
         log_.both(outcome.chosen ? EventLog::Level::info : EventLog::Level::error, line);
     }
-    canRecordPictures_ = outcome.chosen.has_value();
+    canRecordPictures_ = outcome.chosen || outcome.isUndecided;
     if (outcome.chosen) {
         encoders_->use(*outcome.chosen);
-    } else {
+    } else if (!outcome.isUndecided) {
         notifier_.tell(EncoderTexts::noneWorks);
     }
 }

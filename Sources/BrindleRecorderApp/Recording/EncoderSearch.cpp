@@ -1,7 +1,6 @@
 #include "BrindleRecorderApp/Recording/EncoderSearch.hpp"
 
 #include "BrindleRecorderApp/Async/Continuation.hpp"
-#include "BrindleRecorderApp/Platform/VideoEncoders.hpp"
 #include "BrindleRecorderApp/Recording/CaptureConfiguration.hpp"
 
 namespace brindle {
@@ -10,20 +9,24 @@ Task<EncoderSearch::Outcome> EncoderSearch::run(
     VideoEncoders& encoders, Extent extent, std::span<const EncoderCandidate> candidates) {
     Outcome outcome;
     for (const EncoderCandidate& candidate : candidates) {
-        const bool isWanted = candidate.isChosenByItself ? !outcome.chosen.has_value()
+        const bool isWanted = candidate.isChosenByItself ? !outcome.chosen && !outcome.isUndecided
                                                          : extent == Extent::withTheUnchosen;
         if (!isWanted) {
             continue;
         }
-        const Continuation<std::optional<std::string>> answered;
+        const Continuation<std::optional<EncoderRefusal>> answered;
         encoders.tryOut(
             candidate, CaptureConfiguration::videoSettings,
-            [answered](std::optional<std::string> whyNot) { answered.resume(std::move(whyNot)); });
-        auto whyNot = co_await answered;
-        if (!whyNot && candidate.isChosenByItself) {
+            [answered](std::optional<EncoderRefusal> refusal) {
+                answered.resume(std::move(refusal));
+            });
+        auto refusal = co_await answered;
+        if (!refusal && candidate.isChosenByItself) {
             outcome.chosen = candidate;
+        } else if (refusal && !refusal->isCertain && !candidate.usesGraphics) {
+            outcome.isUndecided = true;
         }
-        outcome.trials.push_back({.encoder = candidate, .whyNot = std::move(whyNot)});
+        outcome.trials.push_back({.encoder = candidate, .refusal = std::move(refusal)});
     }
     co_return outcome;
 }

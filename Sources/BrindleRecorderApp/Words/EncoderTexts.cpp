@@ -7,8 +7,10 @@ namespace brindle {
 namespace {
 
 std::string line(const EncoderTrial& trial) {
-    if (trial.whyNot) {
-        return fmt::format("encoder: {} does not work here: {}", trial.encoder.name, *trial.whyNot);
+    if (const auto& refusal = trial.refusal) {
+        return fmt::format(
+            "encoder: {} {}: {}", trial.encoder.name,
+            refusal->isCertain ? "does not work here" : "gave no answer", refusal->why);
     }
     return fmt::format(
         "encoder: {} ({})", trial.encoder.name,
@@ -22,7 +24,9 @@ std::vector<std::string> EncoderTexts::lines(const EncoderSearch::Outcome& outco
     for (const EncoderTrial& trial : outcome.trials) {
         lines.push_back(line(trial));
     }
-    if (!outcome.chosen) {
+    if (outcome.isUndecided) {
+        lines.push_back("encoder: not decided; each recording takes what it finds");
+    } else if (!outcome.chosen) {
         lines.push_back(fmt::format("encoder: none. {}", noneWorks));
     }
     return lines;

@@ -13,7 +13,7 @@ struct EncoderTexts {
     static constexpr const char* noneWorks =
         "No video encoder works on this system, so calls are recorded without a picture.";
 
-    /// One line for each trial, and one that says so when none is chosen.
+    /// One line for each trial, and one that says so when none is chosen or nothing is decided.
     static std::vector<std::string> lines(const EncoderSearch::Outcome& outcome);
 };
 

@@ -33,45 +33,50 @@ void ChildVideoEncoders::tryOut(
     trials_.push_back(trial);
     // On the child's thread and later; by then this may have gone, and the trial with it.
     const auto tell = [this, weakly = std::weak_ptr{trial},
-                       &loop = mainLoop_](std::optional<std::string> whyNot) {
-        loop.post([this, weakly, whyNot = std::move(whyNot)] {
+                       &loop = mainLoop_](std::optional<EncoderRefusal> refusal) {
+        loop.post([this, weakly, refusal = std::move(refusal)] {
             if (const auto lasting = weakly.lock()) {
-                end(*lasting, whyNot);
+                end(*lasting, refusal);
             }
         });
     };
+    const auto tellOfNoAnswer = [tell](std::string why) {
+        tell(EncoderRefusal{.why = std::move(why), .isCertain = false});
+    };
     auto child = children_.start(capture::CaptureProcess::leaveFor(encoder.usesGraphics));
     if (!child) {
-        tell(child.error().description);
+        tellOfNoAnswer(child.error().description);
         return;
     }
     trial->child = std::move(*child);
-    trial->limit = mainLoop_.after(answersWithin, [tell] {
-        tell(fmt::format("it did not answer for {} s", answersWithin.count()));
+    trial->limit = mainLoop_.after(answersWithin, [tellOfNoAnswer] {
+        tellOfNoAnswer(fmt::format("{} s have passed", answersWithin.count()));
     });
     trial->child->listen(
         {.told =
              [tell](const capture::Message& message) {
                  if (const auto* tried = std::get_if<capture::EncoderTried>(&message)) {
-                     tell(tried->error ? std::optional{tried->error->description} : std::nullopt);
+                     tell(
+                         tried->error ? std::optional{EncoderRefusal{tried->error->description}}
+                                      : std::nullopt);
                  }
              },
          .ended =
-             [tell](const PlatformError& how) {
-                 tell(how.description);
+             [tellOfNoAnswer](const PlatformError& how) {
+                 tellOfNoAnswer(how.description);
              }});
     static_cast<void>(trial->child->send(
         capture::TryEncoder{.encoder = std::string{encoder.name}, .video = settings}));
 }
 
-void ChildVideoEncoders::end(Trial& trial, std::optional<std::string> whyNot) {
+void ChildVideoEncoders::end(Trial& trial, std::optional<EncoderRefusal> refusal) {
     const auto answer = std::move(trial.answer);
     if (trial.child) {
         trial.child->stopListening();
         children_.dismiss(std::move(trial.child));
     }
     std::erase_if(trials_, [&trial](const auto& other) { return other.get() == &trial; });
-    answer(std::move(whyNot));
+    answer(std::move(refusal));
 }
 
 void ChildVideoEncoders::use(const EncoderCandidate& encoder) {

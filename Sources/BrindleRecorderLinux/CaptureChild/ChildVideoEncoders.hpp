@@ -31,7 +31,7 @@ class ChildVideoEncoders final : public VideoEncoders {
   private:
     struct Trial;
 
-    void end(Trial& trial, std::optional<std::string> whyNot);
+    void end(Trial& trial, std::optional<EncoderRefusal> refusal);
 
     MainLoop& mainLoop_;
     capture::CaptureChildren& children_;
