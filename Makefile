@@ -10,7 +10,7 @@ JOBS ?=
 PREFIX ?= /usr/local
 DESTDIR ?=
 
-.PHONY: help demo pictures run install package mac mac-tests test test-long test-machine simulate mutate coverage bench lint analyze format install-dependencies clean
+.PHONY: help demo pictures run install package mac mac-tests test test-long test-machine simulate mutate coverage bench lint check-docs analyze format install-dependencies clean
 
 help:
 	@echo 'make demo [SCENE=crash]    watch a call being recorded, in a private desktop session; with'
@@ -34,6 +34,8 @@ help:
 	@echo 'make bench [LONG=1]        print the measured claims; with LONG=1 also what takes half an hour'
 	@echo 'make lint                  formatting, layering, documents, dead files and functions, the build with clang,'
 	@echo '                            clang-tidy'
+	@echo 'make check-docs            whether all that the documents name is there, and whether the commands that they show'
+	@echo '                            do what they should'
 	@echo 'make analyze               the path-sensitive analyzer over the sources (minutes)'
 	@echo 'make format                format the sources'
 	@echo 'make install-dependencies  install every Debian package that any target needs'
@@ -110,6 +112,12 @@ bench:
 lint:
 	@scripts/install-dependencies build demo test lint
 	@scripts/lint
+
+check-docs:
+	@scripts/install-dependencies build demo test
+	@scripts/check-docs
+	@scripts/build $(PRESET) brindle-recorder
+	@ctest --preset $(PRESET) --no-tests=error --verbose -R '^EndToEnd.documented-commands$$'
 
 analyze:
 	@scripts/install-dependencies build lint
