@@ -18,7 +18,7 @@ git config --file "$GIT_CONFIG_GLOBAL" user.email somebody@example.org
 
 small_tree() {
     mkdir -p "$tree/scripts/lib" "$tree/Packaging/debian/source"
-    cp "$root"/scripts/{recipes,release} "$tree/scripts"
+    cp "$root"/scripts/{package,recipes,release} "$tree/scripts"
     cp "$root"/scripts/lib/{build-packages,fill-recipes,version} "$tree/scripts/lib"
     cp -r "$root"/Packaging/{arch,flatpak,rpm} "$tree/Packaging"
     printf '/build/\n' >"$tree/.gitignore"
@@ -56,7 +56,7 @@ COPYRIGHT
 
 # package_holds COMMAND: what the package's file says is what the command prints while it is built.
 package_holds() {
-    printf '#!/usr/bin/make -f\n%%:\n\tdh $@ --buildsystem=none\n\noverride_dh_auto_build:\n\t%s >made\n' "$1" \
+    printf '#!/usr/bin/make -f\n%%:\n\tdh $@ --buildsystem=none\n\noverride_dh_auto_build:\n\techo [1/1] made\n\t%s >made\n' "$1" \
         >"$tree/Packaging/debian/rules"
     chmod +x "$tree/Packaging/debian/rules"
 }
