@@ -9,8 +9,9 @@ COUNT ?=
 JOBS ?=
 PREFIX ?= /usr/local
 DESTDIR ?=
+KEY ?=
 
-.PHONY: help demo pictures run install package mac mac-tests test test-long test-machine simulate mutate coverage bench lint check-docs analyze format install-dependencies clean
+.PHONY: help demo pictures run install package release mac mac-tests test test-long test-machine simulate mutate coverage bench lint check-docs analyze format install-dependencies clean
 
 help:
 	@echo 'make demo [SCENE=crash]    watch a call being recorded, in a private desktop session; with'
@@ -22,6 +23,8 @@ help:
 	@echo 'make install [PREFIX=/usr/local] [DESTDIR=]  build and install the programs, the desktop entry, icons, the'
 	@echo '                            manual page and all else that belongs to them'
 	@echo 'make package               build the Debian packages for the release that this machine runs'
+	@echo 'make release [KEY=...]     the files of a release from the commit that is checked out, made twice and compared'
+	@echo '                            byte for byte; signed with your key where one is named (docs/releasing.md)'
 	@echo 'make mac                    build the macOS application here, without a Mac, and check what came out'
 	@echo 'make mac-tests              the tests of the macOS adapters, over GNUstep and stand-ins'
 	@echo 'make simulate [CALLS=10000] [SEED=7]  live through calls, crashes and power failures; with SEED'
@@ -63,6 +66,10 @@ install:
 package:
 	@scripts/install-dependencies build package
 	@scripts/package
+
+release:
+	@scripts/install-dependencies build package
+	@scripts/release $(if $(KEY),--key '$(KEY)')
 
 test:
 	@scripts/install-dependencies build demo test
