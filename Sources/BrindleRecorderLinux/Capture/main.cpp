@@ -16,6 +16,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sched.h>
 #include <spawn.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
@@ -91,6 +92,13 @@ int sayWhatItIs() {
     return exitSuccess;
 }
 
+/// Whatever runs is not interrupted for us. Our share of the processor stays what it is: with less,
+/// pictures would be lost wherever others keep every core busy.
+void interruptNobody() {
+    const sched_param noPriority{};
+    static_cast<void>(sched_setscheduler(0, SCHED_BATCH, &noPriority));
+}
+
 int run(brindle::capture::Leave leave) {
     using namespace brindle::capture;
     // What ends the whole session reaches us as well. The recorder decides when a movie ends; when
@@ -100,6 +108,7 @@ int run(brindle::capture::Leave leave) {
     }
     // Started by a descriptor, the kernel names us by its number.
     prctl(PR_SET_NAME, "brindle-capture");
+    interruptNobody();
     if (!isASocket(recordersSocket)) {
         std::fputs(
             "brindle-recorder-capture is started by brindle-recorder when it has something to "

@@ -7,6 +7,8 @@ Usage: measurements.py volume MOVIE [FREQUENCY]    mean volume of the sound in d
        measurements.py begins MOVIE                what that clock shows in the first picture, in seconds
        measurements.py missing MOVIE               how many seconds the movie is shorter than what the clock shows
                                                    from its first picture to its last
+       measurements.py pictures MOVIE              how many pictures there are, and how many differ from the one before
+                                                   in what the clock shows
        measurements.py sync MOVIE PLAYER           how far the beeps of clock-devices are behind its flashes, as
                                                    "ffmpeg" or "gstreamer" decodes them
        measurements.py points COLOUR               how many points of a picture have a colour of the icon; the
@@ -111,6 +113,16 @@ def seconds_missing(first, last, length):
 def missing_of(movie):
     length = run("ffprobe", "-v", "error", "-show_entries", "format=duration", "-of", "csv=p=0", movie).stdout
     return seconds_missing(first_clock_of(movie), last_clock_of(movie), float(length or 0))
+
+
+def clocks_in(stripes):
+    """What the clock shows in each picture, in milliseconds."""
+    return [clock_on(stripes[begin: begin + CLOCK_BITS]) for begin in range(0, len(stripes), CLOCK_BITS)]
+
+
+def pictures_report(clocks):
+    new = sum(1 for index, clock in enumerate(clocks) if index == 0 or clock != clocks[index - 1])
+    return f"{new} different ones among {len(clocks)}"
 
 
 def flashes_in(brightness):
@@ -244,6 +256,7 @@ COMMANDS = {
     "lost": lambda movie, moment: f"{lost_of(movie, float(moment)):.2f}",
     "begins": lambda movie: f"{first_clock_of(movie) / 1000:.3f}",
     "missing": lambda movie: f"{missing_of(movie):.2f}",
+    "pictures": lambda movie: pictures_report(clocks_in(stripes_of(movie))),
     "sync": sync_of,
     "points": lambda colour: count_points(picture_given(), colour),
     "greenness": lambda: greenness_of(picture_given()),

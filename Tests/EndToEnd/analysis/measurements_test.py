@@ -78,6 +78,12 @@ class Clock(unittest.TestCase):
         self.assertAlmostEqual(measurements.seconds_missing(5_000, 14_967, 7.5), 2.5, places=2)
         self.assertAlmostEqual(measurements.seconds_missing((1 << 32) - 1_000, 8_967, 10.0), 0, places=2)
 
+    def test_pictures_that_show_the_same_moment_are_not_different(self):
+        five, six = bytes([16] * 29 + [235, 16, 235]), bytes([16] * 29 + [235, 235, 16])
+        self.assertEqual(measurements.clocks_in(five + five + six), [5, 5, 6])
+        self.assertEqual(measurements.pictures_report([5, 5, 6, 6, 7]), "3 different ones among 5")
+        self.assertEqual(measurements.pictures_report([]), "0 different ones among 0")
+
     def test_a_picture_that_is_not_there_is_refused(self):
         with self.assertRaises(Unmeasurable):
             measurements.clock_on(b"")

@@ -1,12 +1,15 @@
 // A camera and a microphone that show and sound the same clock, so that a recording of them says
 // when its pictures and its sound were taken.
 //
-// Usage: clock-devices [--camera NAME] [--microphone NAME]       until a termination signal
+// Usage: clock-devices [--camera NAME] [--microphone NAME] [--grain LEVELS]   until a termination
+// signal
 //
 // The upper half of each picture holds the monotonic time in milliseconds, modulo 2^32, as 32
 // stripes from the highest bit on the left, light for 1. The lower half is light for the first
 // tenth of each second, and for as long the microphone sounds 1 kHz; else it is dark and silent.
-// SIGUSR1 changes the camera's format, from one of two to the other.
+// With grain, half of the picture is grey that differs by so many levels of brightness from point
+// to point and from picture to picture, which costs an encoder what a camera in a dim room costs
+// it. SIGUSR1 changes the camera's format, from one of two to the other.
 #include <pipewire/pipewire.h>
 #include <spa/param/audio/format-utils.h>
 #include <spa/param/buffers.h>
@@ -18,11 +21,14 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <numbers>
+#include <random>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace {
 
@@ -50,9 +56,23 @@ struct Size {
 };
 constexpr std::array<Size, 2> sizes{{{1280, 720}, {640, 480}}};
 
+/// A random row of points, of which pictures show parts.
+std::vector<std::uint8_t> makeGrain(int levels) {
+    constexpr std::size_t length = 1U << 16U;
+    constexpr int grey = 128;
+    std::minstd_rand random; // NOLINT(cert-msc51-cpp): always the same
+    std::uniform_int_distribution<int> brightness{grey - levels, grey + levels};
+    std::vector<std::uint8_t> grain(levels > 0 ? length : 0);
+    for (std::uint8_t& point : grain) {
+        point = static_cast<std::uint8_t>(brightness(random));
+    }
+    return grain;
+}
+
 class Camera {
   public:
-    Camera(pw_core* core, pw_loop* loop, const char* name) : loop_{loop} {
+    Camera(pw_core* core, pw_loop* loop, const char* name, int grain)
+        : loop_{loop}, grain_{makeGrain(grain)} {
         timer_ = pw_loop_add_timer(
             loop, [](void* data, std::uint64_t) { static_cast<Camera*>(data)->tick(); }, this);
         stream_ = pw_stream_new(
@@ -179,6 +199,17 @@ class Camera {
             picture + height / 2 * width, isSignalled(time) ? light : dark,
             (height - height / 2) * width);
         std::memset(picture + height * width, colourless, width * height / 2);
+        // Not where the clock and the light are measured.
+        if (!grain_.empty()) {
+            for (std::size_t y = 0; y < height; ++y) {
+                const std::size_t eighth = y * 8 / height;
+                if (eighth == 0 || eighth == 3 || eighth == 4 || eighth == 7) {
+                    constexpr std::size_t step = 7919; // a prime
+                    const std::size_t from = (y * step + stamp) % (grain_.size() - width);
+                    std::memcpy(picture + y * width, grain_.data() + from, width);
+                }
+            }
+        }
     }
 
     static const pw_stream_events events;
@@ -189,6 +220,7 @@ class Camera {
     spa_hook listener_{};
     std::size_t size_ = 0;
     Size agreed_{0, 0};
+    std::vector<std::uint8_t> grain_;
     std::int64_t frame_ = 0;
 };
 
@@ -340,16 +372,20 @@ const pw_stream_events Microphone::events = [] {
 int main(int argumentCount, char** arguments) {
     const char* cameraName = nullptr;
     const char* microphoneName = nullptr;
+    int grain = 0;
     for (int index = 1; index + 1 < argumentCount; index += 2) {
         const std::string_view option = arguments[index];
         if (option == "--camera") {
             cameraName = arguments[index + 1];
         } else if (option == "--microphone") {
             microphoneName = arguments[index + 1];
+        } else if (option == "--grain") {
+            grain = std::clamp(std::atoi(arguments[index + 1]), 0, 100);
         }
     }
     if (cameraName == nullptr && microphoneName == nullptr) {
-        std::fputs("Usage: clock-devices [--camera NAME] [--microphone NAME]\n", stderr);
+        std::fputs(
+            "Usage: clock-devices [--camera NAME] [--microphone NAME] [--grain LEVELS]\n", stderr);
         return 2;
     }
     // Before any thread starts, so that no thread takes the signals for itself.
@@ -374,7 +410,7 @@ int main(int argumentCount, char** arguments) {
     }
     Camera* camera = nullptr;
     if (cameraName != nullptr) {
-        camera = new Camera{core, pw_main_loop_get_loop(loop), cameraName};
+        camera = new Camera{core, pw_main_loop_get_loop(loop), cameraName, grain};
         pw_loop_add_signal(
             pw_main_loop_get_loop(loop), SIGUSR1,
             [](void* data, int) { static_cast<Camera*>(data)->changeFormat(); }, camera);
