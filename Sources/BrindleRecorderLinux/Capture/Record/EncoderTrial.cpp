@@ -25,8 +25,8 @@ namespace {
 class Complaints {
   public:
     Complaints() {
-        const std::lock_guard lock{mutex_};
-        first_.clear();
+        const std::lock_guard lock{mutex};
+        firstComplaint.clear();
         av_log_set_callback(&Complaints::hear);
     }
     ~Complaints() { av_log_set_callback(av_log_default_callback); }
@@ -35,8 +35,8 @@ class Complaints {
 
     /// The first, which explains those that follow; empty where there was none.
     [[nodiscard]] static std::string first() {
-        const std::lock_guard lock{mutex_};
-        return first_;
+        const std::lock_guard lock{mutex};
+        return firstComplaint;
     }
 
   private:
@@ -49,14 +49,14 @@ class Complaints {
         std::vsnprintf(line.data(), line.size(), format, arguments);
         std::string words{line.data()};
         std::erase_if(words, [](char letter) { return static_cast<unsigned char>(letter) < ' '; });
-        const std::lock_guard lock{mutex_};
-        if (first_.empty()) {
-            first_ = std::move(words);
+        const std::lock_guard lock{mutex};
+        if (firstComplaint.empty()) {
+            firstComplaint = std::move(words);
         }
     }
 
-    inline static std::mutex mutex_; ///< drivers complain on threads of their own
-    inline static std::string first_;
+    inline static std::mutex mutex; ///< drivers complain on threads of their own
+    inline static std::string firstComplaint;
 };
 
 Expected<FrameHandle, PlatformError> blackFrame(const VideoOutputSettings& settings) {
