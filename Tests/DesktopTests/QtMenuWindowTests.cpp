@@ -1,6 +1,7 @@
 #include "BrindleRecorderLinux/Qt/QtMenuWindow.hpp"
 
 #include "DesktopTests/WaitInQt.hpp"
+#include "Support/MenuItems.hpp"
 
 #include <QAccessible>
 #include <QCheckBox>
@@ -22,24 +23,13 @@
 namespace brindle {
 namespace {
 
+using test::button;
+using test::divider;
+using test::submenu;
+using test::text;
+using test::toggle;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-MenuItem text(const char* id, const char* words) {
-    return {id, MenuItem::Text{words}};
-}
-MenuItem button(const char* id, const char* words) {
-    return {id, MenuItem::Button{words, std::nullopt}};
-}
-MenuItem toggle(const char* id, const char* words, bool isOn) {
-    return {id, MenuItem::Toggle{words, isOn}};
-}
-MenuItem divider(const char* id) {
-    return {id, MenuItem::Divider{}};
-}
-MenuItem submenu(const char* id, const char* words, std::vector<MenuItem> items) {
-    return {id, MenuItem::Submenu{words, std::move(items)}};
-}
 
 const Menu idle{
     text("status", "Idle"),

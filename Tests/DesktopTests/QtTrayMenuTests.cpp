@@ -1,6 +1,7 @@
 #include "BrindleRecorderLinux/Qt/QtTrayMenu.hpp"
 
 #include "DesktopTests/WaitInQt.hpp"
+#include "Support/MenuItems.hpp"
 
 #include <QAction>
 #include <QPoint>
@@ -15,18 +16,13 @@
 namespace brindle {
 namespace {
 
+using test::button;
+using test::divider;
+using test::submenu;
+using test::text;
+using test::toggle;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-MenuItem text(const char* id, const char* words) {
-    return {id, MenuItem::Text{words}};
-}
-MenuItem button(const char* id, const char* words) {
-    return {id, MenuItem::Button{words, std::nullopt}};
-}
-MenuItem toggle(const char* id, const char* words, bool isOn) {
-    return {id, MenuItem::Toggle{words, isOn}};
-}
 
 class QtTrayMenuTest : public testing::Test {
   protected:
@@ -60,8 +56,8 @@ TEST_F(QtTrayMenuTest, ShowsEverySortOfLine) {
         {text("status", "Idle"),
          {"quit", MenuItem::Button{"Quit", MenuShortcut{'q'}}},
          toggle("login", "Launch at Login", true),
-         {"rule", MenuItem::Divider{}},
-         {"camera", MenuItem::Submenu{"Camera", {button("a", "A")}}}});
+         divider("rule"),
+         submenu("camera", "Camera", {button("a", "A")})});
     EXPECT_THAT(words(), ElementsAre("Idle", "Quit", "Launch at Login", "---", "Camera"));
     EXPECT_FALSE(line(0).isEnabled());
     EXPECT_TRUE(line(1).isEnabled());
@@ -91,7 +87,7 @@ TEST_F(QtTrayMenuTest, TheKeyboardPicksALine) {
 }
 
 TEST_F(QtTrayMenuTest, ALineOfASubmenuIsPickedOnce) {
-    menu_.show({{"camera", MenuItem::Submenu{"Camera", {button("a", "A"), button("b", "B")}}}});
+    menu_.show({submenu("camera", "Camera", {button("a", "A"), button("b", "B")})});
     open();
     press(Qt::Key_Down);
     press(Qt::Key_Right);
@@ -122,7 +118,7 @@ TEST_F(QtTrayMenuTest, AnOpenMenuChangesInPlaceAndKeepsItsHighlight) {
 }
 
 TEST_F(QtTrayMenuTest, AnOpenSubmenuStaysOpenWhileItsLinesChange) {
-    menu_.show({{"camera", MenuItem::Submenu{"Camera", {button("a", "✓ A"), button("b", "B")}}}});
+    menu_.show({submenu("camera", "Camera", {button("a", "✓ A"), button("b", "B")})});
     open();
     press(Qt::Key_Down);
     press(Qt::Key_Right);
@@ -130,8 +126,7 @@ TEST_F(QtTrayMenuTest, AnOpenSubmenuStaysOpenWhileItsLinesChange) {
     ASSERT_TRUE(waitUntil([&] { return camera->isVisible(); }));
     menu_.show(
         {text("status", "Idle"),
-         {"camera",
-          MenuItem::Submenu{"Cameras", {button("a", "A"), button("b", "✓ B"), button("c", "C")}}}});
+         submenu("camera", "Cameras", {button("a", "A"), button("b", "✓ B"), button("c", "C")})});
     EXPECT_EQ(line(1).menu(), camera);
     EXPECT_TRUE(camera->isVisible());
     ASSERT_EQ(camera->actions().size(), 3);
@@ -147,7 +142,7 @@ TEST_F(QtTrayMenuTest, LinesMayChangePlaces) {
 }
 
 TEST_F(QtTrayMenuTest, ALineOfAnotherSortIsAnotherLine) {
-    menu_.show({button("a", "A"), {"b", MenuItem::Submenu{"B", {button("c", "C")}}}});
+    menu_.show({button("a", "A"), submenu("b", "B", {button("c", "C")})});
     menu_.show({toggle("a", "A", true), button("b", "B")});
     EXPECT_THAT(words(), ElementsAre("A", "B"));
     EXPECT_TRUE(line(0).isCheckable());
@@ -157,7 +152,7 @@ TEST_F(QtTrayMenuTest, ALineOfAnotherSortIsAnotherLine) {
 }
 
 TEST_F(QtTrayMenuTest, ALineThatIsGoneIsForgotten) {
-    menu_.show({button("a", "A"), {"b", MenuItem::Submenu{"B", {button("c", "C")}}}});
+    menu_.show({button("a", "A"), submenu("b", "B", {button("c", "C")})});
     menu_.show({});
     EXPECT_THAT(words(), IsEmpty());
     // Qt keeps an action of its own for the menu itself.

@@ -1,28 +1,25 @@
 #include "BrindleRecorderLinux/Tray/MenuNumbers.hpp"
 
+#include "Support/MenuItems.hpp"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace brindle {
 namespace {
 
+using test::button;
+using test::submenu;
+using test::text;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-MenuItem text(const char* id, const char* words) {
-    return {id, MenuItem::Text{words}};
-}
-MenuItem button(const char* id, const char* title) {
-    return {id, MenuItem::Button{title, std::nullopt}};
-}
-MenuItem submenu(const char* id, std::vector<MenuItem> items) {
-    return {id, MenuItem::Submenu{id, std::move(items)}};
-}
-
 TEST(MenuNumbers, LinesHaveTheOrderOfTheMenu) {
     MenuNumbers numbers;
-    numbers.show({text("status", "Idle"), submenu("camera", {button("a", "A"), button("b", "B")})});
+    numbers.show(
+        {text("status", "Idle"),
+         submenu("camera", "Camera", {button("a", "A"), button("b", "B")})});
     const auto& top = numbers.line(MenuNumbers::root)->children;
     ASSERT_THAT(top, SizeIs(2));
     EXPECT_EQ(numbers.line(top[0])->name, "status");
@@ -43,10 +40,11 @@ TEST(MenuNumbers, ALineThatSaysSomethingElseKeepsItsNumber) {
 
 TEST(MenuNumbers, OnlyTheSubmenuWhoseLinesChangeIsNamed) {
     MenuNumbers numbers;
-    numbers.show({submenu("camera", {button("a", "A")}), button("quit", "Quit")});
+    numbers.show({submenu("camera", "Camera", {button("a", "A")}), button("quit", "Quit")});
     const int camera = numbers.line(MenuNumbers::root)->children[0];
     const auto changes = numbers.show(
-        {submenu("camera", {button("a", "A"), button("b", "B")}), button("quit", "Quit")});
+        {submenu("camera", "Camera", {button("a", "A"), button("b", "B")}),
+         button("quit", "Quit")});
     EXPECT_THAT(changes.lines, IsEmpty());
     EXPECT_THAT(changes.parents, ElementsAre(camera));
 }

@@ -105,10 +105,10 @@ class SessionBus {
         const char* program = nullptr;
         const char* vendor = nullptr;
         const char* version = nullptr;
-        const char* specification = nullptr;
+        const char* protocol = nullptr;
         if (answer == nullptr ||
-            sd_bus_message_read(
-                answer.get(), "ssss", &program, &vendor, &version, &specification) <= 0) {
+            sd_bus_message_read(answer.get(), "ssss", &program, &vendor, &version, &protocol) <=
+                0) {
             return bus_ != nullptr ? "none" : "there is no session bus";
         }
         return fmt::format("{} {} ({})", program, version, vendor);
