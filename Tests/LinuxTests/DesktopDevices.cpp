@@ -4,10 +4,12 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstddef>
 #include <cstdlib>
 #include <thread>
 #include <utility>
 
+#include <fmt/format.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -84,6 +86,42 @@ void TestMicrophone::unplug() {
     if (!name_.empty()) {
         outputOf("pw-cli destroy " + quoted(std::exchange(name_, {})) + " 2>&1");
     }
+}
+
+namespace {
+
+std::filesystem::path
+toneFile(const std::filesystem::path& folder, int rate, const std::vector<int>& frequencies) {
+    auto file = folder / "tone.wav";
+    std::string inputs;
+    std::string channels;
+    for (std::size_t channel = 0; channel < frequencies.size(); ++channel) {
+        inputs += fmt::format(
+            " -f lavfi -i sine=frequency={}:sample_rate={}:duration=60", frequencies[channel],
+            rate);
+        channels += fmt::format("[{}:a]", channel);
+    }
+    // The source gives an eighth of the full amplitude.
+    const auto filters = fmt::format(
+        "{}{},volume={}", channels,
+        frequencies.size() > 1 ? fmt::format("amerge=inputs={}", frequencies.size()) : "anull",
+        ToneMicrophone::amplitude * 8);
+    outputOf(
+        "ffmpeg -v error" + inputs + " -filter_complex " + quoted(filters) + " -c:a pcm_s16le " +
+        quoted(file.string()));
+    return file;
+}
+
+} // namespace
+
+ToneMicrophone::ToneMicrophone(
+    const std::string& name, int rate, const std::vector<int>& frequencies)
+    : process_{
+          {"pw-cat", "--playback", "--target", "0", "--latency", "none", "-P",
+           "{ media.class=Audio/Source node.autoconnect=false node.name=" + name +
+               " node.description=" + name + " }",
+           toneFile(folder_.path(), rate, frequencies).string()}} {
+    waitForNode(name);
 }
 
 PlayedTone::PlayedTone(int frequency)

@@ -2,6 +2,9 @@
 // them away again.
 #pragma once
 
+#include "Support/TemporaryFolder.hpp"
+
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -41,6 +44,18 @@ class TestMicrophone {
 
   private:
     std::string name_;
+};
+
+/// A microphone with a rate of its own, whose channels each give a tone of that frequency in Hz.
+class ToneMicrophone {
+  public:
+    static constexpr double amplitude = 0.4;
+
+    ToneMicrophone(const std::string& name, int rate, const std::vector<int>& frequencies);
+
+  private:
+    TemporaryFolder folder_;
+    ChildProcess process_;
 };
 
 /// A tone that the session's virtual loudspeakers play.

@@ -22,6 +22,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <numeric>
 #include <optional>
 #include <thread>
 
@@ -202,6 +203,55 @@ TEST_F(PipeWireCaptureSessionTest, RecordsSoundAlone) {
     rig.stop();
     EXPECT_FALSE(test::trackFacts(movie_, "v"));
     EXPECT_EQ(pitchOf(test::decodedSound(movie_)), 440);
+}
+
+TEST_F(PipeWireCaptureSessionTest, TakesMicrophonesOfEveryRateAndOfTwoChannels) {
+    struct Case {
+        const char* name;
+        int rate;
+        std::vector<int> frequencies;
+    };
+    for (const Case& given :
+         {Case{"mono-44", 44'100, {450}}, Case{"mono-96", 96'000, {450}},
+          Case{"stereo-44", 44'100, {450, 700}}, Case{"stereo-48", 48'000, {450, 700}},
+          Case{"stereo-96", 96'000, {450, 700}}}) {
+        const test::ToneMicrophone microphone{given.name, given.rate, given.frequencies};
+        const auto path = folder_.path() / (std::string{given.name} + ".mov");
+        Rig rig{std::nullopt, given.name};
+        rig.start(path);
+        ASSERT_TRUE(rig.waitForDuration(Seconds{4})) << given.name;
+        rig.stop();
+        const double recorded = rig.output().recordedDuration().count();
+        const auto samples = test::decodedSound(path);
+        EXPECT_NEAR(static_cast<double>(samples.size()) / 48'000, recorded, 0.1) << given.name;
+
+        // A machine that is short of time drops sound, so only stretches count that are whole:
+        // waves of one tone's length and of no other's, which a wrong rate never gives.
+        std::vector<double> levels;
+        for (const int frequency : given.frequencies) {
+            std::vector<double> whole;
+            constexpr std::size_t stretch = 960; // whole waves of all these tones
+            for (std::size_t start = 0; start + stretch <= samples.size(); start += stretch) {
+                const auto strengthOf = [&](int pitch) {
+                    return test::strengthOf(pitch, samples, start, stretch);
+                };
+                const double level = strengthOf(frequency);
+                if (strengthOf(frequency - 50) < level * 0.05 &&
+                    strengthOf(frequency + 50) < level * 0.05) {
+                    whole.push_back(level);
+                }
+            }
+            ASSERT_GT(whole.size(), 10U) << given.name << ": " << frequency;
+            const auto middle = whole.begin() + std::ssize(whole) / 2;
+            std::ranges::nth_element(whole, middle);
+            levels.push_back(*middle);
+        }
+        // Of two channels each is heard, and both together are not louder than they were.
+        const double all = std::accumulate(levels.begin(), levels.end(), 0.0);
+        EXPECT_GT(all, test::ToneMicrophone::amplitude * 0.85) << given.name;
+        EXPECT_LT(all, test::ToneMicrophone::amplitude * 1.5) << given.name;
+        EXPECT_NEAR(levels.front(), levels.back(), 0.05) << given.name;
+    }
 }
 
 TEST_F(PipeWireCaptureSessionTest, RecordsPicturesAlone) {
