@@ -377,6 +377,18 @@ TEST(MovieBoxScan, BelievesASilenceOfSixHours) {
     EXPECT_EQ(scan(movie.bytes)->fragments, 2);
 }
 
+TEST(MovieBoxScan, TellsTheDurationThatTheHeaderClaims) {
+    const auto claimed = [](const Bytes& movieHeader) {
+        return scan(box("moov", movieHeader + track(1)) + nthFragment(0))->duration.count();
+    };
+    const Bytes shortTimes = u32(0) + u32(0) + u32(0) + u32(600) + u32(1500);
+    EXPECT_DOUBLE_EQ(claimed(box("mvhd", shortTimes)), 2.5);
+    const Bytes longTimes = u32(1U << 24U) + Bytes(16, 0) + u32(600) + u32(1) + u32(0);
+    EXPECT_DOUBLE_EQ(claimed(box("mvhd", longTimes)), 4294967296.0 / 600);
+    EXPECT_DOUBLE_EQ(claimed(box("mvhd", u32(0))), 0);
+    EXPECT_DOUBLE_EQ(claimed({}), 0);
+}
+
 TEST(MovieBoxScan, RefusesWhatHasNoMovieHeader) {
     EXPECT_EQ(reasonFor({}), Reason::noMovieHeader);
     EXPECT_EQ(reasonFor(Bytes(1000, 0)), Reason::noMovieHeader);

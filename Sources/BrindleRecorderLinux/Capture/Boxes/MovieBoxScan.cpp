@@ -43,6 +43,7 @@ class MovieScanner {
         layout_.end = fileEnd_;
         layout_.fragmented = header_.fragmented && header_.indexedSamples == 0;
         layout_.isEdited = header_.isEdited;
+        layout_.duration = header_.duration;
         if (header_.fragmented) {
             times_.resize(header_.tracks.size());
             readFragments();

@@ -7,6 +7,7 @@
 // meaning. Nothing moves, since samples are found by their place in the file.
 #pragma once
 
+#include "BrindleRecorderCore/Base/Date.hpp"
 #include "BrindleRecorderCore/Base/Expected.hpp"
 #include "BrindleRecorderLinux/Capture/Boxes/ByteSource.hpp"
 #include "BrindleRecorderLinux/Capture/Boxes/MovieBox.hpp"
@@ -32,6 +33,7 @@ struct MovieLayout {
     /// The samples come in fragments behind the header, so the file can be read in one go.
     bool fragmented = false;
     bool isEdited = false; ///< the header has edits
+    Seconds duration{0};   ///< as the header claims
     std::int64_t end = 0;  ///< the view's
     /// In order, not overlapping: `free` for damaged stretches, which fragments may have been lost
     /// with, and `mdat` for sound data whose own header is damaged.

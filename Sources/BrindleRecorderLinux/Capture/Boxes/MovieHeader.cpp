@@ -20,6 +20,16 @@ struct TrackContents {
     bool isEdited = false;
 };
 
+/// Movie header (ISO/IEC 14496-12, 8.2.2 `mvhd`). A movie without one claims nothing.
+Seconds readDuration(BigEndianReader box) {
+    const bool longTimes = readFullBoxHeader(box).version == 1;
+    box.skip(longTimes ? 16 : 8); // creation and modification time
+    const std::uint32_t timescale = box.u32();
+    const std::uint64_t duration = longTimes ? box.u64() : box.u32();
+    return box.ok() && timescale != 0 ? Seconds{static_cast<double>(duration) / timescale}
+                                      : Seconds{0};
+}
+
 /// Track header (ISO/IEC 14496-12, 8.3.2 `tkhd`).
 bool readTrackHeader(BigEndianReader box, TrackContents& track) {
     const bool longTimes = readFullBoxHeader(box).version == 1;
@@ -161,6 +171,8 @@ std::optional<MovieHeader> parseMovieHeader(std::span<const std::uint8_t> payloa
             movie.isEdited = movie.isEdited || track.isEdited;
             chunks += track.table.chunkCount();
             tables.push_back(track.table);
+        } else if (box->type == boxType("mvhd")) {
+            movie.duration = readDuration(BigEndianReader{box->payload});
         } else if (box->type == boxType("mvex")) {
             fragmentDefaults.emplace(box->payload);
         }

@@ -1,6 +1,8 @@
 // What a movie's header says of its tracks (ISO/IEC 14496-12, 8.2.1 `moov`).
 #pragma once
 
+#include "BrindleRecorderCore/Base/Date.hpp"
+
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -23,6 +25,7 @@ struct TrackHeader {
 };
 
 struct MovieHeader {
+    Seconds duration{0}; ///< as it claims
     std::vector<TrackHeader> tracks;
     bool fragmented = false; ///< samples may follow in fragments
     /// That the header itself lists, as often as its edit lists repeat them.

@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -217,7 +216,7 @@ class Completion {
         if (!reader || (*reader)->format().nb_streams != tracks_.size()) {
             return false;
         }
-        double end = 0; // seconds
+        Seconds end{0};
         for (std::size_t number = 0; number < tracks_.size(); ++number) {
             AVStream& stream = *(*reader)->format().streams[number];
             const IndexTrack& track = tracks_[number];
@@ -226,11 +225,10 @@ class Completion {
                 return false;
             }
             const std::int64_t trackEnd = track.samples.front().decodeTime + track.duration();
-            end = std::max(end, static_cast<double>(trackEnd) / track.timescale);
+            end = std::max(end, Seconds{static_cast<double>(trackEnd) / track.timescale});
         }
-        constexpr double rounding = 0.002;
-        const double duration = static_cast<double>((*reader)->format().duration) / AV_TIME_BASE;
-        return std::abs(duration - end) <= rounding;
+        constexpr Seconds rounding{0.002};
+        return end <= layout->duration + rounding && layout->duration <= end + rounding;
     }
 
     [[nodiscard]] bool exchangeOpening(const MovieOpening& opening) {
