@@ -3,6 +3,9 @@
 
 #include <systemd/sd-bus.h>
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
 #include <functional>
 #include <type_traits>
 
@@ -46,12 +49,20 @@ int say(
     return details::callWith<function>(answer, self);
 }
 
+/// A text as a template's argument, by its characters: where it is a pointer to a constant that a
+/// file has for itself, GCC 14 calls the functions of two files alike, and the linker keeps one.
+template <std::size_t size>
+struct FixedText {
+    consteval FixedText(const char (&text)[size]) { std::ranges::copy(text, characters.begin()); }
+    std::array<char, size> characters{};
+};
+
 /// A property that is always that text.
-template <const char* text>
+template <FixedText text>
 int sayText(
     sd_bus* /*bus*/, const char* /*path*/, const char* /*interface*/, const char* /*property*/,
     sd_bus_message* answer, void* /*self*/, sd_bus_error* /*error*/) {
-    return sd_bus_message_append(answer, "s", text);
+    return sd_bus_message_append(answer, "s", text.characters.data());
 }
 
 } // namespace brindle::bustable

@@ -11,9 +11,6 @@ namespace brindle {
 
 namespace {
 
-constexpr char textDirection[] = "ltr";
-constexpr char status[] = "normal";
-
 int sayVersion(sd_bus_message* answer) {
     return sd_bus_message_append(answer, "u", 3U);
 }
@@ -80,8 +77,8 @@ const sd_bus_vtable* ExportedMenu::table() {
     static const sd_bus_vtable table[] = {
         SD_BUS_VTABLE_START(0),
         SD_BUS_PROPERTY("Version", "u", &bustable::say<&sayVersion>, 0, constant),
-        SD_BUS_PROPERTY("TextDirection", "s", &bustable::sayText<textDirection>, 0, constant),
-        SD_BUS_PROPERTY("Status", "s", &bustable::sayText<status>, 0, constant),
+        SD_BUS_PROPERTY("TextDirection", "s", &bustable::sayText<"ltr">, 0, constant),
+        SD_BUS_PROPERTY("Status", "s", &bustable::sayText<"normal">, 0, constant),
         SD_BUS_PROPERTY("IconThemePath", "as", &bustable::say<&sayNoThemePath>, 0, constant),
         SD_BUS_METHOD_WITH_NAMES(
             "GetLayout", "iias",

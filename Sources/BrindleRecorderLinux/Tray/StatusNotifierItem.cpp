@@ -22,12 +22,6 @@ constexpr std::array iconSizes{16, 18, 22, 24, 32, 36, 44, 48, 64};
 constexpr const char* watcherName = "org.kde.StatusNotifierWatcher";
 constexpr const char* watcherPath = "/StatusNotifierWatcher";
 
-// What never changes.
-constexpr char category[] = "ApplicationStatus";
-constexpr char id[] = "brindle-recorder";
-constexpr char status[] = "Active";
-constexpr char noName[] = "";
-
 int sayNoWindow(sd_bus_message* answer) {
     return sd_bus_message_append(answer, "i", 0);
 }
@@ -93,23 +87,23 @@ const sd_bus_vtable* StatusNotifierItem::table() {
     // Most panels show the menu by themselves and call none of the methods.
     static const sd_bus_vtable table[] = {
         SD_BUS_VTABLE_START(0),
-        SD_BUS_PROPERTY("Category", "s", &bustable::sayText<category>, 0, constant),
-        SD_BUS_PROPERTY("Id", "s", &bustable::sayText<id>, 0, constant),
+        SD_BUS_PROPERTY("Category", "s", &bustable::sayText<"ApplicationStatus">, 0, constant),
+        SD_BUS_PROPERTY("Id", "s", &bustable::sayText<"brindle-recorder">, 0, constant),
         SD_BUS_PROPERTY("Title", "s", &bustable::say<&Self::sayTitle>, 0, 0),
-        SD_BUS_PROPERTY("Status", "s", &bustable::sayText<status>, 0, constant),
+        SD_BUS_PROPERTY("Status", "s", &bustable::sayText<"Active">, 0, constant),
         SD_BUS_PROPERTY("WindowId", "i", &bustable::say<&sayNoWindow>, 0, constant),
-        SD_BUS_PROPERTY("IconThemePath", "s", &bustable::sayText<noName>, 0, constant),
-        SD_BUS_PROPERTY("IconName", "s", &bustable::sayText<noName>, 0, constant),
+        SD_BUS_PROPERTY("IconThemePath", "s", &bustable::sayText<"">, 0, constant),
+        SD_BUS_PROPERTY("IconName", "s", &bustable::sayText<"">, 0, constant),
         SD_BUS_PROPERTY("IconPixmap", "a(iiay)", &bustable::say<&Self::sayPictures>, 0, 0),
         SD_BUS_PROPERTY("IconAccessibleDesc", "s", &bustable::say<&Self::sayTitle>, 0, 0),
-        SD_BUS_PROPERTY("OverlayIconName", "s", &bustable::sayText<noName>, 0, constant),
+        SD_BUS_PROPERTY("OverlayIconName", "s", &bustable::sayText<"">, 0, constant),
         SD_BUS_PROPERTY(
             "OverlayIconPixmap", "a(iiay)", &bustable::say<&sayNoPictures>, 0, constant),
-        SD_BUS_PROPERTY("AttentionIconName", "s", &bustable::sayText<noName>, 0, constant),
+        SD_BUS_PROPERTY("AttentionIconName", "s", &bustable::sayText<"">, 0, constant),
         SD_BUS_PROPERTY(
             "AttentionIconPixmap", "a(iiay)", &bustable::say<&sayNoPictures>, 0, constant),
         SD_BUS_PROPERTY("AttentionAccessibleDesc", "s", &bustable::say<&Self::sayTitle>, 0, 0),
-        SD_BUS_PROPERTY("AttentionMovieName", "s", &bustable::sayText<noName>, 0, constant),
+        SD_BUS_PROPERTY("AttentionMovieName", "s", &bustable::sayText<"">, 0, constant),
         SD_BUS_PROPERTY("ToolTip", "(sa(iiay)ss)", &bustable::say<&Self::sayToolTip>, 0, 0),
         SD_BUS_PROPERTY("ItemIsMenu", "b", &bustable::say<&sayThatItIsAMenu>, 0, constant),
         SD_BUS_PROPERTY("Menu", "o", &bustable::say<&sayMenu>, 0, constant),
