@@ -113,7 +113,7 @@ coverage:
 bench:
 	@scripts/install-dependencies build demo test bench
 	@scripts/build release CoreBenchmarks LaunchBenchmark DetectionBenchmarks brindle-recorder \
-		clock-devices encode-movie convert-movie measure
+		clock-devices encode-movie convert-movie finish-recording measure
 	@scripts/bench $(if $(LONG),--long)
 
 lint:
