@@ -4,6 +4,7 @@
 #include "BrindleRecorderLinux/Capture/Boxes/MovieBox.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
@@ -17,9 +18,9 @@ namespace brindle::media {
 class BigEndianWriter {
   public:
     void u8(std::uint8_t value) { bytes_.push_back(value); }
-    void u16(std::uint16_t value) { number(value, 2); }
-    void u32(std::uint32_t value) { number(value, 4); }
-    void u64(std::uint64_t value) { number(value, 8); }
+    void u16(std::uint16_t value) { number<2>(value); }
+    void u32(std::uint32_t value) { number<4>(value); }
+    void u64(std::uint64_t value) { number<8>(value); }
     void put(std::span<const std::uint8_t> bytes) {
         bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
     }
@@ -39,7 +40,7 @@ class BigEndianWriter {
     void fullBox(BoxType type, FullBoxHeader header, Fill fill) {
         box(type, [&] {
             u8(header.version);
-            number(header.flags, 3);
+            number<3>(header.flags);
             fill();
         });
     }
@@ -56,9 +57,11 @@ class BigEndianWriter {
     }
 
   private:
-    void number(std::uint64_t value, std::size_t size) {
-        bytes_.resize(bytes_.size() + size);
-        putNumber(value, std::span{bytes_}.last(size));
+    template <std::size_t size>
+    void number(std::uint64_t value) {
+        std::array<std::uint8_t, size> digits{};
+        putNumber(value, digits);
+        put(digits);
     }
 
     std::vector<std::uint8_t> bytes_;

@@ -122,6 +122,7 @@ class Completion {
         }
         reader_ = std::move(*reader);
         const AVFormatContext& format = reader_->format();
+        tracks_.reserve(samples.size());
         for (std::size_t track = 0; track < samples.size(); ++track) {
             if (samples[track].empty()) {
                 continue;

@@ -11,8 +11,11 @@ namespace brindle::media {
 
 namespace {
 
-/// Enough to make reading cheap; samples that are longer go past it without being copied.
-constexpr int bufferSize = 256 * 1024;
+/// Enough to make reading cheap; samples that are longer go past it without being copied. Reading
+/// anywhere leaps between the tracks of a fragment, and each leap fills the buffer anew.
+constexpr int bufferSizeFor(MovieView::Access access) {
+    return access == MovieView::Access::anywhere ? 16 * 1024 : 256 * 1024;
+}
 
 /// The head of a box (ISO/IEC 14496-12, 4.2), with a long size where the short one cannot hold it.
 std::span<const std::uint8_t>
@@ -30,7 +33,9 @@ makeBoxHeader(const StandInBox& box, std::array<std::uint8_t, longestBoxHeader>&
 
 MovieView::MovieView(ByteSource& source, const MovieLayout& layout, Access access)
     : source_{source}, layout_{layout} {
-    auto* const buffer = static_cast<std::uint8_t*>(av_malloc(bufferSize));
+    const int bufferSize = bufferSizeFor(access);
+    auto* const buffer =
+        static_cast<std::uint8_t*>(av_malloc(static_cast<std::size_t>(bufferSize)));
     io_.reset(avio_alloc_context(
         buffer, bufferSize, 0, this, &MovieView::read, nullptr,
         access == Access::anywhere ? &MovieView::seek : nullptr));
