@@ -427,6 +427,7 @@ TEST_F(MenuContentTest, SettingsListEveryFamilyAndTheQuestion) {
     for (const auto& family : CallCatalog::allFamilies()) {
         expected.push_back((family.id == "other" ? "[ ] " : "[x] ") + family.name);
     }
+    expected.emplace_back("---");
     expected.emplace_back("[ ] Ask before recording");
     EXPECT_EQ(linesOf("Settings"), expected);
     EXPECT_THAT(expected, Contains("[x] zoom.us"));
@@ -527,16 +528,16 @@ TEST_F(MenuContentTest, SetupListsTheItemsWithTheirHints) {
     EXPECT_THAT(
         linesOf("Permissions and Setup"),
         ElementsAre(
-            "Camera access", "Microphone access",
-            "Window titles (optional: spot browser calls faster)"));
+            "✓ Camera access", "✓ Microphone access",
+            "✓ Window titles (optional: spot browser calls faster)"));
     windows.permitted = false;
     setCamera(AuthorizationStatus::denied);
     EXPECT_THAT(
         linesOf("Permissions and Setup"),
         ElementsAre(
-            "Camera access",
+            "○ Camera access",
             "System Settings > Privacy & Security > Camera > enable Brindle Recorder.",
-            "Microphone access", "Window titles (optional: spot browser calls faster)",
+            "✓ Microphone access", "○ Window titles (optional: spot browser calls faster)",
             "Optional: System Settings > Privacy & Security > Screen & System Audio Recording > "
             "enable Brindle Recorder."));
 }

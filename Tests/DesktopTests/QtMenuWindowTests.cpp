@@ -114,7 +114,8 @@ class QtMenuWindowTest : public testing::Test {
 };
 
 TEST_F(QtMenuWindowTest, ShowsEverySortOfLineAndAPageForEachSubmenu) {
-    EXPECT_NE(find<QLabel>("Idle"), nullptr);
+    ASSERT_NE(find<QLabel>("Idle"), nullptr);
+    EXPECT_TRUE(find<QLabel>("Idle")->isEnabled()) << "pale otherwise";
     EXPECT_NE(find<QPushButton>("Record now"), nullptr);
     ASSERT_NE(find<QCheckBox>("Launch at Login"), nullptr);
     EXPECT_FALSE(find<QCheckBox>("Launch at Login")->isChecked());

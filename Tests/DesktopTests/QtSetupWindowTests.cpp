@@ -74,6 +74,8 @@ TEST_F(QtSetupWindowTest, SaysWhatItIsGiven) {
             "Camera access", "Microphone access",
             "System Settings > Privacy & Security > Microphone > enable Brindle Recorder.",
             "Window titles (optional: spot browser calls faster)"));
+    const QLabel& heading = *dialog().findChildren<QLabel*>().at(0);
+    EXPECT_EQ(heading.y(), heading.x()) << "as far from the window's edge above as at its side";
     const auto buttons = dialog().findChildren<QPushButton*>();
     ASSERT_EQ(buttons.size(), 1);
     EXPECT_EQ(buttons[0]->text(), QStringLiteral("Done"));

@@ -3,6 +3,7 @@
 #include "BrindleRecorderLinux/Bus/BusCalls.hpp"
 #include "BrindleRecorderLinux/Bus/BusOnLoop.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
+#include "BrindleRecorderLinux/Tray/TextMark.hpp"
 #include "LinuxTests/BusVisitor.hpp"
 
 #include <gmock/gmock.h>
@@ -105,7 +106,7 @@ TEST_F(ExportedMenuTest, APanelReadsEverySortOfLine) {
     const Layout all = layout();
     ASSERT_THAT(all.children, SizeIs(5));
     EXPECT_EQ(property(all.children[0], "label"), words("Idle"));
-    EXPECT_EQ(property(all.children[0], "enabled"), Value{false});
+    EXPECT_FALSE(all.children[0].properties.contains("enabled")) << "which draws it pale";
     EXPECT_EQ(property(all.children[1], "label"), words("Quit"));
     EXPECT_EQ(property(all.children[1], "shortcut"), Value{(menuwire::Shortcut{{"Control", "q"}})});
     EXPECT_EQ(property(all.children[2], "toggle-type"), words("checkmark"));
@@ -114,6 +115,25 @@ TEST_F(ExportedMenuTest, APanelReadsEverySortOfLine) {
     EXPECT_EQ(property(all.children[4], "children-display"), words("submenu"));
     ASSERT_THAT(all.children[4].children, SizeIs(1));
     EXPECT_EQ(property(all.children[4].children[0], "label"), words("A"));
+}
+
+TEST_F(ExportedMenuTest, OnlyWhoAsksIsToldWhatLinesOnlySaySomething) {
+    menu_.show({{"status", MenuItem::Text{"Idle"}}, {"a", MenuItem::Button{"A", std::nullopt}}});
+    const auto hasMark = [](const Layout& line) {
+        return line.properties.contains(textMark);
+    };
+    const Layout all = layout();
+    EXPECT_FALSE(hasMark(all.children.at(0))) << "panels log what they do not know";
+    const BusMessage answer = call("GetLayout", "iias", 0, -1, 1, textMark);
+    ASSERT_GT(sd_bus_message_read(answer.get(), "u", &revision_), 0);
+    const auto asked = menuwire::readLayout(answer.get());
+    ASSERT_TRUE(asked.has_value());
+    EXPECT_TRUE(hasMark(asked->children.at(0)));
+    EXPECT_FALSE(hasMark(asked->children.at(1)));
+
+    panel_.listenTo(place_);
+    menu_.show({{"status", MenuItem::Text{"Busy"}}, {"a", MenuItem::Button{"A", std::nullopt}}});
+    EXPECT_FALSE(hasMark(changedLine(panel_.heard())));
 }
 
 TEST_F(ExportedMenuTest, APanelReadsAsDeepAndAsMuchAsItWants) {

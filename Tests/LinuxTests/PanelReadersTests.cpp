@@ -22,6 +22,7 @@
 namespace brindle {
 namespace {
 
+using testing::Contains;
 using testing::ElementsAre;
 
 /// Writes one line of a menu: its number, its properties, and the lines below it.
@@ -69,6 +70,7 @@ class ScriptedProgram {
     std::string title = "idle";
     std::vector<std::string> told;
     int layoutsAsked = 0;
+    std::vector<std::string> propertiesAsked; ///< with the last layout
 
     void serve() {
         menu_.serve();
@@ -113,6 +115,8 @@ class ScriptedProgram {
     static int getLayout(sd_bus_message* call, void* self, sd_bus_error* /*error*/) {
         auto& program = *static_cast<ScriptedProgram*>(self);
         ++program.layoutsAsked;
+        test::requireOfBus(sd_bus_message_skip(call, "ii"), "no question");
+        program.propertiesAsked = menuwire::readTexts(call).value();
         sd_bus_message* made = nullptr;
         test::requireOfBus(sd_bus_message_new_method_return(call, &made), "no answer");
         const BusMessage answer{made};
@@ -215,9 +219,15 @@ TEST_F(PanelReadersTest, ReadsEverySortOfLine) {
                  sd_bus_message_append(to, "{sv}", "children-display", "s", "submenu");
              },
              {line(6, words("A"))}),
-         line(7, [](sd_bus_message* to) {
-             sd_bus_message_append(to, "{sv}", "label", "s", "Hidden");
-             sd_bus_message_append(to, "{sv}", "visible", "b", 0);
+         line(
+             7,
+             [](sd_bus_message* to) {
+                 sd_bus_message_append(to, "{sv}", "label", "s", "Hidden");
+                 sd_bus_message_append(to, "{sv}", "visible", "b", 0);
+             }),
+         line(8, [](sd_bus_message* to) {
+             sd_bus_message_append(to, "{sv}", "label", "s", "Says something");
+             sd_bus_message_append(to, "{sv}", textMark, "b", 1);
          })});
     readMenu();
     ASSERT_TRUE(becomes([&] { return menu_.has_value(); }));
@@ -228,7 +238,9 @@ TEST_F(PanelReadersTest, ReadsEverySortOfLine) {
             {"2", MenuItem::Divider{}},
             {"3", MenuItem::Button{"Quit a_b c", MenuShortcut{'q'}}},
             {"4", MenuItem::Toggle{"Login", true}},
-            {"5", MenuItem::Submenu{"Camera", {{"6", MenuItem::Button{"A", std::nullopt}}}}}}));
+            {"5", MenuItem::Submenu{"Camera", {{"6", MenuItem::Button{"A", std::nullopt}}}}},
+            {"8", MenuItem::Text{"Says something"}}}));
+    EXPECT_THAT(program_.propertiesAsked, Contains(textMark)) << "which is not told unasked";
 }
 
 TEST_F(PanelReadersTest, FollowsTheMenuAndTellsWhatTheUserDoes) {

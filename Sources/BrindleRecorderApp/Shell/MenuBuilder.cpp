@@ -183,6 +183,8 @@ MenuItem MenuBuilder::settings() {
             "settings.family." + family.id, family.name, isOn(),
             [&model = model_, id = family.id, isOn] { model.setAutoRecord(id, !isOn()); }));
     }
+    // No further program to tick.
+    items.push_back({"settings.divider.ask", MenuItem::Divider{}});
     auto& ask = model_.settings.askBeforeRecording;
     items.push_back(toggle(
         "settings.ask", MenuTexts::askBeforeRecording, ask.get(), [&ask] { ask.set(!ask.get()); }));
@@ -214,7 +216,7 @@ Items MenuBuilder::launchAtLogin() {
 MenuItem MenuBuilder::setup() const {
     Items items;
     for (const SetupItem& item : model_.permissions.setupItems()) {
-        items.push_back(text("setup." + item.id, item.title));
+        items.push_back(text("setup." + item.id, MenuTexts::setupItem(item.title, !item.fixHint)));
         if (item.fixHint) {
             items.push_back(text("setup." + item.id + ".hint", *item.fixHint));
         }

@@ -37,6 +37,9 @@ struct MenuTexts {
     static std::string systemDefault(const std::optional<std::string>& name, bool isChosen) {
         return device(fmt::format("System default ({})", name.value_or("none")), isChosen);
     }
+    static std::string setupItem(const std::string& title, bool isDone) {
+        return (isDone ? "✓ " : "○ ") + title;
+    }
     static std::string folderSize(const std::string& size) { return "Recordings folder: " + size; }
     static std::string loginFailed(const std::string& error) {
         return "Launch at login failed: " + error;

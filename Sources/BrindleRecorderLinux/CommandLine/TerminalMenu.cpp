@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <optional>
 #include <string_view>
+#include <tuple>
 #include <variant>
 
 namespace brindle {
@@ -21,7 +22,11 @@ std::optional<Menu> open(RunningCopy& program) {
     if (program.call(object, interface, "AboutToShow", "i", 0) == nullptr) {
         return std::nullopt;
     }
-    const BusMessage answer = program.call(object, interface, "GetLayout", "iias", 0, -1, 0);
+    const BusMessage answer = std::apply(
+        [&](auto... values) {
+            return program.call(object, interface, "GetLayout", "iias", values...);
+        },
+        MenuReader::question);
     auto menu = answer != nullptr ? MenuReader::read(answer.get()) : std::nullopt;
     if (answer != nullptr && !menu) {
         program.couldNotRead();

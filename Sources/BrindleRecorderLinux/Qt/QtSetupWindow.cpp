@@ -161,9 +161,7 @@ void QtSetupWindow::setContent(const SetupWindowContent& content) {
     layout->setContentsMargins(margin, margin, margin, margin);
     layout->setSpacing(margin / 2);
     layout->setSizeConstraint(QLayout::SetFixedSize);
-    auto* width = new QWidget{dialog_.get()};
-    width->setFixedSize(textWidth, 0);
-    layout->addWidget(width);
+    layout->addStrut(textWidth);
     Builder builder{*dialog_, *layout};
     for (const auto& block : content.blocks) {
         std::visit(builder, block);

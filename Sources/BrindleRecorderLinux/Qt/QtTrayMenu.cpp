@@ -50,10 +50,7 @@ void fill(QMenu& menu, const Menu& items);
 struct Say {
     QAction& action;
 
-    void operator()(const MenuItem::Text& text) const {
-        action.setText(labelOf(text.text));
-        action.setEnabled(false);
-    }
+    void operator()(const MenuItem::Text& text) const { action.setText(labelOf(text.text)); }
     void operator()(const MenuItem::Button& button) const {
         action.setText(labelOf(button.title));
         action.setShortcut(

@@ -1,6 +1,7 @@
 #include "BrindleRecorderLinux/Tray/ExportedMenu.hpp"
 
 #include "BrindleRecorderLinux/Bus/ObjectTable.hpp"
+#include "BrindleRecorderLinux/Tray/TextMark.hpp"
 
 #include <cerrno>
 #include <optional>
@@ -29,7 +30,8 @@ std::string label(const std::string& text) {
 
 struct PropertiesOf {
     menuwire::Properties operator()(const MenuItem::Text& text) const {
-        return {{"label", label(text.text)}, {"enabled", false}};
+        // Were it switched off, panels would draw it pale, and the keyboard would not come to it.
+        return {{"label", label(text.text)}, {textMark, true}};
     }
     menuwire::Properties operator()(const MenuItem::Button& button) const {
         menuwire::Properties result{{"label", label(button.title)}};
@@ -219,7 +221,7 @@ int ExportedMenu::getProperty(sd_bus_message* call) const {
     if (sd_bus_message_read(call, "is", &number, &name) <= 0) {
         return -EBADMSG;
     }
-    const auto all = properties(number, {});
+    const auto all = properties(number, {name});
     const auto found = all.find(std::string_view{name});
     const BusMessage answer = answerTo(call);
     menuwire::appendVariant(
@@ -310,6 +312,7 @@ menuwire::Properties ExportedMenu::properties(int number, const Names& wanted) c
             ? menuwire::Properties{{"children-display", std::string{"submenu"}}}
             : std::visit(PropertiesOf{}, line->item.value);
     if (wanted.empty()) {
+        all.erase(textMark);
         return all;
     }
     menuwire::Properties result;

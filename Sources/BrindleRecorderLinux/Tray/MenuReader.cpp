@@ -68,7 +68,7 @@ MenuItem itemOf(const Layout& line) {
         item.value = MenuItem::Submenu{title, menuOf(line.children)};
     } else if (!text(line, "toggle-type").empty()) {
         item.value = MenuItem::Toggle{title, property(line, "toggle-state", 0) == 1};
-    } else if (property(line, "enabled", true)) {
+    } else if (property(line, "enabled", true) && !property(line, textMark, false)) {
         item.value = MenuItem::Button{title, shortcutOf(line)};
     }
     return item;
@@ -124,7 +124,8 @@ void MenuReader::ask() {
     hasChangedSince_ = false;
     auto call = calls_.make(name_, path_.c_str(), interface, "GetLayout");
     sd_bus_message_set_auto_start(call.get(), 0);
-    sd_bus_message_append(call.get(), "iias", 0, -1, 0);
+    std::apply(
+        [&](auto... values) { sd_bus_message_append(call.get(), "iias", values...); }, question);
     isAsking_ = calls_.send(std::move(call), [this](sd_bus_message* answer) { take(answer); });
 }
 

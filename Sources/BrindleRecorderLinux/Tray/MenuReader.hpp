@@ -6,10 +6,12 @@
 #include "BrindleRecorderLinux/Bus/Bus.hpp"
 #include "BrindleRecorderLinux/Bus/BusCalls.hpp"
 #include "BrindleRecorderLinux/Bus/BusService.hpp"
+#include "BrindleRecorderLinux/Tray/TextMark.hpp"
 
 #include <functional>
 #include <optional>
 #include <string>
+#include <tuple>
 
 namespace brindle {
 
@@ -27,7 +29,22 @@ class MenuReader {
     /// Tells that the user picked that line. `told` is called when it has been taken, or cannot be.
     void tellPicked(const std::string& line, const std::function<void()>& told);
 
-    /// The children of the root in an answer to `GetLayout`; nothing when it is none.
+    /// What `GetLayout` is asked with, signature iias: from the root on, every depth, and of each
+    /// line what is read here.
+    static constexpr std::tuple question{
+        0,
+        -1,
+        9,
+        "type",
+        "label",
+        "enabled",
+        "visible",
+        "shortcut",
+        "toggle-type",
+        "toggle-state",
+        "children-display",
+        textMark};
+    /// The children of the root in its answer; nothing when it is none.
     static std::optional<Menu> read(sd_bus_message* layout);
 
   private:
