@@ -59,7 +59,13 @@ class FakeDefaults final : public DefaultsStoreSubject {
 
 class FakeNotifications final : public UserNotificationsSubject {
   public:
-    bool becomes(const std::function<bool()>& condition) override { return condition(); }
+    /// Whatever is asked is shown at once; only the user takes time to answer.
+    bool becomes(const std::function<bool()>& condition) override {
+        while (!notifications_.authorizationRequests.empty()) {
+            notifications_.answerAuthorization(true);
+        }
+        return condition();
+    }
     UserNotifications& notifications() override { return notifications_; }
     std::vector<std::string> shownTitles() override {
         std::vector<std::string> titles;
@@ -72,9 +78,7 @@ class FakeNotifications final : public UserNotificationsSubject {
         const auto found = std::ranges::find_if(
             notifications_.shown, [&](const auto& shown) { return shown.second.title == title; });
         ASSERT_NE(found, notifications_.shown.end());
-        const auto label = found->second.label;
-        notifications_.shown.erase(found);
-        notifications_.respond({.label = label, .actionIdentifier = action});
+        notifications_.respondTo(found->first, action);
     }
     void refuse(bool refuses) override { notifications_.shows = !refuses; }
     int refusals() override {
