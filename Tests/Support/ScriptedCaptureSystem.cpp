@@ -252,6 +252,11 @@ void ScriptedCaptureSystem::addMicrophone(const CaptureDeviceInfo& info) {
 void ScriptedCaptureSystem::removeDevice(const std::string& uniqueID) {
     std::erase_if(
         devices_, [&](const auto& present) { return present->info().uniqueID == uniqueID; });
+    for (auto* const camera : {&systemPreferredCamera_, &defaultCamera_}) {
+        if (*camera && (*camera)->uniqueID == uniqueID) {
+            camera->reset();
+        }
+    }
 }
 
 void ScriptedCaptureSystem::answerAccess(MediaType mediaType, bool granted) {
