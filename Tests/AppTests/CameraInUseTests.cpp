@@ -51,6 +51,7 @@ class CameraInUse : public testing::Test, protected test::AppScene {
     }
     void plugInCamera() {
         capture.addCamera(builtInCamera);
+        capture.setDefaultCamera(builtInCamera);
         capture.fireDevicesChanged();
         settle();
     }

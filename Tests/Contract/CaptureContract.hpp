@@ -59,6 +59,7 @@ class CaptureSessionContract : public CaptureSystemContract {
     std::shared_ptr<MovieFileOutput> output_;
     SerialQueue queue_{"capture-session"};
 
+    int starts_ = 0;
     // Of the movies that have ended; told on any thread.
     std::atomic<int> finishes_ = 0;
     std::filesystem::path path_;

@@ -77,6 +77,11 @@ TEST_P(CaptureSystemContract, TheDefaultCameraIsOneOfThoseThatAreThere) {
     const auto camera = system().defaultCamera();
     ASSERT_TRUE(camera);
     EXPECT_TRUE(isListed(MediaType::video, camera->uniqueID));
+    subject_->unplug("lone-camera");
+    EXPECT_TRUE(becomes([&] { return !isListed(MediaType::video, "lone-camera"); }));
+    for (const auto& left : {system().defaultCamera(), system().systemPreferredCamera()}) {
+        EXPECT_TRUE(!left || isListed(MediaType::video, left->uniqueID));
+    }
 }
 
 TEST_P(CaptureSystemContract, NobodyHoldsACameraThatNobodyKnows) {

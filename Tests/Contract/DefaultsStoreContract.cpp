@@ -38,6 +38,18 @@ TEST_P(DefaultsStoreContract, EveryWriteIsKeptAtOnce) {
     expectAll("after another launch");
 }
 
+TEST_P(DefaultsStoreContract, AWriteIsKeptWithoutAnother) {
+    subject_->store().setString("text", "a");
+    subject_->startAgain();
+    EXPECT_EQ(subject_->store().string("text"), "a");
+    subject_->store().setBoolean("flag", true);
+    subject_->startAgain();
+    EXPECT_EQ(subject_->store().boolean("flag"), true);
+    subject_->store().setStringArray("list", {"a"});
+    subject_->startAgain();
+    EXPECT_EQ(subject_->store().stringArray("list"), Strings{"a"});
+}
+
 TEST_P(DefaultsStoreContract, AValueOfAnotherTypeIsAbsent) {
     subject_->store().setString("text", "YES");
     subject_->store().setBoolean("flag", true);

@@ -101,6 +101,12 @@ TEST_P(MovieExporterContract, ASessionThatIsGoneTellsNobody) {
     EXPECT_EQ(completions_, 0);
 }
 
+TEST_P(MovieExporterContract, ASessionThatGoesAtOnceTellsNobodyThatItHasEnded) {
+    begin(subject_->movie(), subject_->writable()).reset();
+    EXPECT_TRUE(durationOf(subject_->movie()));
+    EXPECT_EQ(completions_, 0);
+}
+
 TEST_P(MovieExporterContract, MeasuresWhatCanBeRead) {
     EXPECT_NEAR(
         durationOf(subject_->movie()).value_or(Seconds{0}).count(), subject_->duration().count(),

@@ -10,6 +10,7 @@ namespace brindle::test {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::SizeIs;
 using testing::UnorderedElementsAre;
 
 void UserNotificationsContract::SetUp() {
@@ -33,6 +34,28 @@ NotificationRequest UserNotificationsContract::question(const std::string& title
         .label = "label of " + title};
 }
 
+void UserNotificationsContract::show(const NotificationRequest& request) {
+    bool isShown = false;
+    subject_->notifications().post(request, [&] { isShown = true; });
+    EXPECT_TRUE(becomes([&] { return isShown; })) << request.title;
+}
+
+TEST_P(UserNotificationsContract, AnswersOnceAndOnTheMainThreadWhetherItMayShowAny) {
+    const auto mainThread = std::this_thread::get_id();
+    int answers = 0;
+    bool isGranted = false;
+    subject_->notifications().requestAuthorization([&](bool granted) {
+        isElsewhere_ |= std::this_thread::get_id() != mainThread;
+        isGranted = granted;
+        ++answers;
+    });
+    ASSERT_TRUE(becomes([&] { return answers > 0; }));
+    EXPECT_TRUE(isGranted);
+    show(question("later"));
+    EXPECT_EQ(answers, 1);
+    EXPECT_FALSE(isElsewhere_);
+}
+
 TEST_P(UserNotificationsContract, ShowsWhatIsPostedAndSaysSoOnce) {
     ASSERT_TRUE(becomes([&] { return subject_->notifications().isAvailable(); }));
     int shown = 0;
@@ -49,13 +72,9 @@ TEST_P(UserNotificationsContract, ShowsWhatIsPostedAndSaysSoOnce) {
 
 TEST_P(UserNotificationsContract, ReplacesWhatHasTheSameIdentifier) {
     auto request = question("first");
-    bool isShown = false;
-    subject_->notifications().post(request, [&] { isShown = true; });
-    ASSERT_TRUE(becomes([&] { return isShown; }));
+    show(request);
     request.title = "second";
-    bool isReplaced = false;
-    subject_->notifications().post(request, [&] { isReplaced = true; });
-    ASSERT_TRUE(becomes([&] { return isReplaced; }));
+    show(request);
     EXPECT_THAT(subject_->shownTitles(), ElementsAre("second"));
 }
 
@@ -97,30 +116,45 @@ TEST_P(UserNotificationsContract, TakesBackWhatIsShownAndNothingElse) {
     EXPECT_THAT(subject_->shownTitles(), ElementsAre("kept"));
 }
 
-TEST_P(UserNotificationsContract, TellsWhatTheUserDidWithWhich) {
-    for (const std::string action :
-         {"record", "skip", NotificationResponse::defaultAction,
-          NotificationResponse::dismissAction}) {
-        responses_.clear();
-        bool isShown = false;
-        subject_->notifications().post(question(action), [&] { isShown = true; });
-        ASSERT_TRUE(becomes([&] { return isShown; }));
-        EXPECT_THAT(responses_, IsEmpty());
+TEST_P(UserNotificationsContract, TellsOnceWhatTheUserDidWithWhich) {
+    const std::vector<std::string> actions{
+        "record", "skip", NotificationResponse::defaultAction, NotificationResponse::dismissAction};
+    for (const auto& action : actions) {
+        const auto before = responses_.size();
+        show(question(action));
+        EXPECT_THAT(responses_, SizeIs(before)) << "nobody has done anything yet";
         subject_->respond(action, action);
-        ASSERT_TRUE(becomes([&] { return !responses_.empty(); })) << action;
-        ASSERT_EQ(responses_.size(), 1U);
-        EXPECT_EQ(responses_[0].actionIdentifier, action);
-        EXPECT_EQ(responses_[0].label, "label of " + action);
+        ASSERT_TRUE(becomes([&] { return responses_.size() > before; })) << action;
+        EXPECT_EQ(responses_.back().actionIdentifier, action);
+        EXPECT_EQ(responses_.back().label, "label of " + action);
+        EXPECT_EQ(responses_.back().identifier, "ask-" + action);
+        EXPECT_THAT(subject_->shownTitles(), IsEmpty());
     }
+    show(question("later"));
+    EXPECT_THAT(responses_, SizeIs(actions.size()));
     EXPECT_FALSE(isElsewhere_);
+}
+
+TEST_P(UserNotificationsContract, WhatIsToStayIsEndedByNoButton) {
+    if (!subject_->letsThemStay()) {
+        GTEST_SKIP() << "the desktop takes away whatever is answered";
+    }
+    auto request = question("staying");
+    request.isResident = true;
+    show(request);
+    for (const std::size_t count : {1U, 2U}) {
+        subject_->respond("staying", "record");
+        ASSERT_TRUE(becomes([&] { return responses_.size() == count; }));
+        EXPECT_THAT(subject_->shownTitles(), ElementsAre("staying"));
+    }
+    subject_->notifications().removeDelivered(request.identifier);
+    EXPECT_TRUE(becomes([&] { return subject_->shownTitles().empty(); }));
 }
 
 TEST_P(UserNotificationsContract, AnAnswerToWhatHasNoLabelHasNone) {
     auto request = question("bare");
     request.label.reset();
-    bool isShown = false;
-    subject_->notifications().post(request, [&] { isShown = true; });
-    ASSERT_TRUE(becomes([&] { return isShown; }));
+    show(request);
     subject_->respond("bare", "record");
     ASSERT_TRUE(becomes([&] { return !responses_.empty(); }));
     EXPECT_EQ(responses_[0].label, std::nullopt);

@@ -9,7 +9,7 @@
 
 namespace brindle::test {
 
-/// A desktop that shows notifications, and a user.
+/// A desktop that shows notifications, and a user who allows it.
 class UserNotificationsSubject : public Subject {
   public:
     [[nodiscard]] virtual UserNotifications& notifications() = 0;
@@ -18,6 +18,8 @@ class UserNotificationsSubject : public Subject {
     /// The user does that with the notification of that title: the identifier of one of its
     /// buttons, or what `NotificationResponse` says.
     virtual void respond(const std::string& title, const std::string& action) = 0;
+    /// Whether the desktop leaves what is to stay where it is, once it has been answered.
+    [[nodiscard]] virtual bool letsThemStay() { return true; }
     /// Whether the desktop shows nothing of what reaches it from now on.
     virtual void refuse(bool refuses) = 0;
     /// How many it has refused.
@@ -34,6 +36,9 @@ class UserNotificationsContract : public Contract<UserNotificationsSubject> {
 
     /// A question with two buttons, "record" and "skip".
     [[nodiscard]] static NotificationRequest question(const std::string& title);
+
+    /// Posts it and waits until the desktop shows it.
+    void show(const NotificationRequest& request);
 
     std::vector<NotificationResponse> responses_;
     bool isElsewhere_ = false; ///< whether any was told on another thread than the main one

@@ -119,6 +119,7 @@ int ScriptedNotificationServer::answerCapabilities(sd_bus_message* call) const {
 
 int ScriptedNotificationServer::answerNotify(sd_bus_message* call) {
     if (refuses) {
+        ++refused;
         return sd_bus_reply_method_errorf(call, SD_BUS_ERROR_LIMITS_EXCEEDED, "no");
     }
     Notification shown;

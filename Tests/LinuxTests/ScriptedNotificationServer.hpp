@@ -38,6 +38,7 @@ class ScriptedNotificationServer {
     std::string holds;
     /// Refuses to show anything.
     bool refuses = false;
+    int refused = 0; ///< how often it has
     /// Says that the user clicked before it answers.
     std::optional<std::string> clickBeforeAnswer;
 

@@ -96,6 +96,7 @@ class MacNotifications final : public OnMainQueue<UserNotificationsSubject> {
                           : action,
             shown);
     }
+    bool letsThemStay() override { return false; }
     void refuse(bool refuses) override { notificationStandIn.refusesPosts = refuses; }
     int refusals() override { return notificationStandIn.refusedPosts; }
     bool hold() override {

@@ -35,18 +35,26 @@ class FakeUserNotifications final : public UserNotifications {
         authorizationRequests.erase(authorizationRequests.begin());
         answer(granted);
     }
-    /// The user does something with a notification.
+    /// The user does something with a notification, which may be gone by now.
     void respond(const NotificationResponse& response) {
         if (const auto handler = handler_) {
             handler(response);
         }
     }
-    /// The user does something with the question for that label, which must be shown.
+    /// The user does something with the notification of that identifier, which must be shown.
+    void respondTo(const std::string& identifier, const std::string& actionIdentifier) {
+        const auto request = shown.at(identifier);
+        if (!request.isResident || actionIdentifier == NotificationResponse::dismissAction) {
+            shown.erase(identifier);
+        }
+        respond(
+            {.label = request.label,
+             .actionIdentifier = actionIdentifier,
+             .identifier = identifier});
+    }
+    /// The same with the question for that label.
     void respondToAsk(const std::string& label, const std::string& actionIdentifier) {
-        const std::string identifier = "ask-" + label;
-        const auto carriedLabel = shown.at(identifier).label;
-        shown.erase(identifier);
-        respond({.label = carriedLabel, .actionIdentifier = actionIdentifier});
+        respondTo("ask-" + label, actionIdentifier);
     }
 
     [[nodiscard]] bool isAvailable() const override { return available; }

@@ -13,15 +13,22 @@ namespace {
 /// Remembers which device it was opened for.
 class ScriptedCaptureInput final : public CaptureInput {
   public:
-    explicit ScriptedCaptureInput(std::string uniqueID) : uniqueID_{std::move(uniqueID)} {}
+    explicit ScriptedCaptureInput(const CaptureDevice& device)
+        : uniqueID_{device.info().uniqueID}, mediaType_{device.mediaType()} {}
     [[nodiscard]] const std::string& uniqueID() const { return uniqueID_; }
+    [[nodiscard]] MediaType mediaType() const { return mediaType_; }
 
   private:
     std::string uniqueID_;
+    MediaType mediaType_;
 };
 
+const ScriptedCaptureInput& scripted(const std::shared_ptr<CaptureInput>& input) {
+    return dynamic_cast<const ScriptedCaptureInput&>(*input);
+}
+
 const std::string& deviceOf(const std::shared_ptr<CaptureInput>& input) {
-    return dynamic_cast<const ScriptedCaptureInput&>(*input).uniqueID();
+    return scripted(input).uniqueID();
 }
 
 const char* nameOf(SessionPreset preset) {
@@ -98,7 +105,7 @@ void ScriptedMovieFileOutput::setMovieFragmentInterval(Seconds interval) {
 
 bool ScriptedMovieFileOutput::hasConnection(MediaType mediaType) const {
     script_->journal.add(fmt::format("connection {}?", nameOf(mediaType)));
-    return !script_->withoutConnection.contains(mediaType);
+    return connections_.contains(mediaType) && !script_->withoutConnection.contains(mediaType);
 }
 
 void ScriptedMovieFileOutput::setVideoSettings(const VideoOutputSettings& settings) {
@@ -169,7 +176,7 @@ ScriptedCaptureSession::makeInput(const std::shared_ptr<CaptureDevice>& device) 
         return unexpected(PlatformError{
             .domain = "Script", .code = 1, .description = "refused", .underlying = {}});
     }
-    return std::make_shared<ScriptedCaptureInput>(uniqueID);
+    return std::make_shared<ScriptedCaptureInput>(*device);
 }
 
 bool ScriptedCaptureSession::canAddInput(const std::shared_ptr<CaptureInput>& input) const {
@@ -179,6 +186,7 @@ bool ScriptedCaptureSession::canAddInput(const std::shared_ptr<CaptureInput>& in
 
 void ScriptedCaptureSession::addInput(const std::shared_ptr<CaptureInput>& input) {
     script_->journal.add("add input " + deviceOf(input));
+    mediaTypes_.insert(scripted(input).mediaType());
 }
 
 bool ScriptedCaptureSession::canSetPreset(SessionPreset preset) const {
@@ -201,8 +209,9 @@ bool ScriptedCaptureSession::canAddOutput(const std::shared_ptr<MovieFileOutput>
     return !script_->refuseAddOutput;
 }
 
-void ScriptedCaptureSession::addOutput(const std::shared_ptr<MovieFileOutput>&) {
+void ScriptedCaptureSession::addOutput(const std::shared_ptr<MovieFileOutput>& output) {
     script_->journal.add("add output");
+    dynamic_cast<ScriptedMovieFileOutput&>(*output).connect(mediaTypes_);
 }
 
 std::unique_ptr<Observation>
@@ -243,6 +252,11 @@ void ScriptedCaptureSystem::addMicrophone(const CaptureDeviceInfo& info) {
 void ScriptedCaptureSystem::removeDevice(const std::string& uniqueID) {
     std::erase_if(
         devices_, [&](const auto& present) { return present->info().uniqueID == uniqueID; });
+    for (auto* const camera : {&systemPreferredCamera_, &defaultCamera_}) {
+        if (*camera && (*camera)->uniqueID == uniqueID) {
+            camera->reset();
+        }
+    }
 }
 
 void ScriptedCaptureSystem::answerAccess(MediaType mediaType, bool granted) {

@@ -80,6 +80,9 @@ class ScriptedMovieFileOutput final : public MovieFileOutput {
     void closeSilently();
     void setRecordedDuration(Seconds duration);
 
+    /// For the session: it feeds the output with these.
+    void connect(std::set<MediaType> mediaTypes) { connections_ = std::move(mediaTypes); }
+
     void setMovieFragmentInterval(Seconds interval) override;
     [[nodiscard]] bool hasConnection(MediaType mediaType) const override;
     void setVideoSettings(const VideoOutputSettings& settings) override;
@@ -91,6 +94,7 @@ class ScriptedMovieFileOutput final : public MovieFileOutput {
 
   private:
     std::shared_ptr<CaptureScript> script_;
+    std::set<MediaType> connections_;
     mutable std::mutex mutex_;
     bool recording_ = false;
     std::filesystem::path path_;
@@ -132,6 +136,7 @@ class ScriptedCaptureSession final : public CaptureSession {
 
   private:
     std::shared_ptr<CaptureScript> script_;
+    std::set<MediaType> mediaTypes_; ///< of the inputs
     std::shared_ptr<ScriptedMovieFileOutput> output_;
     Listeners<std::optional<PlatformError>> runtimeErrorListeners_;
 };

@@ -10,7 +10,6 @@ class ScriptedExportSession final : public ExportSession,
     ScriptedExportSession(ScriptedMovieExporter& exporter, std::filesystem::path source)
         : exporter_{exporter}, source_{std::move(source)} {}
 
-    [[nodiscard]] const std::filesystem::path& output() const { return output_; }
     void setProgress(double progress) { progress_ = progress; }
 
     void end(Status status, std::optional<PlatformError> error) {
@@ -32,7 +31,12 @@ class ScriptedExportSession final : public ExportSession,
                 exporter_.durations_[output_] = std::nullopt;
             }
         }
-        exporter_.mainLoop_.post(std::exchange(completion_, nullptr));
+        exporter_.mainLoop_.post(
+            [session = weak_from_this(), completion = std::exchange(completion_, nullptr)] {
+                if (session.lock()) {
+                    completion();
+                }
+            });
     }
 
     [[nodiscard]] std::vector<MovieFileType> supportedFileTypes() const override {
@@ -43,6 +47,7 @@ class ScriptedExportSession final : public ExportSession,
             std::string{"output "} + (fileType == MovieFileType::mpeg4 ? "mp4 " : "mov ") +
             path.filename().string());
         output_ = path;
+        exporter_.output_ = path;
     }
     void exportAsynchronously(std::function<void()> completion) override {
         exporter_.journal_.add(
@@ -55,9 +60,11 @@ class ScriptedExportSession final : public ExportSession,
             exporter_.fileManager_.putFile(output_, "part");
         }
         if (exporter_.script_.finishAtOnce) {
-            exporter_.mainLoop_.post([session = shared_from_this()] {
-                const auto& script = session->exporter_.script_;
-                session->end(script.status, script.error);
+            exporter_.mainLoop_.post([weak = weak_from_this()] {
+                if (const auto session = weak.lock()) {
+                    const auto& script = session->exporter_.script_;
+                    session->end(script.status, script.error);
+                }
             });
         }
     }
@@ -68,7 +75,7 @@ class ScriptedExportSession final : public ExportSession,
     [[nodiscard]] Status status() const override { return status_; }
     [[nodiscard]] std::optional<PlatformError> error() const override { return error_; }
     [[nodiscard]] std::int64_t damagedBytesLeftOut() const override {
-        return exporter_.script_.damagedBytesLeftOut;
+        return status_ == Status::exporting ? 0 : exporter_.script_.damagedBytesLeftOut;
     }
     [[nodiscard]] double progress() const override { return progress_; }
 
@@ -86,15 +93,13 @@ ScriptedMovieExporter::ScriptedMovieExporter(MainLoop& mainLoop, InMemoryFileMan
     : mainLoop_{mainLoop}, fileManager_{fileManager} {}
 
 void ScriptedMovieExporter::setProgress(double progress) {
-    last_->setProgress(progress);
+    last_.lock()->setProgress(progress);
 }
 
 void ScriptedMovieExporter::finish() {
-    last_->end(script_.status, script_.error);
-}
-
-const std::filesystem::path& ScriptedMovieExporter::output() const {
-    return last_->output();
+    if (const auto session = last_.lock()) {
+        session->end(script_.status, script_.error);
+    }
 }
 
 std::shared_ptr<ExportSession> ScriptedMovieExporter::makePassthroughExport(
@@ -105,8 +110,9 @@ std::shared_ptr<ExportSession> ScriptedMovieExporter::makePassthroughExport(
     if (!script_.canBeMade) {
         return nullptr;
     }
-    last_ = std::make_shared<ScriptedExportSession>(*this, source);
-    return last_;
+    auto session = std::make_shared<ScriptedExportSession>(*this, source);
+    last_ = session;
+    return session;
 }
 
 void ScriptedMovieExporter::loadDuration(

@@ -49,14 +49,14 @@ class ScriptedMovieExporter final : public MovieExporter {
         durations_[movie] = duration;
     }
     void setProgress(double progress);
-    /// Ends the export made last, as the script says now.
+    /// Ends the export made last, if it still lives, as the script says now.
     void finish();
 
     // --- Looking on ---
 
     [[nodiscard]] std::vector<std::string> calls() const { return journal_.calls(); }
     /// Where the export made last writes to.
-    [[nodiscard]] const std::filesystem::path& output() const;
+    [[nodiscard]] const std::filesystem::path& output() const { return output_; }
 
     [[nodiscard]] std::shared_ptr<ExportSession>
     makePassthroughExport(const std::filesystem::path& source, MovieOrigin origin) override;
@@ -74,7 +74,8 @@ class ScriptedMovieExporter final : public MovieExporter {
     Script script_;
     std::optional<Seconds> usualDuration_ = Seconds{60};
     std::map<std::filesystem::path, std::optional<Seconds>> durations_;
-    std::shared_ptr<ScriptedExportSession> last_;
+    std::weak_ptr<ScriptedExportSession> last_;
+    std::filesystem::path output_;
     CallJournal journal_;
 };
 

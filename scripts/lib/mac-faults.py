@@ -53,6 +53,8 @@ FAULTS = [
      "NotificationObservation*"),
     ("an answer is completed before it is dealt with", "UserNotifications/NotificationCenter.mm",
      "                completion();\n            });", "            });\n            completion();", "NotificationCenter*"),
+    ("an answer does not say what it is for", "UserNotifications/NotificationCenter.mm",
+     "        answer.identifier = brindle::stringOf([request identifier]);\n", "", "*UserNotificationsContract*"),
 ]
 
 

@@ -28,7 +28,8 @@ struct NotificationRequest {
     std::string body;
     std::optional<std::string> categoryIdentifier;
     std::optional<std::string> label; ///< carried unseen, handed back with the answer
-    /// Stays quietly until it is taken back: neither time nor one of its buttons ends it.
+    /// Stays quietly until it is taken back, where the desktop lets it: neither time nor one of its
+    /// buttons ends it.
     bool isResident = false;
     friend bool operator==(const NotificationRequest&, const NotificationRequest&) = default;
 };

@@ -52,7 +52,9 @@ std::string actionOf(NSString* identifier) {
     @autoreleasepool {
         brindle::NotificationResponse answer;
         answer.actionIdentifier = actionOf([response actionIdentifier]);
-        NSDictionary* const info = [[[[response notification] request] content] userInfo];
+        UNNotificationRequest* const request = [[response notification] request];
+        answer.identifier = brindle::stringOf([request identifier]);
+        NSDictionary* const info = [[request content] userInfo];
         const id label = [info objectForKey:labelKey];
         if ([label isKindOfClass:[NSString class]]) {
             answer.label = brindle::stringOf(label);

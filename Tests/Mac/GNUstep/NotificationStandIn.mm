@@ -139,6 +139,9 @@ FORGETS
     }
     return request;
 }
+- (NSString*)identifier {
+    return [VALUES objectForKey:@"identifier"];
+}
 - (UNNotificationContent*)content {
     return [VALUES objectForKey:@"content"];
 }
@@ -202,9 +205,8 @@ FORGETS
     }
     const auto content = values(&[request content]->script_);
     const NotificationStandIn::Shown shown{
-        stringOf([values(&request->script_) objectForKey:@"identifier"]),
-        stringOf([content objectForKey:@"title"]), stringOf([content objectForKey:@"body"]),
-        stringOf([content objectForKey:@"category"]),
+        stringOf([request identifier]), stringOf([content objectForKey:@"title"]),
+        stringOf([content objectForKey:@"body"]), stringOf([content objectForKey:@"category"]),
         stringOf([[content objectForKey:@"info"] objectForKey:@"label"])};
     auto& all = notificationStandIn.shown;
     std::erase_if(all, [&](const auto& one) { return one.identifier == shown.identifier; });
@@ -223,17 +225,18 @@ FORGETS
 
 namespace {
 
-void answer(const std::string& action, NSDictionary* info) {
+void answer(const std::string& action, const std::string& identifier, NSDictionary* info) {
     UNMutableNotificationContent* const content =
         [[[UNMutableNotificationContent alloc] init] autorelease];
     if (info != nil) {
         [content setUserInfo:info];
     }
     UNNotification* const notification = [[[UNNotification alloc] init] autorelease];
-    [values(&notification->script_) setObject:[UNNotificationRequest requestWithIdentifier:@"x"
-                                                                                   content:content
-                                                                                   trigger:nil]
-                                       forKey:@"request"];
+    [values(&notification->script_)
+        setObject:[UNNotificationRequest requestWithIdentifier:text(identifier)
+                                                       content:content
+                                                       trigger:nil]
+           forKey:@"request"];
     UNNotificationResponse* const response = [[UNNotificationResponse alloc] init];
     [values(&response->script_) setObject:notification forKey:@"notification"];
     [values(&response->script_) setObject:text(action) forKey:@"action"];
@@ -252,13 +255,16 @@ void answer(const std::string& action, NSDictionary* info) {
 void brindle::test::respond(
     const std::string& action, const NotificationStandIn::Shown& notification) {
     answer(
-        action, notification.label.empty()
-                    ? nil
-                    : [NSDictionary dictionaryWithObject:text(notification.label) forKey:@"label"]);
+        action, notification.identifier,
+        notification.label.empty() ? nil
+                                   : [NSDictionary dictionaryWithObject:text(notification.label)
+                                                                 forKey:@"label"]);
 }
 
 void brindle::test::respondWithNumberAsLabel(const std::string& action) {
-    answer(action, [NSDictionary dictionaryWithObject:[NSNumber numberWithInt:7] forKey:@"label"]);
+    answer(
+        action, "x",
+        [NSDictionary dictionaryWithObject:[NSNumber numberWithInt:7] forKey:@"label"]);
 }
 
 void brindle::test::askForPresentation() {

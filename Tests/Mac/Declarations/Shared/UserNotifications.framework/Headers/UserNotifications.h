@@ -42,6 +42,7 @@ extern NSString* const UNNotificationDismissActionIdentifier; // usernotificatio
 @end
 @interface UNNotificationRequest : NSObject SCRIPTED // usernotifications/unnotificationrequest
 + (instancetype)requestWithIdentifier:(NSString*)identifier content:(UNNotificationContent*)content trigger:(id)trigger; // usernotifications/unnotificationrequest/init(identifier:content:trigger:)
+- (NSString*)identifier; // usernotifications/unnotificationrequest/identifier
 - (UNNotificationContent*)content; // usernotifications/unnotificationrequest/content
 @end
 @interface UNNotification : NSObject SCRIPTED // usernotifications/unnotification
