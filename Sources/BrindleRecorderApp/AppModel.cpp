@@ -182,8 +182,10 @@ void AppModel::refreshStatusLine() {
         sessionState.get(),
         {
             .elapsed = elapsed,
-            .camera = segment ? segment->sidecar.videoDevice : selectedCameraName(),
-            .microphone = segment ? segment->sidecar.audioDevice : selectedMicrophoneName(),
+            .camera = segment ? StatusText::cameraInSidecar(segment->sidecar.videoDevice)
+                              : selectedCameraName(),
+            .microphone = segment ? StatusText::microphoneInSidecar(segment->sidecar.audioDevice)
+                                  : selectedMicrophoneName(),
             .callName = currentCallName(),
             .waitingForAnswer = pendingAskLabel.get().has_value(),
         }));

@@ -26,6 +26,7 @@
 #include "BrindleRecorderLinux/Desktop/AutostartEntry.hpp"
 #include "BrindleRecorderLinux/Desktop/DesktopWorkspace.hpp"
 #include "BrindleRecorderLinux/Files/FolderLock.hpp"
+#include "BrindleRecorderLinux/Language/GettextLanguage.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/Notifications/DesktopNotifications.hpp"
 #include "BrindleRecorderLinux/Program/HeadlessControl.hpp"
@@ -261,6 +262,9 @@ ExitStatus run(const std::vector<std::string_view>& arguments) {
 
 int main(int argumentCount, char** arguments) {
     try {
+        static const brindle::GettextLanguage language{
+            brindle::GettextLanguage::catalogues(BRINDLE_CATALOGUES)};
+        brindle::Language::useForTheUser(language);
         return static_cast<int>(
             brindle::run(std::vector<std::string_view>(arguments + 1, arguments + argumentCount)));
     } catch (const std::exception& error) {

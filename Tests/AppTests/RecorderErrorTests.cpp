@@ -18,6 +18,10 @@ std::vector<Row> rows() {
     return {
         {RecorderError::sessionRuntimeFailure("camera unplugged"),
          "Capture stopped: camera unplugged", deviceDead},
+        {RecorderError::cameraTaken("zoom.us"), "Capture stopped: zoom.us is using the camera.",
+         deviceDead},
+        {RecorderError::cameraTaken(std::nullopt),
+         "Capture stopped: Another program is using the camera.", deviceDead},
         {RecorderError::remuxFailed("Export was cancelled."),
          "Converting to MP4 failed: Export was cancelled.", fatal},
         {RecorderError::recordingStoppedUnexpectedly("no error reported"),

@@ -96,15 +96,15 @@ TEST(RecordingNotes, AFailedStopSaysWhatIsLeft) {
 
 TEST(RecordingMessages, FixedTexts) {
     EXPECT_STREQ(RecordingMessages::title, "Brindle Recorder");
-    EXPECT_STREQ(RecordingMessages::noDiskSpace, "Not enough free disk space.");
-    EXPECT_STREQ(
-        RecordingMessages::microphoneDenied,
+    EXPECT_EQ(RecordingMessages::noDiskSpace(), "Not enough free disk space.");
+    EXPECT_EQ(
+        RecordingMessages::microphoneDenied(),
         "Microphone access is denied, so nothing could be recorded.");
-    EXPECT_STREQ(
-        RecordingMessages::nothingOpened,
+    EXPECT_EQ(
+        RecordingMessages::nothingOpened(),
         "Could not open any camera or microphone. Nothing was recorded.");
-    EXPECT_STREQ(
-        RecordingMessages::nothingReopened,
+    EXPECT_EQ(
+        RecordingMessages::nothingReopened(),
         "Recording stopped: no camera or microphone could be reopened.");
 }
 

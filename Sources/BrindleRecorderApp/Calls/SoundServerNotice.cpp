@@ -21,7 +21,7 @@ void SoundServerNotice::tell() {
     notifications_.post(
         {.identifier = "sound-server",
          .title = NoticeTexts::soundServerTitle,
-         .body = NoticeTexts::soundServerBody,
+         .body = NoticeTexts::soundServerBody(),
          .categoryIdentifier = {},
          .label = {}});
     waiting_.reset();

@@ -38,12 +38,12 @@ ChosenDevices DeviceChoice::choose(bool audioOnly) {
 
 std::string DeviceChoice::cameraName() const {
     const auto camera = resolveCamera(devices_.cameras().get()).device;
-    return camera ? camera->localizedName : StatusText::noCamera;
+    return camera ? camera->localizedName : StatusText::noCamera();
 }
 
 std::string DeviceChoice::microphoneName() const {
     const auto microphone = resolveMicrophone().device;
-    return microphone ? microphone->localizedName : StatusText::noMicrophone;
+    return microphone ? microphone->localizedName : StatusText::noMicrophone();
 }
 
 std::vector<CaptureDeviceInfo> DeviceChoice::cameraCandidates() const {

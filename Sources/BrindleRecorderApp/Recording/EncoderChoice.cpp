@@ -3,6 +3,7 @@
 #include "BrindleRecorderApp/Platform/VideoEncoders.hpp"
 #include "BrindleRecorderApp/Shell/Notifier.hpp"
 #include "BrindleRecorderApp/Words/EncoderTexts.hpp"
+#include "BrindleRecorderCore/Base/Language.hpp"
 
 namespace brindle {
 
@@ -26,7 +27,7 @@ Task<void> EncoderChoice::search() {
     if (outcome.chosen) {
         encoders_->use(*outcome.chosen);
     } else if (!outcome.isUndecided) {
-        notifier_.tell(EncoderTexts::noneWorks);
+        notifier_.tell(EncoderTexts::noneWorks(Language::ofTheUser()));
     }
 }
 

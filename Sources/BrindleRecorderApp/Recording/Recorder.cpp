@@ -4,6 +4,7 @@
 #include "BrindleRecorderApp/Recording/CaptureConfiguration.hpp"
 #include "BrindleRecorderApp/Recording/CaptureRun.hpp"
 #include "BrindleRecorderApp/Recording/RecordingFinishReport.hpp"
+#include "BrindleRecorderCore/Base/Language.hpp"
 
 #include <fmt/format.h>
 
@@ -135,8 +136,8 @@ void Recorder::retakeCamera() {
     }
 }
 
-void Recorder::loseCamera(const std::string& reason) {
-    fail(RecorderError::sessionRuntimeFailure(reason));
+void Recorder::loseCamera(const std::optional<std::string>& program) {
+    fail(RecorderError::cameraTaken(program));
 }
 
 void Recorder::startWatchdog(bool expectsVideo, std::uint64_t generation) {
@@ -190,7 +191,8 @@ void Recorder::fail(const RecorderError& error) {
     }
     log_.both(
         EventLog::Level::error,
-        fmt::format("recorder failed: {} {}", currentFileName(), error.userMessage()));
+        fmt::format(
+            "recorder failed: {} {}", currentFileName(), error.userMessage(Language::english())));
     failedCapture_ = capture_;
     releaseCapture(true);
     status_.set(RecorderStatus::failed(error));

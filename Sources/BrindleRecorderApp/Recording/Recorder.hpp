@@ -66,8 +66,9 @@ class Recorder {
     /// last picture stands meanwhile. Nothing while nothing is recorded.
     void releaseCamera();
     void retakeCamera();
-    /// Somebody else has the running recording's camera now: it fails, for this reason.
-    void loseCamera(const std::string& reason);
+    /// Another program has the running recording's camera now: it fails for this reason. The
+    /// program as people call it, where it is known.
+    void loseCamera(const std::optional<std::string>& program);
 
     /// Stops, waits until the file is complete, and converts it. Answers `finalMP4`; or fails with
     /// `notRecording` when there is nothing (more) to stop, or with the conversion's error, the

@@ -1,6 +1,7 @@
 #include "BrindleRecorderApp/Recording/RecorderError.hpp"
 
 #include "BrindleRecorderApp/Words/FailureTexts.hpp"
+#include "BrindleRecorderCore/Base/Language.hpp"
 
 #include <variant>
 
@@ -10,6 +11,9 @@ namespace {
 
 struct Kind {
     CaptureFailureKind operator()(const RecorderError::SessionRuntimeFailure&) const {
+        return CaptureFailureKind::deviceDead;
+    }
+    CaptureFailureKind operator()(const RecorderError::CameraTaken&) const {
         return CaptureFailureKind::deviceDead;
     }
     CaptureFailureKind operator()(const RecorderError::NoFramesReceived&) const {
@@ -30,7 +34,11 @@ struct Kind {
 } // namespace
 
 std::string RecorderError::userMessage() const {
-    return FailureTexts::of(*this);
+    return userMessage(Language::ofTheUser());
+}
+
+std::string RecorderError::userMessage(const Language& language) const {
+    return FailureTexts::of(*this, language);
 }
 
 CaptureFailureKind RecorderError::failureKind() const {

@@ -3,11 +3,14 @@
 
 #include "BrindleRecorderCore/Recordings/CaptureRecoveryPolicy.hpp"
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <variant>
 
 namespace brindle {
+
+class Language;
 
 /// A value.
 struct RecorderError {
@@ -16,6 +19,11 @@ struct RecorderError {
         std::string text;
         friend bool
         operator==(const SessionRuntimeFailure&, const SessionRuntimeFailure&) = default;
+    };
+    /// Another program has taken the running recording's camera; nothing where nobody knows which.
+    struct CameraTaken {
+        std::optional<std::string> program;
+        friend bool operator==(const CameraTaken&, const CameraTaken&) = default;
     };
     /// The .mp4 could not be made; the .mov is still there.
     struct RemuxFailed {
@@ -58,13 +66,16 @@ struct RecorderError {
     };
 
     std::variant<
-        SessionRuntimeFailure, RemuxFailed, RecordingStoppedUnexpectedly, Stalled, AlreadyRecording,
-        NotRecording, NoInputsAvailable, CannotAddVideoInput, CannotAddAudioInput, CannotAddOutput,
-        NoFramesReceived>
+        SessionRuntimeFailure, CameraTaken, RemuxFailed, RecordingStoppedUnexpectedly, Stalled,
+        AlreadyRecording, NotRecording, NoInputsAvailable, CannotAddVideoInput, CannotAddAudioInput,
+        CannotAddOutput, NoFramesReceived>
         value;
 
     static RecorderError sessionRuntimeFailure(std::string text) {
         return {SessionRuntimeFailure{std::move(text)}};
+    }
+    static RecorderError cameraTaken(std::optional<std::string> program) {
+        return {CameraTaken{std::move(program)}};
     }
     static RecorderError remuxFailed(std::string text) { return {RemuxFailed{std::move(text)}}; }
     static RecorderError recordingStoppedUnexpectedly(std::string text) {
@@ -79,8 +90,10 @@ struct RecorderError {
     static RecorderError cannotAddOutput() { return {CannotAddOutput{}}; }
     static RecorderError noFramesReceived() { return {NoFramesReceived{}}; }
 
-    /// The sentence that the user is shown.
+    /// The sentence that the user is shown, in the user's language; the log and sidecars have it in
+    /// English.
     [[nodiscard]] std::string userMessage() const;
+    [[nodiscard]] std::string userMessage(const Language& language) const;
     /// What may be done about it.
     [[nodiscard]] CaptureFailureKind failureKind() const;
 

@@ -40,7 +40,7 @@ class RecordingFiles {
     AppEnvironment environment_;
     RecordingsFolder folder_;
     EventLog log_;
-    Published<std::string> sizeText_{"0 bytes"};
+    Published<std::string> sizeText_{std::string{}}; // measured at once
 };
 
 } // namespace brindle

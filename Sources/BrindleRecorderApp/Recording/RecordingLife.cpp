@@ -6,6 +6,7 @@
 #include "BrindleRecorderApp/Shell/Notifier.hpp"
 #include "BrindleRecorderApp/Shell/Permissions.hpp"
 #include "BrindleRecorderApp/Words/RecordingTexts.hpp"
+#include "BrindleRecorderCore/Base/Language.hpp"
 #include "BrindleRecorderCore/Recordings/CaptureRecoveryPolicy.hpp"
 
 #include <fmt/format.h>
@@ -86,8 +87,7 @@ RecordingLife::RecordingLife(
         recorder_.retakeCamera();
     };
     cameraYield_.onLoss = [this](const CameraHolder& holder) {
-        recorder_.loseCamera(
-            RecordingMessages::cameraTaken(ProgramName::of(holder, processRegistry_)));
+        recorder_.loseCamera(ProgramName::of(holder, processRegistry_));
     };
 }
 
@@ -165,8 +165,9 @@ Task<void> RecordingLife::processFailure(
         error.failureKind(), failures, session_.state().get() == SessionState::recording(roomCode));
     const std::string message = error.userMessage();
     log_.diagnostic(fmt::format(
-        "capture failure #{} in room {}: {} file={} decision={}", failures, roomCode, message,
-        current_ ? current_->baseName : "-", describe(decision)));
+        "capture failure #{} in room {}: {} file={} decision={}", failures, roomCode,
+        error.userMessage(Language::english()), current_ ? current_->baseName : "-",
+        describe(decision)));
     if (!current_) {
         notifier_.tell(message);
         decision.restart ? session_.didFail(failed) : session_.giveUp(roomCode);
@@ -214,8 +215,8 @@ Task<void> RecordingLife::takeUpCamera() {
     std::optional<std::string> continuedIn = files_.uniqueBaseName();
     log_.diagnostic(
         fmt::format("camera available again: {} goes on in {}", segment.baseName, *continuedIn));
-    const SegmentCloser::Ended left =
-        co_await closer_.stopToGoOn(std::move(segment), RecordingMessages::cameraIsBack);
+    const SegmentCloser::Ended left = co_await closer_.stopToGoOn(
+        std::move(segment), RecordingMessages::cameraIsBack(Language::english()));
     if (!session_.isWanted(request)) {
         continuedIn.reset();
     }
@@ -224,7 +225,7 @@ Task<void> RecordingLife::takeUpCamera() {
         changed();
         co_return;
     }
-    notifier_.tell(RecordingMessages::restarting(RecordingMessages::cameraIsBack));
+    notifier_.tell(RecordingMessages::restarting(RecordingMessages::cameraIsBack()));
     co_await goOn(request, left, *continuedIn, false);
 }
 

@@ -7,6 +7,7 @@
 #include "BrindleRecorderApp/Shell/Notifier.hpp"
 #include "BrindleRecorderApp/Words/RecordingTexts.hpp"
 #include "BrindleRecorderCore/Base/FileManager.hpp"
+#include "BrindleRecorderCore/Base/Language.hpp"
 #include "BrindleRecorderCore/Recordings/SidecarUpdate.hpp"
 
 #include <fmt/format.h>
@@ -51,7 +52,7 @@ Task<SegmentCloser::Ended> SegmentCloser::convertFailed(Segment segment, Recorde
     const auto& folder = parts_.files.folder();
     Ended ended{
         .segment = std::move(segment),
-        .message = error.userMessage(),
+        .message = error.userMessage(Language::english()),
         .endedAt = parts_.dateProvider.now(),
         .closedAt = {},
     };
@@ -118,12 +119,14 @@ void SegmentCloser::keepWhateverWasRecorded(const Segment& segment, const Record
         EventLog::Level::error,
         fmt::format(
             "stop and keep failed: {} error={}; .mov {}; .mp4 {}; capture finished with: {}",
-            baseName, error.userMessage(), Diagnostics::fileState(files, movPath),
+            baseName, error.userMessage(Language::english()),
+            Diagnostics::fileState(files, movPath),
             Diagnostics::fileState(files, folder.mp4URL(baseName)), finishText));
     const bool somethingWasWritten = Diagnostics::fileSize(files, movPath).value_or(0) >= 1;
-    const std::string note = somethingWasWritten
-                                 ? RecordingNotes::conversionFailed(error.userMessage(), baseName)
-                                 : RecordingNotes::noVideoFile(finishText);
+    const std::string note =
+        somethingWasWritten
+            ? RecordingNotes::conversionFailed(error.userMessage(Language::english()), baseName)
+            : RecordingNotes::noVideoFile(finishText);
     finish(baseName, SidecarUpdate::noting(segment.sidecar, note), parts_.dateProvider.now());
     parts_.notifier.tell(
         somethingWasWritten ? RecordingMessages::keptAsMov(baseName)

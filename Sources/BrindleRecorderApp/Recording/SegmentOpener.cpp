@@ -6,6 +6,8 @@
 #include "BrindleRecorderApp/Shell/Notifier.hpp"
 #include "BrindleRecorderApp/Shell/Permissions.hpp"
 #include "BrindleRecorderApp/Words/RecordingTexts.hpp"
+#include "BrindleRecorderApp/Words/StatusText.hpp"
+#include "BrindleRecorderCore/Base/Language.hpp"
 #include "BrindleRecorderCore/Calls/CallNaming.hpp"
 #include "BrindleRecorderCore/Recordings/DiskSpacePolicy.hpp"
 #include "BrindleRecorderCore/Recordings/SidecarUpdate.hpp"
@@ -18,10 +20,8 @@ namespace brindle {
 
 namespace {
 
-constexpr const char* noDevice = "none";
-
 std::string nameOf(const std::optional<CaptureDeviceInfo>& device) {
-    return device ? device->localizedName : noDevice;
+    return device ? device->localizedName : RecordingNotes::noDevice;
 }
 
 /// The cameras to try, best first; nothing stands for going without a camera.
@@ -62,7 +62,7 @@ Task<SegmentOpener::Opening> SegmentOpener::open(
         co_return opening;
     }
     if (!granted) {
-        parts_.notifier.tell(RecordingMessages::microphoneDenied);
+        parts_.notifier.tell(RecordingMessages::microphoneDenied());
         parts_.session.didFail(request);
         co_return opening;
     }
@@ -89,7 +89,7 @@ bool SegmentOpener::diskSpaceAllowsRecording() const {
     const DiskSpaceVerdict verdict = parts_.files.diskSpace();
     const auto message = verdict.message();
     if (!verdict.allowsRecording()) {
-        parts_.notifier.tell(message.value_or(RecordingMessages::noDiskSpace));
+        parts_.notifier.tell(message.value_or(RecordingMessages::noDiskSpace()));
         return false;
     }
     if (message) {
@@ -181,9 +181,9 @@ void SegmentOpener::giveUp(
     bool continuing) {
     parts_.log.diagnostic("nothing could be opened for " + baseName);
     if (continuing) {
-        parts_.session.warn(request.roomCode, RecordingMessages::nothingReopened);
+        parts_.session.warn(request.roomCode, RecordingMessages::nothingReopened());
     } else {
-        parts_.notifier.tell(RecordingMessages::nothingOpened);
+        parts_.notifier.tell(RecordingMessages::nothingOpened());
     }
     sidecar = SidecarUpdate::noting(std::move(sidecar), RecordingNotes::nothingOpened);
     parts_.files.writeSidecar(
@@ -195,25 +195,26 @@ Segment SegmentOpener::didOpen(
     const RecordingRequest& request, const std::string& baseName, Sidecar sidecar,
     const ChosenDevices& chosen, const OpenedDevices& opened) {
     const bool isCameraTaken = opened.holder && !opened.camera;
-    std::optional<std::string> cameraNote;
-    if (!opened.camera || opened.camera != chosen.camera.device) {
+    const auto cameraNote = [&](const Language& language) {
         if (isCameraTaken) {
-            cameraNote = RecordingNotes::cameraInUse(
-                ProgramName::of(*opened.holder, parts_.processRegistry));
-        } else if (chosen.encoderMissing) {
-            cameraNote = RecordingNotes::noEncoder;
-        } else {
-            cameraNote = RecordingNotes::cameraNote(
-                chosen.camera.device, opened.camera, chosen.cameraAccessDenied);
+            return RecordingNotes::cameraInUse(
+                ProgramName::of(*opened.holder, parts_.processRegistry), language);
         }
-        sidecar = SidecarUpdate::noting(std::move(sidecar), *cameraNote);
+        if (chosen.encoderMissing) {
+            return RecordingNotes::noEncoder(language);
+        }
+        return RecordingNotes::cameraNote(
+            chosen.camera.device, opened.camera, chosen.cameraAccessDenied, language);
+    };
+    if (!opened.camera || opened.camera != chosen.camera.device) {
+        sidecar = SidecarUpdate::noting(std::move(sidecar), cameraNote(Language::english()));
         sidecar.videoDevice = nameOf(opened.camera);
         sidecar.fallbackUsed = true;
     }
     if (chosen.microphone.device && !opened.microphone) {
         // Pulled since the catalog was read.
         sidecar = SidecarUpdate::noting(std::move(sidecar), RecordingNotes::noMicrophone);
-        sidecar.audioDevice = noDevice;
+        sidecar.audioDevice = RecordingNotes::noDevice;
         sidecar.fallbackUsed = true;
     }
     parts_.files.writeSidecar(baseName, sidecar);
@@ -221,11 +222,12 @@ Segment SegmentOpener::didOpen(
         "recording: {} video={} audio={} fallback={}", baseName, sidecar.videoDevice,
         sidecar.audioDevice, sidecar.fallbackUsed));
     if (isCameraTaken) {
-        parts_.notifier.tell(*cameraNote);
+        parts_.notifier.tell(cameraNote(Language::ofTheUser()));
     } else if (sidecar.fallbackUsed) {
         parts_.notifier.tell(RecordingMessages::fallbackUsed(
             opened.camera ? std::optional{opened.camera->localizedName} : std::nullopt,
-            sidecar.audioDevice, cameraNote));
+            StatusText::microphoneInSidecar(sidecar.audioDevice),
+            opened.camera ? std::nullopt : std::optional{cameraNote(Language::ofTheUser())}));
     }
     return {
         .request = request,

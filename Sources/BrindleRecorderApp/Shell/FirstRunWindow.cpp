@@ -44,7 +44,7 @@ void FirstRunWindow::refresh() {
 SetupWindowContent
 FirstRunWindow::content(const std::vector<SetupItem>& items, const DesktopWords& words) {
     SetupWindowContent content{
-        .title = SetupTexts::windowTitle,
+        .title = SetupTexts::windowTitle(),
         .blocks = {
             SetupWindowContent::Heading{SetupTexts::heading},
             SetupWindowContent::Paragraph{SetupTexts::introduction(words)},
@@ -52,7 +52,7 @@ FirstRunWindow::content(const std::vector<SetupItem>& items, const DesktopWords&
     for (const SetupItem& item : items) {
         content.blocks.emplace_back(SetupWindowContent::Row{item.title, item.fixHint});
     }
-    content.blocks.emplace_back(SetupWindowContent::DefaultButton{SetupTexts::done});
+    content.blocks.emplace_back(SetupWindowContent::DefaultButton{SetupTexts::done()});
     return content;
 }
 

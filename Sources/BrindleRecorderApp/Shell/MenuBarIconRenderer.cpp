@@ -74,7 +74,7 @@ std::string MenuBarIconRenderer::accessibilityDescription(const MenuBarIconState
     if (const auto* message = state.errorMessage()) {
         return StatusText::iconError(*message);
     }
-    return state.isRecording() ? StatusText::iconRecording : StatusText::iconIdle;
+    return state.isRecording() ? StatusText::iconRecording() : StatusText::iconIdle();
 }
 
 } // namespace brindle

@@ -24,6 +24,11 @@ MenuItem submenu(std::string id, std::string title, std::vector<MenuItem> items)
     return {std::move(id), MenuItem::Submenu{std::move(title), std::move(items)}};
 }
 
+/// Programs have the same name in every language.
+std::string nameOf(const CallAppFamily& family) {
+    return family.id == CallCatalog::otherApps().id ? MenuTexts::otherApps() : family.name;
+}
+
 class MenuBuilder {
   public:
     MenuBuilder(AppModel& model, const DesktopWords& words) : model_{model}, words_{words} {}
@@ -66,7 +71,7 @@ CommandedMenu MenuBuilder::build(Command openCompanion) {
     if (openCompanion) {
         addSection(
             "companion",
-            {button("companion.open", MenuTexts::openCompanion, std::move(openCompanion))});
+            {button("companion.open", MenuTexts::openCompanion(), std::move(openCompanion))});
     }
     addSection("status", status());
     addSection("devices", devicePickers());
@@ -100,8 +105,9 @@ Items MenuBuilder::status() {
                 model.answerPendingAsk(record);
             };
         };
-        items.push_back(button(MenuLine::answerRecord + *label, NoticeTexts::record, answer(true)));
-        items.push_back(button(MenuLine::answerSkip + *label, NoticeTexts::skip, answer(false)));
+        items.push_back(
+            button(MenuLine::answerRecord + *label, NoticeTexts::record(), answer(true)));
+        items.push_back(button(MenuLine::answerSkip + *label, NoticeTexts::skip(), answer(false)));
     }
     return items;
 }
@@ -110,15 +116,15 @@ Items MenuBuilder::devicePickers() {
     return {
         devicePicker(
             {.id = "camera",
-             .title = MenuTexts::camera,
-             .noneFound = MenuTexts::noCameras,
+             .title = MenuTexts::camera(),
+             .noneFound = MenuTexts::noCameras(),
              .devices = model_.devices.cameras().get(),
              .systemDefault = model_.devices.systemDefaultCamera().get(),
              .preferred = model_.settings.preferredVideoDeviceID}),
         devicePicker(
             {.id = "microphone",
-             .title = MenuTexts::microphone,
-             .noneFound = MenuTexts::noMicrophones,
+             .title = MenuTexts::microphone(),
+             .noneFound = MenuTexts::noMicrophones(),
              .devices = model_.devices.microphones().get(),
              .systemDefault = model_.devices.systemDefaultMicrophone().get(),
              .preferred = model_.settings.preferredAudioDeviceID})};
@@ -154,15 +160,15 @@ Items MenuBuilder::recordingCommands() {
     Items items;
     if (model_.sessionState.get().isRecording()) {
         items.push_back(
-            button(MenuLine::stopRecording, MenuTexts::stopRecording, [&model = model_] {
+            button(MenuLine::stopRecording, MenuTexts::stopRecording(), [&model = model_] {
                 model.stopRecordingFromMenu();
             }));
         items.push_back(
-            button(MenuLine::stopAndDiscard, MenuTexts::stopAndDiscard, [&model = model_] {
+            button(MenuLine::stopAndDiscard, MenuTexts::stopAndDiscard(), [&model = model_] {
                 model.stopAndDiscard();
             }));
     } else {
-        items.push_back(button(MenuLine::recordNow, MenuTexts::recordNow, [&model = model_] {
+        items.push_back(button(MenuLine::recordNow, MenuTexts::recordNow(), [&model = model_] {
             model.recordNowFromMenu();
         }));
     }
@@ -171,7 +177,7 @@ Items MenuBuilder::recordingCommands() {
 }
 
 MenuItem MenuBuilder::settings() {
-    Items items{text("settings.heading", MenuTexts::autoRecordHeading)};
+    Items items{text("settings.heading", MenuTexts::autoRecordHeading())};
     for (const CallAppFamily& family : CallCatalog::allFamilies()) {
         if (words_.absentFamilies.contains(family.id)) {
             continue;
@@ -180,28 +186,29 @@ MenuItem MenuBuilder::settings() {
             return !model.settings.disabledCallFamilies.get().contains(id);
         };
         items.push_back(toggle(
-            "settings.family." + family.id, family.name, isOn(),
+            "settings.family." + family.id, nameOf(family), isOn(),
             [&model = model_, id = family.id, isOn] { model.setAutoRecord(id, !isOn()); }));
     }
     // No further program to tick.
     items.push_back({"settings.divider.ask", MenuItem::Divider{}});
     auto& ask = model_.settings.askBeforeRecording;
-    items.push_back(toggle(
-        "settings.ask", MenuTexts::askBeforeRecording, ask.get(), [&ask] { ask.set(!ask.get()); }));
-    return submenu("settings", MenuTexts::settings, std::move(items));
+    items.push_back(toggle("settings.ask", MenuTexts::askBeforeRecording(), ask.get(), [&ask] {
+        ask.set(!ask.get());
+    }));
+    return submenu("settings", MenuTexts::settings(), std::move(items));
 }
 
 Items MenuBuilder::folder() {
     return {
         button(
-            MenuLine::openFolder, MenuTexts::openFolder,
+            MenuLine::openFolder, MenuTexts::openFolder(),
             [&model = model_] { model.openRecordingsFolder(); }),
         text("folder.size", MenuTexts::folderSize(model_.folderSizeText.get()))};
 }
 
 Items MenuBuilder::launchAtLogin() {
     auto& login = model_.launchAtLogin;
-    Items items{toggle("login", MenuTexts::launchAtLogin, login.isEnabled().get(), [&login] {
+    Items items{toggle("login", MenuTexts::launchAtLogin(), login.isEnabled().get(), [&login] {
         login.set(!login.isEnabled().get());
     })};
     if (const auto& error = login.lastError().get()) {
@@ -221,12 +228,12 @@ MenuItem MenuBuilder::setup() const {
             items.push_back(text("setup." + item.id + ".hint", *item.fixHint));
         }
     }
-    return submenu("setup", MenuTexts::setup, std::move(items));
+    return submenu("setup", MenuTexts::setup(), std::move(items));
 }
 
 MenuItem MenuBuilder::quit() {
     return button(
-        MenuLine::quit, MenuTexts::quit, [&model = model_] { model.requestQuit(); },
+        MenuLine::quit, MenuTexts::quit(), [&model = model_] { model.requestQuit(); },
         MenuShortcut{'q'});
 }
 

@@ -29,7 +29,7 @@ void MissingTrayNotice::look() {
         return;
     }
     model_.notifier.post(
-        NoticeTexts::missingTrayTitle, NoticeTexts::missingTrayBody,
+        NoticeTexts::missingTrayTitle(), NoticeTexts::missingTrayBody(),
         [&state = environment_.state] { state.setBoolean(hasBeenTold, true); });
 }
 

@@ -43,14 +43,14 @@ std::vector<NotificationCategory> Notifier::categories(bool withRecording) {
     all.push_back(
         {.identifier = askCategory,
          .actions = {
-             {.identifier = recordAction, .title = NoticeTexts::record},
-             {.identifier = skipAction, .title = NoticeTexts::skip}}});
+             {.identifier = recordAction, .title = NoticeTexts::record()},
+             {.identifier = skipAction, .title = NoticeTexts::skip()}}});
     if (withRecording) {
         all.push_back(
             {.identifier = recordingCategory,
              .actions = {
-                 {.identifier = stopAction, .title = MenuTexts::stopRecording},
-                 {.identifier = discardAction, .title = MenuTexts::stopAndDiscard}}});
+                 {.identifier = stopAction, .title = MenuTexts::stopRecording()},
+                 {.identifier = discardAction, .title = MenuTexts::stopAndDiscard()}}});
     }
     return all;
 }
@@ -61,7 +61,7 @@ void Notifier::postAsk(const std::string& label, const std::string& body) {
     }
     notifications_.post(
         {.identifier = askIdentifier(label),
-         .title = NoticeTexts::askTitle,
+         .title = NoticeTexts::askTitle(),
          .body = body,
          .categoryIdentifier = askCategory,
          .label = label});
@@ -83,7 +83,7 @@ void Notifier::postRecording(const std::string& body) {
     recording_ = makeIdentifier_();
     notifications_.post(
         {.identifier = *recording_,
-         .title = NoticeTexts::recordingTitle,
+         .title = NoticeTexts::recordingTitle(),
          .body = body,
          .categoryIdentifier = recordingCategory,
          .label = {},

@@ -11,7 +11,7 @@ namespace brindle {
 
 namespace {
 
-SetupItem item(const char* id, const char* title, const std::string& hint, bool satisfied) {
+SetupItem item(const char* id, const std::string& title, const std::string& hint, bool satisfied) {
     return {.id = id, .title = title, .fixHint = satisfied ? std::nullopt : std::optional{hint}};
 }
 
@@ -23,12 +23,12 @@ bool isAuthorized(const CaptureSystem& captureSystem, MediaType mediaType) {
 
 std::vector<SetupItem> SetupChecklist::items(const SetupState& state, const DesktopWords& words) {
     return {
-        item("camera", SetupTexts::cameraAccess, words.cameraHint, state.cameraAuthorized),
+        item("camera", SetupTexts::cameraAccess(), words.cameraHint, state.cameraAuthorized),
         item(
-            "microphone", SetupTexts::microphoneAccess, words.microphoneHint,
+            "microphone", SetupTexts::microphoneAccess(), words.microphoneHint,
             state.microphoneAuthorized),
         item(
-            "windowTitles", SetupTexts::windowTitles, words.windowTitlesHint,
+            "windowTitles", SetupTexts::windowTitles(), words.windowTitlesHint,
             state.windowTitlesAllowed)};
 }
 

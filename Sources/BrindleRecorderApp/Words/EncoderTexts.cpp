@@ -27,7 +27,7 @@ std::vector<std::string> EncoderTexts::lines(const EncoderSearch::Outcome& outco
     if (outcome.isUndecided) {
         lines.push_back("encoder: not decided; each recording takes what it finds");
     } else if (!outcome.chosen) {
-        lines.push_back(fmt::format("encoder: none. {}", noneWorks));
+        lines.push_back(fmt::format("encoder: none. {}", noneWorks(Language::english())));
     }
     return lines;
 }

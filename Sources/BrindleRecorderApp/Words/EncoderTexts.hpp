@@ -2,18 +2,22 @@
 #pragma once
 
 #include "BrindleRecorderApp/Recording/EncoderSearch.hpp"
+#include "BrindleRecorderCore/Base/Language.hpp"
 
 #include <string>
 #include <vector>
 
 namespace brindle {
 
-/// Pure functions and constants; any thread.
+/// Pure functions; any thread.
 struct EncoderTexts {
-    static constexpr const char* noneWorks =
-        "No video encoder works on this system, so calls are recorded without a picture.";
+    static std::string noneWorks(const Language& language) {
+        return language.say(
+            "No video encoder works on this system, so calls are recorded without a picture.");
+    }
 
-    /// One line for each trial, and one that says so when none is chosen or nothing is decided.
+    /// For terminals and the log, in English. One line for each trial, and one that says so when
+    /// none is chosen or nothing is decided.
     static std::vector<std::string> lines(const EncoderSearch::Outcome& outcome);
 };
 

@@ -9,43 +9,53 @@ namespace brindle {
 namespace {
 
 struct Wording {
+    const Language& in;
+
     std::string operator()(const RecorderError::SessionRuntimeFailure& error) const {
-        return "Capture stopped: " + error.text;
+        return in.say("Capture stopped: {reason}", fmt::arg("reason", error.text));
+    }
+    std::string operator()(const RecorderError::CameraTaken& error) const {
+        return error.program ? in.say(
+                                   "Capture stopped: {program} is using the camera.",
+                                   fmt::arg("program", *error.program))
+                             : in.say("Capture stopped: Another program is using the camera.");
     }
     std::string operator()(const RecorderError::RemuxFailed& error) const {
-        return "Converting to MP4 failed: " + error.text;
+        return in.say("Converting to MP4 failed: {reason}", fmt::arg("reason", error.text));
     }
     std::string operator()(const RecorderError::RecordingStoppedUnexpectedly& error) const {
-        return fmt::format("Recording stopped on its own ({}).", error.text);
+        return in.say("Recording stopped on its own ({reason}).", fmt::arg("reason", error.text));
     }
     std::string operator()(const RecorderError::Stalled& error) const {
-        return fmt::format("Nothing was written for {} s.", error.seconds);
+        return in.say("Nothing was written for {seconds} s.", fmt::arg("seconds", error.seconds));
     }
     std::string operator()(const RecorderError::AlreadyRecording&) const {
-        return "Already recording.";
+        return in.say("Already recording.");
     }
-    std::string operator()(const RecorderError::NotRecording&) const { return "Not recording."; }
+    std::string operator()(const RecorderError::NotRecording&) const {
+        return in.say("Not recording.");
+    }
     std::string operator()(const RecorderError::NoInputsAvailable&) const {
-        return "No camera or microphone could be opened.";
+        return in.say("No camera or microphone could be opened.");
     }
     std::string operator()(const RecorderError::CannotAddVideoInput&) const {
-        return "The camera could not be opened.";
+        return in.say("The camera could not be opened.");
     }
     std::string operator()(const RecorderError::CannotAddAudioInput&) const {
-        return "The microphone could not be opened.";
+        return in.say("The microphone could not be opened.");
     }
     std::string operator()(const RecorderError::CannotAddOutput&) const {
-        return "The capture session could not write a file.";
+        return in.say("The capture session could not write a file.");
     }
     std::string operator()(const RecorderError::NoFramesReceived&) const {
-        return "The camera delivered no frames.";
+        return in.say("The camera delivered no frames.");
     }
 };
 
 } // namespace
 
-std::string FailureTexts::of(const RecorderError& error) {
-    return std::visit(Wording{}, error.value);
+std::string FailureTexts::of(const RecorderError& error, const Language& language) {
+    return std::visit(Wording{language}, error.value);
 }
 
 std::string FailureTexts::unknownExportFailure(int status) {
@@ -71,7 +81,7 @@ std::string FailureTexts::alreadyThere(const std::filesystem::path& file) {
 }
 
 std::string FailureTexts::kept(const RecorderError& error, const std::string& movie) {
-    return fmt::format("{} {} was kept.", of(error), movie);
+    return fmt::format("{} {} was kept.", of(error, Language::english()), movie);
 }
 
 } // namespace brindle

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "BrindleRecorderApp/Recording/RecorderError.hpp"
+#include "BrindleRecorderCore/Base/Language.hpp"
 
 #include <filesystem>
 #include <string>
@@ -10,9 +11,9 @@ namespace brindle {
 
 /// Pure functions and constants; any thread. Errors of the platform keep their own words.
 struct FailureTexts {
-    static std::string of(const RecorderError& error);
+    static std::string of(const RecorderError& error, const Language& language);
 
-    // Of conversions.
+    // Of conversions; only the log, sidecars and terminals have them, in English.
     static constexpr const char* noExportSession = "Could not create a passthrough export session.";
     static constexpr const char* cannotWriteMP4 =
         "Passthrough export cannot write MP4 for this asset.";

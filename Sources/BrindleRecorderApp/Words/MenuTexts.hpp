@@ -1,48 +1,58 @@
 // The words of the menu.
 #pragma once
 
-#include <fmt/format.h>
+#include "BrindleRecorderCore/Base/Language.hpp"
 
 #include <optional>
 #include <string>
 
 namespace brindle {
 
-/// Pure functions and constants; any thread.
+/// In the user's language. Pure functions; any thread.
 struct MenuTexts {
-    static constexpr const char* openCompanion = "Open Brindle Content System";
+    static std::string openCompanion() { return say("Open Brindle Content System"); }
 
-    static constexpr const char* camera = "Camera";
-    static constexpr const char* noCameras = "No cameras found";
-    static constexpr const char* microphone = "Microphone";
-    static constexpr const char* noMicrophones = "No microphones found";
+    static std::string camera() { return say("Camera"); }
+    static std::string noCameras() { return say("No cameras found"); }
+    static std::string microphone() { return say("Microphone"); }
+    static std::string noMicrophones() { return say("No microphones found"); }
 
-    static constexpr const char* recordNow = "Record now";
-    static constexpr const char* stopRecording = "Stop recording";
-    static constexpr const char* stopAndDiscard = "Stop and Discard";
+    static std::string recordNow() { return say("Record now"); }
+    static std::string stopRecording() { return say("Stop recording"); }
+    static std::string stopAndDiscard() { return say("Stop and Discard"); }
 
-    static constexpr const char* settings = "Settings";
-    static constexpr const char* autoRecordHeading = "Auto-record calls in:";
-    static constexpr const char* askBeforeRecording = "Ask before recording";
+    static std::string settings() { return say("Settings"); }
+    // Translators: a heading; the names of programs follow, each with a check box.
+    static std::string autoRecordHeading() { return say("Auto-record calls in:"); }
+    // Translators: the last of the programs; stands for all that have no name of their own there.
+    static std::string otherApps() { return say("Other apps using the microphone"); }
+    static std::string askBeforeRecording() { return say("Ask before recording"); }
 
-    static constexpr const char* openFolder = "Open Recordings Folder";
-    static constexpr const char* launchAtLogin = "Launch at Login";
-    static constexpr const char* setup = "Permissions and Setup";
-    static constexpr const char* quit = "Quit Brindle Recorder";
+    static std::string openFolder() { return say("Open Recordings Folder"); }
+    static std::string launchAtLogin() { return say("Launch at Login"); }
+    static std::string setup() { return say("Permissions and Setup"); }
+    static std::string quit() { return say("Quit Brindle Recorder"); }
 
-    static std::string warning(const std::string& text) { return "Warning: " + text; }
+    static std::string warning(const std::string& text) {
+        return say("Warning: {text}", fmt::arg("text", text));
+    }
     static std::string device(const std::string& name, bool isChosen) {
         return isChosen ? "✓ " + name : name;
     }
     static std::string systemDefault(const std::optional<std::string>& name, bool isChosen) {
-        return device(fmt::format("System default ({})", name.value_or("none")), isChosen);
+        return device(
+            name ? say("System default ({device})", fmt::arg("device", *name))
+                 : say("System default (none)"),
+            isChosen);
+    }
+    static std::string folderSize(const std::string& size) {
+        return say("Recordings folder: {size}", fmt::arg("size", size));
     }
     static std::string setupItem(const std::string& title, bool isDone) {
         return (isDone ? "✓ " : "○ ") + title;
     }
-    static std::string folderSize(const std::string& size) { return "Recordings folder: " + size; }
     static std::string loginFailed(const std::string& error) {
-        return "Launch at login failed: " + error;
+        return say("Launch at login failed: {reason}", fmt::arg("reason", error));
     }
 };
 

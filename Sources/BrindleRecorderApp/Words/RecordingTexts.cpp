@@ -6,14 +6,6 @@
 
 namespace brindle {
 
-namespace {
-
-std::string nameOf(const std::optional<std::string>& program) {
-    return program.value_or("Another program");
-}
-
-} // namespace
-
 std::string RecordingNotes::continues(const std::string& baseName) {
     return fmt::format("continues {}.mp4 after capture failure", baseName);
 }
@@ -27,25 +19,32 @@ std::string RecordingNotes::deviceUnavailable(
 
 std::string RecordingNotes::cameraNote(
     const std::optional<CaptureDeviceInfo>& resolved, const std::optional<CaptureDeviceInfo>& used,
-    bool cameraAccessDenied) {
+    bool cameraAccessDenied, const Language& language) {
     if (resolved && used) {
-        return fmt::format(
-            "Camera {} refused to open; recorded with {}.", resolved->localizedName,
-            used->localizedName);
+        return language.say(
+            "Camera {camera} refused to open; recorded with {other}.",
+            fmt::arg("camera", resolved->localizedName), fmt::arg("other", used->localizedName));
     }
     if (resolved) {
-        return fmt::format(
-            "Camera {} refused to open; recorded audio only.", resolved->localizedName);
+        return language.say(
+            "Camera {camera} refused to open; recorded audio only.",
+            fmt::arg("camera", resolved->localizedName));
     }
     if (used) {
-        return fmt::format("No camera was resolved; recorded with {}.", used->localizedName);
+        return language.say(
+            "No camera was resolved; recorded with {camera}.",
+            fmt::arg("camera", used->localizedName));
     }
-    return cameraAccessDenied ? "Camera access is denied; recorded audio only."
-                              : "No camera was available; recorded audio only.";
+    return cameraAccessDenied ? language.say("Camera access is denied; recorded audio only.")
+                              : language.say("No camera was available; recorded audio only.");
 }
 
-std::string RecordingNotes::cameraInUse(const std::optional<std::string>& holder) {
-    return fmt::format("{} is using the camera; recording sound only.", nameOf(holder));
+std::string
+RecordingNotes::cameraInUse(const std::optional<std::string>& holder, const Language& language) {
+    return holder ? language.say(
+                        "{program} is using the camera; recording sound only.",
+                        fmt::arg("program", *holder))
+                  : language.say("Another program is using the camera; recording sound only.");
 }
 
 std::string RecordingNotes::captureFailure(
@@ -69,44 +68,53 @@ std::string RecordingNotes::noVideoFile(const std::string& finishError) {
 std::string RecordingMessages::fallbackUsed(
     const std::optional<std::string>& cameraName, const std::string& microphoneName,
     const std::optional<std::string>& cameraNote) {
+    const auto microphone = fmt::arg("microphone", microphoneName);
     if (cameraName) {
-        return fmt::format("Recording with {} / {}.", *cameraName, microphoneName);
+        return say(
+            "Recording with {camera} / {microphone}.", fmt::arg("camera", *cameraName), microphone);
     }
-    return fmt::format(
-        "Recording audio only, with no camera: {}.{}", microphoneName,
-        cameraNote ? " " + *cameraNote : "");
-}
-
-std::string RecordingMessages::cameraTaken(const std::optional<std::string>& holder) {
-    return fmt::format("{} is using the camera.", nameOf(holder));
+    return cameraNote ? say("Recording audio only, with no camera: {microphone}. {why}", microphone,
+                            fmt::arg("why", *cameraNote))
+                      : say("Recording audio only, with no camera: {microphone}.", microphone);
 }
 
 std::string RecordingMessages::keptAsMov(const std::string& baseName) {
-    return fmt::format("The MP4 conversion failed, so the recording was kept as {}.mov.", baseName);
+    return say(
+        "The MP4 conversion failed, so the recording was kept as {name}.mov.",
+        fmt::arg("name", baseName));
 }
 
 std::string RecordingMessages::lost(const std::string& baseName) {
-    return fmt::format("The recording {} was lost: no video file was written.", baseName);
+    return say(
+        "The recording {name} was lost: no video file was written.", fmt::arg("name", baseName));
 }
 
 std::string RecordingMessages::restarting(const std::string& error) {
-    return error + " Restarting capture into a new file.";
+    return say("{error} Restarting capture into a new file.", fmt::arg("error", error));
 }
 
 std::string RecordingMessages::stoppedAt(const std::string& time, const std::string& error) {
-    return fmt::format("Recording stopped at {}: {}", time, error);
+    return say(
+        "Recording stopped at {time}: {error}", fmt::arg("time", time), fmt::arg("error", error));
 }
 
 std::string RecordingMessages::problemAt(
     const std::string& time, const std::string& error,
     const std::optional<std::string>& continuedIn) {
-    return fmt::format(
-        "Capture problem at {}: {} Recording continues in {}.", time, error,
-        continuedIn ? *continuedIn + ".mp4" : "a new file");
+    const auto when = fmt::arg("time", time);
+    const auto what = fmt::arg("error", error);
+    return continuedIn
+               ? say("Capture problem at {time}: {error} Recording continues in {name}.mp4.", when,
+                     what, fmt::arg("name", *continuedIn))
+               : say("Capture problem at {time}: {error} Recording continues in a new "
+                     "file.",
+                     when, what);
 }
 
 std::string RecordingMessages::recovered(std::size_t count) {
-    return fmt::format("Recovered {} interrupted recording(s).", count);
+    return Language::ofTheUser().sayCount(
+        "Recovered {count} interrupted recording(s).",
+        "Recovered {count} interrupted recording(s).", count);
 }
 
 std::string RecordingMessages::timeOfDay(Date date, const TimeZone& timeZone) {

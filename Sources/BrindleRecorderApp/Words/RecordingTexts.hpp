@@ -2,6 +2,7 @@
 #pragma once
 
 #include "BrindleRecorderCore/Base/Date.hpp"
+#include "BrindleRecorderCore/Base/Language.hpp"
 #include "BrindleRecorderCore/Base/TimeZone.hpp"
 #include "BrindleRecorderCore/Recordings/DeviceSelection.hpp"
 
@@ -11,13 +12,15 @@
 
 namespace brindle {
 
-/// Notes in sidecars. Pure functions; any thread.
+/// Notes in sidecars, in English; what the user is told in the same words, in the user's language
+/// too. Pure functions; any thread.
 struct RecordingNotes {
+    /// Stands where a device is named, and there was none.
+    static constexpr const char* noDevice = "none";
     static constexpr const char* noMicrophone =
         "No microphone was available; recorded without audio.";
     static constexpr const char* nothingOpened =
         "No camera or microphone could be opened; nothing was recorded.";
-    static constexpr const char* noEncoder = "No video encoder works here; recorded audio only.";
     static constexpr const char* noPartialFile = "No partial recording file was found.";
     static constexpr const char* partialConversionFailed =
         "Converting the partial recording to .mp4 failed; the .mov was left in place.";
@@ -35,11 +38,16 @@ struct RecordingNotes {
     /// Why the camera that is used, if any, is not the one that was chosen, if any.
     static std::string cameraNote(
         const std::optional<CaptureDeviceInfo>& resolved,
-        const std::optional<CaptureDeviceInfo>& used, bool cameraAccessDenied);
+        const std::optional<CaptureDeviceInfo>& used, bool cameraAccessDenied,
+        const Language& language = Language::english());
 
     /// Why there is no picture although there is a camera. Without the holder's name where nobody
     /// knows it.
-    static std::string cameraInUse(const std::optional<std::string>& holder);
+    static std::string
+    cameraInUse(const std::optional<std::string>& holder, const Language& language);
+    static std::string noEncoder(const Language& language) {
+        return language.say("No video encoder works here; recorded audio only.");
+    }
 
     /// The failed segment's note; `continuedIn` is the base name of the next one.
     static std::string captureFailure(
@@ -50,20 +58,23 @@ struct RecordingNotes {
     static std::string noVideoFile(const std::string& finishError);
 };
 
-/// Notifications and warnings. Pure functions; any thread.
+/// Notifications and warnings, in the user's language. Pure functions; any thread.
 struct RecordingMessages {
     static constexpr const char* title = "Brindle Recorder";
-    static constexpr const char* noDiskSpace = "Not enough free disk space.";
-    static constexpr const char* microphoneDenied =
-        "Microphone access is denied, so nothing could be recorded.";
-    static constexpr const char* nothingOpened =
-        "Could not open any camera or microphone. Nothing was recorded.";
-    static constexpr const char* cameraIsBack = "The camera is available again.";
-    static constexpr const char* nothingReopened =
-        "Recording stopped: no camera or microphone could be reopened.";
-
-    /// Why a recording lost its camera. Without the holder's name where nobody knows it.
-    static std::string cameraTaken(const std::optional<std::string>& holder);
+    static std::string noDiskSpace() { return say("Not enough free disk space."); }
+    static std::string microphoneDenied() {
+        return say("Microphone access is denied, so nothing could be recorded.");
+    }
+    static std::string nothingOpened() {
+        return say("Could not open any camera or microphone. Nothing was recorded.");
+    }
+    static std::string nothingReopened() {
+        return say("Recording stopped: no camera or microphone could be reopened.");
+    }
+    /// Stands in the sidecar as well, in English.
+    static std::string cameraIsBack(const Language& language = Language::ofTheUser()) {
+        return language.say("The camera is available again.");
+    }
 
     /// `cameraNote` is added where there is no camera.
     static std::string fallbackUsed(

@@ -1,5 +1,7 @@
 #include "BrindleRecorderApp/Words/StatusText.hpp"
 
+#include "BrindleRecorderApp/Words/RecordingTexts.hpp"
+
 #include <algorithm>
 #include <cstdint>
 #include <fmt/format.h>
@@ -8,15 +10,28 @@ namespace brindle {
 
 std::string StatusText::statusLine(const SessionState& state, const Facts& facts) {
     if (state.isRecording()) {
-        return fmt::format(
-            "Recording {} — {}{} / {}", elapsedText(facts.elapsed.value_or(Seconds{0})),
-            facts.callName ? *facts.callName + " — " : "", facts.camera, facts.microphone);
+        const std::string elapsed = elapsedText(facts.elapsed.value_or(Seconds{0}));
+        const auto time = fmt::arg("time", elapsed);
+        const auto camera = fmt::arg("camera", facts.camera);
+        const auto microphone = fmt::arg("microphone", facts.microphone);
+        return facts.callName
+                   ? say("Recording {time} — {call} — {camera} / {microphone}", time,
+                         fmt::arg("call", *facts.callName), camera, microphone)
+                   : say("Recording {time} — {camera} / {microphone}", time, camera, microphone);
     }
     if (state.isArmed()) {
-        return "Not recording this call";
+        return say("Not recording this call");
     }
-    return facts.waitingForAnswer ? "Call detected — record it? (see notification)"
-                                  : "Idle — watching for calls";
+    return facts.waitingForAnswer ? say("Call detected — record it? (see notification)")
+                                  : say("Idle — watching for calls");
+}
+
+std::string StatusText::cameraInSidecar(const std::string& name) {
+    return name == RecordingNotes::noDevice ? sayOf("camera", "none") : name;
+}
+
+std::string StatusText::microphoneInSidecar(const std::string& name) {
+    return name == RecordingNotes::noDevice ? sayOf("microphone", "none") : name;
 }
 
 std::string StatusText::elapsedText(Seconds elapsed) {
@@ -26,7 +41,7 @@ std::string StatusText::elapsedText(Seconds elapsed) {
 
 std::string StatusText::displayName(const CallSource& source) {
     if (source.kind == CallSource::Kind::manual) {
-        return "Manual recording";
+        return say("Manual recording");
     }
     if (source.kind == CallSource::Kind::browser && source.site) {
         return fmt::format("{} ({})", source.app, *source.site);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "BrindleRecorderCore/Base/Date.hpp"
+#include "BrindleRecorderCore/Base/Language.hpp"
 #include "BrindleRecorderCore/Calls/CallSource.hpp"
 #include "BrindleRecorderCore/Calls/SessionState.hpp"
 
@@ -10,7 +11,7 @@
 
 namespace brindle {
 
-/// Pure functions; any thread.
+/// In the user's language. Pure functions; any thread.
 struct StatusText {
     struct Facts {
         std::optional<Seconds> elapsed; ///< since the recording began
@@ -20,14 +21,17 @@ struct StatusText {
         bool waitingForAnswer = false; ///< a record prompt is showing
     };
 
-    static constexpr const char* noCamera = "No camera";
-    static constexpr const char* noMicrophone = "No microphone";
+    static std::string noCamera() { return say("No camera"); }
+    static std::string noMicrophone() { return say("No microphone"); }
+    /// What a recording's sidecar says of its devices, for people.
+    static std::string cameraInSidecar(const std::string& name);
+    static std::string microphoneInSidecar(const std::string& name);
 
     // What the icon says to whom cannot see it.
-    static constexpr const char* iconIdle = "Brindle Recorder: idle";
-    static constexpr const char* iconRecording = "Brindle Recorder: recording";
+    static std::string iconIdle() { return say("Brindle Recorder: idle"); }
+    static std::string iconRecording() { return say("Brindle Recorder: recording"); }
     static std::string iconError(const std::string& message) {
-        return "Brindle Recorder: error, " + message;
+        return say("Brindle Recorder: error, {message}", fmt::arg("message", message));
     }
 
     /// One line that says what the program is doing.

@@ -1,16 +1,29 @@
 #include "BrindleRecorderCore/Recordings/DiskSpacePolicy.hpp"
 
+#include "BrindleRecorderCore/Base/ByteCount.hpp"
+
 #include <fmt/format.h>
 
 namespace brindle {
+
+namespace {
+
+std::string oneDecimal(double number) {
+    std::string text = fmt::format("{:.1f}", number);
+    return text.replace(text.find('.'), 1, ByteCount::decimalSign(Language::ofTheUser()));
+}
+
+} // namespace
 
 std::optional<std::string> DiskSpaceVerdict::message() const {
     if (kind == Kind::ok) {
         return std::nullopt;
     }
-    return fmt::format(
-        "Only {:.1f} GB free — {}.", static_cast<double>(freeBytes) / 1e9,
-        kind == Kind::warn ? "recording anyway" : "not recording this call");
+    const std::string number = oneDecimal(static_cast<double>(freeBytes) / 1e9);
+    const auto gigabytes = fmt::arg("gigabytes", number);
+    return kind == Kind::warn
+               ? say("Only {gigabytes} GB free — recording anyway.", gigabytes)
+               : say("Only {gigabytes} GB free — not recording this call.", gigabytes);
 }
 
 DiskSpaceVerdict DiskSpacePolicy::verdict(std::int64_t freeBytes) {

@@ -1,5 +1,7 @@
 #include "BrindleRecorderCore/Recordings/MenuBarIconState.hpp"
 
+#include "BrindleRecorderCore/Base/Language.hpp"
+
 namespace brindle {
 
 MenuBarIconState MenuBarIconStateMapper::state(
@@ -11,7 +13,7 @@ MenuBarIconState MenuBarIconStateMapper::state(
         return MenuBarIconState::error(*recordingError);
     }
     if (setupProblem) {
-        return MenuBarIconState::error("Setup needs attention (see Permissions and Setup)");
+        return MenuBarIconState::error(say("Setup needs attention (see Permissions and Setup)"));
     }
     return MenuBarIconState::idle();
 }
@@ -19,7 +21,7 @@ MenuBarIconState MenuBarIconStateMapper::state(
 std::string
 MenuBarIconStateMapper::statusLine(const MenuBarIconState& state, const std::string& idleLine) {
     if (const auto* message = state.errorMessage()) {
-        return "Error: " + *message;
+        return say("Error: {message}", fmt::arg("message", *message));
     }
     return idleLine;
 }

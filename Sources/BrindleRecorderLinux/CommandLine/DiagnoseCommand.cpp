@@ -256,7 +256,7 @@ std::string freeSpace(const FileManager& files) {
          folder = folder.parent_path()) {
         const auto bytes = files.availableCapacity(folder);
         if (bytes && *bytes) {
-            return ByteCount::format(**bytes);
+            return ByteCount::format(**bytes, Language::english());
         }
         if (folder == folder.root_path()) {
             break;

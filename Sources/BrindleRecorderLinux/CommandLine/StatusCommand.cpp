@@ -1,6 +1,7 @@
 #include "BrindleRecorderLinux/CommandLine/StatusCommand.hpp"
 
 #include "BrindleRecorderApp/AppInfo.hpp"
+#include "BrindleRecorderApp/Words/MenuTexts.hpp"
 #include "BrindleRecorderLinux/Bus/BusCalls.hpp"
 #include "BrindleRecorderLinux/Bus/BusOnLoop.hpp"
 #include "BrindleRecorderLinux/Bus/BusService.hpp"
@@ -66,7 +67,7 @@ void print(const StatusCommand& command, const std::optional<Properties>& status
     }
     printLine(command.output, text(*status, "StatusLine"));
     if (const auto warning = text(*status, "Warning"); !warning.empty()) {
-        printLine(command.output, "Warning: " + warning);
+        printLine(command.output, MenuTexts::warning(warning));
     }
 }
 

@@ -1,6 +1,7 @@
 #include "BrindleRecorderLinux/Logind/LogindSystemEvents.hpp"
 
 #include "BrindleRecorderCore/Base/FileDescriptor.hpp"
+#include "BrindleRecorderCore/Base/Language.hpp"
 #include "BrindleRecorderLinux/Bus/BusOnLoop.hpp"
 #include "BrindleRecorderLinux/Bus/BusService.hpp"
 
@@ -70,7 +71,7 @@ class LogindSystemEvents::Connection : public std::enable_shared_from_this<Conne
                 return 0;
             },
             this, "ssss", "sleep:shutdown", "Brindle Recorder",
-            "A running recording is finished first.", "delay");
+            say("A running recording is finished first.").c_str(), "delay");
         if (called >= 0) {
             lockSlot_.reset(slot);
         }

@@ -1,4 +1,4 @@
-// What texts call the things of a Linux desktop.
+// What texts call the things of a Linux desktop, in the user's language.
 #pragma once
 
 #include "BrindleRecorderApp/Platform/DesktopWords.hpp"

@@ -1,5 +1,7 @@
 #include "BrindleRecorderLinux/Qt/QtSetupWindow.hpp"
 
+#include "BrindleRecorderApp/Words/SetupTexts.hpp"
+
 #include <QApplication>
 #include <QDialog>
 #include <QFont>
@@ -106,7 +108,7 @@ class Builder {
         // One thing to a screen reader, and one that the keyboard reaches.
         auto* whole = new QWidget{&dialog_};
         whole->setFocusPolicy(Qt::TabFocus);
-        whole->setAccessibleName(textOf(row.title + (row.fixHint ? ": to do" : ": done")));
+        whole->setAccessibleName(textOf(SetupTexts::spokenRow(row.title, !row.fixHint)));
         if (row.fixHint) {
             whole->setAccessibleDescription(textOf(*row.fixHint));
         }

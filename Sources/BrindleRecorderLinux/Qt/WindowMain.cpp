@@ -2,6 +2,7 @@
 // It wires Qt's widgets to what the recorder has on the session bus, and nothing else: it may end
 // at any moment, and nothing is lost.
 #include "BrindleRecorderLinux/CommandLine/TerminalLine.hpp"
+#include "BrindleRecorderLinux/Language/GettextLanguage.hpp"
 #include "BrindleRecorderLinux/Qt/AccessibilityBus.hpp"
 #include "BrindleRecorderLinux/Qt/BusInQt.hpp"
 #include "BrindleRecorderLinux/Qt/QtMenuWindow.hpp"
@@ -316,6 +317,9 @@ int main(int argumentCount, char** arguments) {
         return brindle::exitBadUsage;
     }
     try {
+        static const brindle::GettextLanguage language{
+            brindle::GettextLanguage::catalogues(BRINDLE_CATALOGUES)};
+        brindle::Language::useForTheUser(language);
         return brindle::run(*role, arguments[2], argumentCount, arguments);
     } catch (const std::exception& error) {
         brindle::printLine(stderr, std::string{"brindle-recorder-window: "} + error.what());
