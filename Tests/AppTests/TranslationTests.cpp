@@ -49,8 +49,11 @@ bool isAName(const std::string& text) {
 }
 
 bool isSaid(const std::string& text) {
-    constexpr std::string_view tick = "✓ ";
-    const auto words = text.starts_with(tick) ? text.substr(tick.size()) : text;
+    // What is chosen or set up, and what is still missing, has a mark in front in every language.
+    std::string words = text;
+    for (const std::string_view mark : {"✓ ", "○ "}) {
+        words = words.starts_with(mark) ? words.substr(mark.size()) : words;
+    }
     return MarkedLanguage::said(words) || isAName(words);
 }
 
