@@ -63,7 +63,7 @@ std::string sayOf(const char* context, const char* english, const Named&... valu
 }
 
 /// Marks a sentence that is said elsewhere.
-constexpr const char* sentence(const char* english) {
+consteval const char* sentence(const char* english) {
     return english;
 }
 
