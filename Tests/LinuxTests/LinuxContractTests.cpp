@@ -6,7 +6,6 @@
 #include "BrindleRecorderLinux/Files/JsonDefaultsStore.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
 #include "BrindleRecorderLinux/Notifications/DesktopNotifications.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireOnLoop.hpp"
 #include "BrindleRecorderLinux/Time/BootClock.hpp"
 #include "Contract/CaptureContract.hpp"
 #include "Contract/DefaultsStoreContract.hpp"
@@ -17,6 +16,7 @@
 #include "LinuxTests/BareBus.hpp"
 #include "LinuxTests/MovieFixtures.hpp"
 #include "LinuxTests/ScriptedNotificationServer.hpp"
+#include "LinuxTests/SessionAudio.hpp"
 #include "LinuxTests/WaitOnLoop.hpp"
 #include "Support/InMemoryFileManager.hpp"
 #include "Support/RecordingSystemLog.hpp"
@@ -191,7 +191,7 @@ class LinuxCapture final : public CaptureSubject {
         return session_ ? "" : "runs in scripts/private-session only";
     }
     bool becomes(const std::function<bool()>& condition) override {
-        return waitUntil(session_->loop, condition);
+        return waitUntil(session_->audio.loop, condition);
     }
     CaptureSystem& system() override { return session_->system; }
     void plug(MediaType mediaType, const std::string& uniqueID) override {
@@ -211,13 +211,10 @@ class LinuxCapture final : public CaptureSubject {
 
   private:
     struct Session {
-        EventLoop loop;
-        pipewire::PipeWireOnLoop pipeWire{loop};
-        pipewire::AudioServer server{
-            loop, pipeWire.get(), pipewire::AudioServer::Options::ofThisSession()};
+        SessionAudio audio;
         RecordingSystemLog log;
-        capture::CaptureChildren children{loop, BRINDLE_CAPTURE_PROGRAM};
-        PipeWireCaptureSystem system{loop, server, log, children};
+        capture::CaptureChildren children{audio.loop, BRINDLE_CAPTURE_PROGRAM};
+        PipeWireCaptureSystem system{audio.loop, audio.server, log, children};
     };
 
     TemporaryFolder folder_;

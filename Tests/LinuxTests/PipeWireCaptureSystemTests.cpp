@@ -3,13 +3,14 @@
 #include "BrindleRecorderApp/Recording/CaptureConfiguration.hpp"
 #include "BrindleRecorderLinux/CaptureChild/CaptureChildren.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireOnLoop.hpp"
 #include "BrindleRecorderLinux/Portal/CameraPortal.hpp"
 #include "DesktopDevices.hpp"
 #include "LinuxTests/BareBus.hpp"
 #include "LinuxTests/ScriptedCameraPortal.hpp"
+#include "LinuxTests/SessionAudio.hpp"
 #include "LinuxTests/WaitOnLoop.hpp"
 #include "MovieInspection.hpp"
+#include "Support/RecordingSystemLog.hpp"
 #include "Support/TemporaryFolder.hpp"
 #include "SyntheticMedia.hpp"
 #include "TestCamera.hpp"
@@ -26,11 +27,6 @@
 
 namespace brindle {
 namespace {
-
-class SilentLog final : public SystemLog {
-  public:
-    void write(Level /*level*/, std::string_view /*line*/) override {}
-};
 
 class PipeWireCaptureSystemTest : public testing::Test {
   protected:
@@ -53,11 +49,10 @@ class PipeWireCaptureSystemTest : public testing::Test {
         return named(system.discover(mediaType), uniqueID) != nullptr;
     }
 
-    EventLoop loop_;
-    pipewire::PipeWireOnLoop pipeWire_{loop_};
-    pipewire::AudioServer server_{
-        loop_, pipeWire_.get(), pipewire::AudioServer::Options::ofThisSession()};
-    SilentLog log_;
+    test::SessionAudio audio_;
+    EventLoop& loop_ = audio_.loop;
+    pipewire::AudioServer& server_ = audio_.server;
+    test::RecordingSystemLog log_;
     capture::CaptureChildren children_{loop_, BRINDLE_CAPTURE_PROGRAM};
 };
 
@@ -129,7 +124,9 @@ TEST_F(PipeWireCaptureSystemTest, OpensWhatItFinds) {
 
 TEST_F(PipeWireCaptureSystemTest, DeniesNothingBeforeItIsKnownWhetherAServerAnswers) {
     const pipewire::AudioServer nobody{
-        loop_, pipeWire_.get(), {.remote = "nobody-answers-here", .runtimeFolder = "/nonexistent"}};
+        loop_,
+        audio_.pipeWire.get(),
+        {.remote = "nobody-answers-here", .runtimeFolder = "/nonexistent"}};
     PipeWireCaptureSystem system{loop_, nobody, log_, children_};
     EXPECT_EQ(system.authorizationStatus(MediaType::audio), AuthorizationStatus::authorized);
     EXPECT_EQ(system.authorizationStatus(MediaType::video), AuthorizationStatus::authorized);

@@ -2,9 +2,8 @@
 #include "BrindleRecorderLinux/Windows/StreamTitles.hpp"
 
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
-#include "BrindleRecorderLinux/PipeWire/AudioServer.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireOnLoop.hpp"
 #include "LinuxTests/ChildProcess.hpp"
+#include "LinuxTests/SessionAudio.hpp"
 #include "LinuxTests/WaitOnLoop.hpp"
 #include "LinuxTests/XServer.hpp"
 #include "Support/TemporaryFolder.hpp"
@@ -128,23 +127,20 @@ TEST(StreamTitles, ComeFromARealStream) {
     const std::filesystem::path program = folder.path() / "firefox";
     std::filesystem::copy_file(std::filesystem::canonical("/usr/bin/pacat"), program);
 
-    EventLoop loop;
-    const pipewire::PipeWireOnLoop pipeWire{loop};
-    const pipewire::AudioServer server{
-        loop, pipeWire.get(), pipewire::AudioServer::Options::ofThisSession()};
+    test::SessionAudio audio;
     const StreamTitles titles{[&] {
-        return server.graph();
+        return audio.server.graph();
     }};
     {
         const ChildProcess browser{
             program,
             {"firefox", "--record", "--raw", "--stream-name=Weekly sync - Google Meet",
              "/dev/null"}};
-        EXPECT_TRUE(waitUntil(loop, [&] {
+        EXPECT_TRUE(waitUntil(audio.loop, [&] {
             return titles.titles() == std::vector{page("Weekly sync - Google Meet")};
         }));
     }
-    EXPECT_TRUE(waitUntil(loop, [&] { return titles.titles().empty(); }));
+    EXPECT_TRUE(waitUntil(audio.loop, [&] { return titles.titles().empty(); }));
 }
 
 } // namespace

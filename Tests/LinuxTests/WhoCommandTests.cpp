@@ -3,11 +3,11 @@
 
 #include "BrindleRecorderCore/Base/PosixFileManager.hpp"
 #include "BrindleRecorderLinux/Loop/EventLoop.hpp"
-#include "BrindleRecorderLinux/PipeWire/PipeWireOnLoop.hpp"
 #include "BrindleRecorderLinux/Processes/ProcProcessRegistry.hpp"
 #include "BrindleRecorderLinux/Sound/PipeWireAudioObjects.hpp"
 #include "LinuxTests/ChildProcess.hpp"
 #include "LinuxTests/OutputCapture.hpp"
+#include "LinuxTests/SessionAudio.hpp"
 #include "LinuxTests/WaitOnLoop.hpp"
 #include "LinuxTests/XServer.hpp"
 #include "Support/EnvironmentVariable.hpp"
@@ -48,13 +48,10 @@ class WhoCommandTest : public testing::Test {
     [[nodiscard]] std::string printed() const { return output_.text(); }
     /// What the command answers once the server counts as many users.
     std::string askWhile(std::size_t users) {
-        EventLoop loop;
-        const pipewire::PipeWireOnLoop pipeWire{loop};
+        test::SessionAudio audio;
         const ProcProcessRegistry processes;
-        const pipewire::AudioServer server{
-            loop, pipeWire.get(), pipewire::AudioServer::Options::ofThisSession()};
-        const PipeWireAudioObjects objects{server, processes};
-        EXPECT_TRUE(waitUntil(loop, [&] {
+        const PipeWireAudioObjects objects{audio.server, processes};
+        EXPECT_TRUE(waitUntil(audio.loop, [&] {
             std::size_t recording = 0;
             for (const AudioObjectID id :
                  objects.processes().value_or(std::vector<AudioObjectID>{})) {
